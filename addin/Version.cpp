@@ -2,7 +2,9 @@
 
 namespace orvo::addin {
 
-Version ProgramVersion() { return {ORVO_VERSION_MAJOR, ORVO_VERSION_MINOR, ORVO_VERSION_PATCH}; }
+Version ProgramVersion() {
+  return {ORVO_VERSION_MAJOR, ORVO_VERSION_MINOR, ORVO_VERSION_PATCH};
+}
 
 std::string VersionText() {
   const Version version = ProgramVersion();

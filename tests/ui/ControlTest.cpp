@@ -1,0 +1,159 @@
+#include <gtest/gtest.h>
+
+#include "host/ui/Control.hpp"
+#include "host/ui/Desktop.hpp"
+#include "host/ui/Window.hpp"
+
+namespace orvo::host::ui {
+namespace {
+
+class Recorder : public UiObserver {
+ public:
+  void UiMessage(const Json& message) override { messages.push_back(message); }
+  std::vector<Json> messages;
+};
+
+class TestWindow : public Window {
+ public:
+  explicit TestWindow(Desktop& desktop)
+      : Window(desktop, "frmTest", "Test", 300, 200),
+        check(*this, "chkThing"),
+        scroll(*this, "sclRate", ScrollBar::Orientation::Horizontal),
+        text(*this, "txtName"),
+        tabs(*this, "SSTab", {"&One", "&Two"}),
+        timer(*this, "Timer1", desktop.GetScheduler()),
+        first(*this, "optA"),
+        second(*this, "optB") {
+    check.onClick = [this] { ++clicks; };
+    scroll.SetRange(0, 10);
+    scroll.onChange = [this] { ++changes; };
+    timer.onTimer = [this] { ++ticks; };
+  }
+  void OnKeyUp(int keyCode, int shift) override { keys.emplace_back(keyCode, shift); }
+
+  CheckBox check;
+  ScrollBar scroll;
+  TextBox text;
+  TabControl tabs;
+  Timer timer;
+  OptionButton first;
+  OptionButton second;
+  int clicks = 0;
+  int changes = 0;
+  int ticks = 0;
+  std::vector<std::pair<int, int>> keys;
+};
+
+struct ControlFixture : ::testing::Test {
+  ManualScheduler scheduler;
+  ScriptedDialogs dialogs;
+  Desktop desktop{scheduler, dialogs};
+  TestWindow window{desktop};
+  Recorder recorder;
+  std::vector<std::string> diagnostics;
+  void SetUp() override {
+    desktop.AddObserver(recorder);
+    desktop.diagnostics = [this](std::string_view text) { diagnostics.emplace_back(text); };
+    window.Show();
+  }
+  void Send(Json event) { desktop.Dispatch(event); }
+};
+
+TEST_F(ControlFixture, ValuesSetFromCodeRaiseTheSameHandlersAsTheUser) {
+  window.check.SetValue(1);
+  window.check.SetValue(1);  // no change, no click
+  Send({{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}, {"event", "click"}});
+  EXPECT_EQ(window.check.Value(), 0);
+  EXPECT_EQ(window.clicks, 2);
+
+  window.scroll.SetValue(4);
+  window.scroll.SetValue(11);  // out of range: refused
+  Send({{"type", "event"},
+        {"window", "frmTest"},
+        {"control", "sclRate"},
+        {"event", "change"},
+        {"value", 6}});
+  EXPECT_EQ(window.scroll.Value(), 6);
+  EXPECT_EQ(window.changes, 2);
+
+  window.check.SetEnabled(false);
+  Send({{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}, {"event", "click"}});
+  EXPECT_EQ(window.clicks, 2) << "a disabled control ignores the user";
+}
+
+TEST_F(ControlFixture, ChangesAreRecordedOnlyWhenSomethingChanged) {
+  recorder.messages.clear();
+  window.text.SetText("abc");
+  window.text.SetText("abc");
+  ASSERT_EQ(recorder.messages.size(), 1u);
+  EXPECT_EQ(recorder.messages[0]["control"], "txtName");
+  EXPECT_EQ(recorder.messages[0]["property"], "text");
+  EXPECT_EQ(recorder.messages[0]["value"], "abc");
+
+  const Json snapshot = desktop.Snapshot();
+  ASSERT_EQ(snapshot["windows"].size(), 1u);
+  bool timerShown = false;
+  for (const auto& control : snapshot["windows"][0]["controls"])
+    timerShown |= control["id"] == "Timer1";
+  EXPECT_FALSE(timerShown) << "timers are not drawn";
+}
+
+TEST_F(ControlFixture, TimerFiresEveryIntervalWhileEnabledAndRestartsOnChange) {
+  window.timer.SetInterval(200);
+  window.timer.SetTimerEnabled(true);
+  scheduler.Advance(Milliseconds(1000));
+  EXPECT_EQ(window.ticks, 5);
+  scheduler.Advance(Milliseconds(150));
+  window.timer.SetInterval(200);  // restarts the count
+  scheduler.Advance(Milliseconds(150));
+  EXPECT_EQ(window.ticks, 5);
+  window.timer.SetTimerEnabled(false);
+  scheduler.Advance(Milliseconds(1000));
+  EXPECT_EQ(window.ticks, 5);
+}
+
+TEST_F(ControlFixture, OptionButtonsExcludeEachOtherAndTabsClickOnChange) {
+  window.first.SetValue(true);
+  window.second.SetValue(true);
+  EXPECT_FALSE(window.first.Value());
+  int tabClicks = 0;
+  window.tabs.onClick = [&] { ++tabClicks; };
+  Send({{"type", "event"},
+        {"window", "frmTest"},
+        {"control", "SSTab"},
+        {"event", "change"},
+        {"value", 1}});
+  window.tabs.SetTab(5);
+  EXPECT_EQ(window.tabs.Tab(), 1);
+  EXPECT_EQ(tabClicks, 1);
+}
+
+TEST_F(ControlFixture, MalformedEventsAreReportedAndIgnored) {
+  for (const Json& event :
+       {Json("text"), Json{{"type", 3}}, Json{{"type", "nonsense"}},
+        Json{{"type", "event"}, {"window", "frmNone"}, {"control", "x"}, {"event", "click"}},
+        Json{{"type", "event"}, {"window", "frmTest"}, {"control", "nothing"}, {"event", "click"}},
+        Json{{"type", "event"},
+             {"window", "frmTest"},
+             {"control", "sclRate"},
+             {"event", "change"},
+             {"value", "x"}},
+        Json{{"type", "key"}, {"window", "frmTest"}}}) {
+    Send(event);
+  }
+  EXPECT_EQ(diagnostics.size(), 6u);
+  Send({{"type", "key"}, {"window", "frmTest"}, {"keyCode", 71}, {"shift", 1}});
+  ASSERT_EQ(window.keys.size(), 1u);
+  EXPECT_EQ(window.keys[0], std::make_pair(71, 1));
+}
+
+TEST_F(ControlFixture, UnloadClosesTheWindowInEveryPage) {
+  recorder.messages.clear();
+  window.Unload();
+  ASSERT_FALSE(recorder.messages.empty());
+  EXPECT_EQ(recorder.messages.back()["type"], "close");
+  EXPECT_TRUE(desktop.Windows().empty());
+}
+
+}  // namespace
+}  // namespace orvo::host::ui
