@@ -68,6 +68,10 @@ class Control {
   // control the page it sits on.
   void SetContainer(const Control& container, std::optional<int> tab = {});
 
+  // Free-form look that only the page reads: "font", "fontSize", "bold", "alignment",
+  // "border", "borderColor", "style".
+  void SetStyle(const char* key, Json value) { Set(key, std::move(value)); }
+
   // Whole state for a page that connects.
   const Json& Properties() const { return properties_; }
   // Whether pages draw it (timers are not drawn).
@@ -117,8 +121,6 @@ class Label : public Control {
   std::string ForeColor() const { return Get<std::string>("foreColor"); }
   void SetBackColor(std::string color) { Set("backColor", std::move(color)); }
   std::string BackColor() const { return Get<std::string>("backColor"); }
-  // Free-form look: "font", "fontSize", "bold", "alignment", "border".
-  void SetStyle(const char* key, Json value) { Set(key, std::move(value)); }
 };
 
 class Button : public Control {

@@ -1,0 +1,36 @@
+#pragma once
+// The connection object the map host creates at start-up: it adds "Orvo&net" to the host's menu
+// and opens the main window on demand.
+#include <functional>
+#include <memory>
+
+#include "addin/frmAddIn.hpp"
+
+namespace orvo::addin {
+
+class Connect {
+ public:
+  // Makes the main window when it is first needed.
+  using MainWindowFactory = std::function<std::unique_ptr<frmAddIn>()>;
+
+  Connect(host::ui::Desktop& desktop, settings::SettingsStore& settings,
+          MainWindowFactory makeMainWindow);
+  ~Connect();
+
+  void AddinInstance_OnConnection();
+  void AddinInstance_OnStartupComplete();
+  void ShowCtrl();
+  void AddinInstance_OnDisconnection();
+
+  bool DisplayOnConnect() const { return displayOnConnect_; }
+  frmAddIn* MainWindow() const { return mainWindow_.get(); }
+
+ private:
+  host::ui::Desktop& desktop_;
+  settings::SettingsStore& settings_;
+  MainWindowFactory makeMainWindow_;
+  std::unique_ptr<frmAddIn> mainWindow_;
+  bool displayOnConnect_ = false;
+};
+
+}  // namespace orvo::addin

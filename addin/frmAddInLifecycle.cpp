@@ -1,0 +1,48 @@
+// The main window's load and unload, the refresh tick, and the About box.
+#include "addin/Version.hpp"
+#include "addin/frmAbout.hpp"
+#include "addin/frmAddIn.hpp"
+#include "addin/frmShortKeyFlash.hpp"
+#include "settings/WindowPlacement.hpp"
+
+namespace orvo::addin {
+
+void frmAddIn::OnLoad() {
+  LoadSettings();
+  Timer1.SetTimerEnabled(false);
+  RefreshVisibleTab();
+  if (gpsRunning_) cmdGPSAction.Press();
+  lblVersionNo.SetCaption("Version " + VersionText());
+  settings::LoadFormLoc(*this, services_.settings);
+}
+
+void frmAddIn::OnUnload() {
+  settings::SaveFormLoc(*this, services_.settings);
+  Timer1.SetTimerEnabled(false);
+  SaveSettings();
+  if (flash_) flash_->Unload();
+}
+
+void frmAddIn::RefreshTick() {
+  ComputeDisplayHeading();
+  RefreshVisibleTab();
+  if (updatePositionOnMap) updatePositionOnMap();
+  if (chkGuidance.Value() == 1 && guidanceTick) guidanceTick();
+}
+
+void frmAddIn::RefreshVisibleTab() {
+  switch (SSTab.Tab()) {
+    case kTabTracking: return UpdateTrackTab();
+    case kTabSatellite: return UpdateSatTab();
+    default: return;
+  }
+}
+
+void frmAddIn::ShowAbout() {
+  settings::ClearTopMost(*this);
+  frmAbout about(services_.desktop);
+  about.ShowModal();
+  if (chkAlwaysTop.Value() == 1) settings::SetTopMost(*this);
+}
+
+}  // namespace orvo::addin
