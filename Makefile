@@ -29,7 +29,7 @@ region: build
 run: all region
 	$(BUILD)/orvo --region monaco $(if $(wildcard $(DEMO)),--replay $(DEMO)) $(ORVO_ARGS)
 
-test: all region test-cpp test-asan test-web
+test: all region test-cpp test-asan test-web test-crosscheck
 
 test-cpp: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) --timeout 300
@@ -47,6 +47,10 @@ test-asan: setup
 
 test-web: all region
 	@if [ -f web/package.json ]; then ORVO_BINARY=$(abspath $(BUILD))/orvo npm --prefix web test; fi
+
+# ORVO's magnetic declination against an independent WMM2025 implementation from npm.
+test-crosscheck: build
+	@ORVO_BINARY=$(abspath $(BUILD))/orvo node --test tools/crosscheck/
 
 bench: setup
 	@cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVO_BENCH=ON >/dev/null
