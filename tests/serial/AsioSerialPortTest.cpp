@@ -1,0 +1,321 @@
+#include "host/serial/AsioSerialPort.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace orvo::host::serial {
+namespace {
+
+using testing::HasSubstr;
+
+// A real pseudo-terminal: the port opens the slave by path, the test plays the receiver on the
+// master. The test keeps its own slave descriptor to read the line settings back.
+class PseudoTerminal {
+ public:
+  PseudoTerminal() {
+    termios raw{};
+    cfmakeraw(&raw);
+    std::array<char, 128> name{};
+    if (::openpty(&master_, &slave_, name.data(), &raw, nullptr) != 0)
+      throw std::runtime_error("openpty failed");
+    slavePath_ = name.data();
+  }
+  ~PseudoTerminal() {
+    if (master_ >= 0) ::close(master_);
+    ::close(slave_);
+  }
+  PseudoTerminal(const PseudoTerminal&) = delete;
+  PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+
+  const std::filesystem::path& SlavePath() const { return slavePath_; }
+
+  // Blocks until the line discipline has taken everything.
+  void Send(std::string_view bytes) const {
+    while (!bytes.empty()) {
+      const ssize_t written = ::write(master_, bytes.data(), bytes.size());
+      if (written < 0 && errno == EINTR) continue;
+      if (written <= 0) throw std::runtime_error("write to the master failed");
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+  }
+
+  // What the port wrote, once `byteCount` bytes are there or the guard deadline passes.
+  std::string Receive(std::size_t byteCount) const {
+    std::string received;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (received.size() < byteCount && std::chrono::steady_clock::now() < deadline) {
+      pollfd readable{master_, POLLIN, 0};
+      if (::poll(&readable, 1, 100) <= 0) continue;
+      std::array<char, 256> chunk{};
+      const ssize_t got = ::read(master_, chunk.data(), chunk.size());
+      if (got > 0) received.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+    return received;
+  }
+
+  // The receiver goes away, as an unplugged USB receiver does.
+  void HangUp() { ::close(std::exchange(master_, -1)); }
+
+  termios SlaveTermios() const {
+    termios settings{};
+    ::tcgetattr(slave_, &settings);
+    return settings;
+  }
+
+ private:
+  int master_ = -1;
+  int slave_ = -1;
+  std::filesystem::path slavePath_;
+};
+
+class AsioSerialPortTest : public testing::Test {
+ protected:
+  AsioSerialPortTest() { port_->SetDevicePathOverride(kPort, pty_.SlavePath()); }
+
+  // Runs the event loop until `done` holds. The deadline only stops a broken test from hanging.
+  bool RunUntil(const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto work = boost::asio::make_work_guard(io_);
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      if (io_.stopped()) io_.restart();
+      io_.run_one_for(std::chrono::milliseconds(50));
+    }
+    return true;
+  }
+
+  // Runs every handler queued so far, including the completions a close has cancelled.
+  void RunQueuedHandlers() {
+    bool reached = false;
+    boost::asio::post(io_, [&reached] { reached = true; });
+    ASSERT_TRUE(RunUntil([&reached] { return reached; }));
+  }
+
+  // Collects received bytes the way the main window does: read everything on each notification.
+  void CollectInput() {
+    port_->SetOnComm([this](int eventCode) {
+      events_.push_back(eventCode);
+      received_ += port_->ReadInput();
+    });
+  }
+
+  std::string OpenError() {
+    try {
+      port_->Open();
+    } catch (const SerialError& error) {
+      return error.what();
+    }
+    return "opened";
+  }
+
+  static constexpr int kPort = 3;
+  PseudoTerminal pty_;
+  boost::asio::io_context io_;
+  std::vector<std::string> diagnostics_;
+  std::unique_ptr<AsioSerialPort> port_ = std::make_unique<AsioSerialPort>(
+      io_, [this](std::string_view message) { diagnostics_.emplace_back(message); });
+  std::string received_;
+  std::vector<int> events_;
+};
+
+TEST_F(AsioSerialPortTest, OpensByOverrideAndSetsTheLineUp) {
+  port_->SetCommPort(kPort);
+  port_->SetSettings("9600,N,8,2");
+  port_->SetDTREnable(true);
+  ASSERT_NO_THROW(port_->Open());
+  EXPECT_TRUE(port_->IsOpen());
+  EXPECT_EQ(port_->DevicePath(), pty_.SlavePath());
+  EXPECT_EQ(port_->CommEvent(), kEventNone);
+  // A pseudo-terminal has no modem-control lines: raising DTR is noted, not fatal.
+  ASSERT_EQ(diagnostics_.size(), 1u);
+  EXPECT_THAT(diagnostics_[0], HasSubstr(pty_.SlavePath().string() + "): cannot raise DTR"));
+
+  termios line = pty_.SlaveTermios();
+  EXPECT_EQ(cfgetispeed(&line), B9600);
+  EXPECT_EQ(line.c_cflag & (CSIZE | PARENB | CSTOPB), static_cast<tcflag_t>(CS8 | CSTOPB));
+  EXPECT_EQ(line.c_lflag & (ICANON | ECHO | ISIG), 0u);
+  EXPECT_EQ(line.c_iflag & (ICRNL | IXON), 0u);
+  EXPECT_EQ(line.c_oflag & OPOST, 0u);
+
+  // While open, new settings apply at once; a bad string leaves the old ones.
+  port_->SetSettings("4800,n,8,1");
+  line = pty_.SlaveTermios();
+  EXPECT_EQ(cfgetospeed(&line), B4800);
+  EXPECT_EQ(line.c_cflag & CSTOPB, 0u);
+  EXPECT_THROW(port_->SetSettings("4800,x,8,1"), SerialError);
+  EXPECT_EQ(port_->Settings(), "4800,n,8,1");
+  EXPECT_THROW(port_->SetCommPort(1), SerialError);
+
+  // Recent kernels keep a pseudo-terminal at 8 data bits without parity whatever is asked; older
+  // ones store the framing. Either the line has exactly what was asked, or the port names the
+  // setting the device refused and keeps the settings it had.
+  try {
+    port_->SetSettings("19200,m,7,1");
+    line = pty_.SlaveTermios();
+    EXPECT_EQ(line.c_cflag & (CSIZE | PARENB | PARODD | CMSPAR),
+              static_cast<tcflag_t>(CS7 | PARENB | PARODD | CMSPAR));
+  } catch (const SerialError& error) {
+    EXPECT_THAT(error.what(), HasSubstr("does not support 7 data bits (settings \"19200,m,7,1\")"));
+    EXPECT_EQ(port_->Settings(), "4800,n,8,1");
+    line = pty_.SlaveTermios();
+    EXPECT_EQ(cfgetospeed(&line), B4800);
+  }
+  EXPECT_TRUE(port_->IsOpen());
+}
+
+TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
+  port_->SetCommPort(kPort);
+  CollectInput();
+  port_->Open();
+  std::string sent = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
+  for (int value = 0; value < 256; ++value) sent.push_back(static_cast<char>(value));
+  constexpr std::size_t kBurstBytes = 64 * 1024;
+  for (std::size_t index = 0; sent.size() < kBurstBytes; ++index)
+    sent += "$GPGGA," + std::to_string(index) + ",4807.038,N*47\r\n";
+  // The master blocks once the slave's buffer is full, so the receiver runs beside the loop.
+  std::thread receiver([&] { pty_.Send(sent); });
+  const bool complete = RunUntil([&] { return received_.size() >= sent.size(); });
+  receiver.join();
+  ASSERT_TRUE(complete) << received_.size() << " of " << sent.size() << " bytes";
+  EXPECT_EQ(received_, sent);
+  EXPECT_THAT(events_, testing::Each(kEventReceive));
+  EXPECT_EQ(port_->CommEvent(), kEventReceive);
+  EXPECT_EQ(port_->ReadInput(), "");
+}
+
+TEST_F(AsioSerialPortTest, WritesReachTheDevice) {
+  port_->SetCommPort(kPort);
+  EXPECT_THAT([&] { port_->Write("ASTRAL\r\n"); },
+              testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
+  port_->Open();
+  port_->Write("ASTRAL\r\n");
+  EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
+}
+
+TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
+  std::string pattern = (std::filesystem::temp_directory_path() / "orvo-serial-XXXXXX").string();
+  ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+  const std::filesystem::path folder = pattern;
+  std::ofstream(folder / "regular-file") << "not a tty";
+
+  port_->SetCommPort(kPort);
+  port_->SetDevicePathOverride(kPort, folder / "missing");
+  EXPECT_THAT(OpenError(), HasSubstr("missing): the device does not exist"));
+  port_->SetDevicePathOverride(kPort, folder / "regular-file");
+  EXPECT_THAT(OpenError(), HasSubstr("not a serial device (not a terminal)"));
+  port_->SetDevicePathOverride(kPort, folder);
+  EXPECT_THAT(OpenError(), HasSubstr("it is a folder"));
+
+  port_->SetDevicePathOverride(kPort, pty_.SlavePath());
+  port_->SetSettings("abc,n,8,1");
+  EXPECT_THAT(OpenError(), HasSubstr("cannot open serial port 3: serial settings \"abc,n,8,1\": "
+                                     "baud rate \"abc\""));
+  port_->SetSettings("4800,n,8,1.5");
+  EXPECT_THAT(OpenError(), HasSubstr("1.5 stop bits cannot be set"));
+  port_->SetSettings("4800,n,8,1");
+  EXPECT_FALSE(port_->IsOpen());
+
+  AsioSerialPort searching(io_, {}, DevicePathMap(folder));
+  searching.SetCommPort(5);
+  EXPECT_THAT([&] { searching.Open(); },
+              testing::ThrowsMessage<SerialError>(HasSubstr("no device found")));
+  EXPECT_THROW(port_->SetCommPort(0), SerialError);
+
+  // A second opener of the same device is refused until the first lets go.
+  AsioSerialPort second(io_);
+  second.SetDevicePathOverride(1, pty_.SlavePath());
+  port_->Open();
+  EXPECT_THAT(OpenError(), HasSubstr("already open"));
+  EXPECT_TRUE(port_->IsOpen());
+  EXPECT_THAT([&] { second.Open(); },
+              testing::ThrowsMessage<SerialError>(HasSubstr("in use by another program")));
+  port_->Close();
+  EXPECT_NO_THROW(second.Open());
+  std::filesystem::remove_all(folder);
+}
+
+TEST_F(AsioSerialPortTest, ClosesFromTheNotificationAndReopens) {
+  port_->SetCommPort(kPort);
+  int notifications = 0;
+  port_->SetOnComm([&](int) {
+    ++notifications;
+    port_->Close();
+  });
+  port_->Open();
+  pty_.Send("one\r\n");
+  ASSERT_TRUE(RunUntil([&] { return notifications > 0; }));
+  EXPECT_FALSE(port_->IsOpen());
+  pty_.Send("two\r\n");
+  RunQueuedHandlers();
+  EXPECT_EQ(notifications, 1);
+  EXPECT_THAT(diagnostics_, testing::IsEmpty()) << "the cancelled read must end quietly";
+  EXPECT_EQ(port_->ReadInput(), "");
+  EXPECT_THROW(port_->Write("x"), SerialError);
+  EXPECT_NO_THROW(port_->Close());
+
+  CollectInput();
+  ASSERT_NO_THROW(port_->Open());
+  pty_.Send("three\r\n");
+  ASSERT_TRUE(RunUntil([&] { return received_.ends_with("three\r\n"); }));
+}
+
+TEST_F(AsioSerialPortTest, ADeviceThatGoesAwayStopsReceivingWithANote) {
+  port_->SetCommPort(kPort);
+  CollectInput();
+  port_->Open();
+  pty_.Send("last words\r\n");
+  ASSERT_TRUE(RunUntil([&] { return received_ == "last words\r\n"; }));
+  pty_.HangUp();
+  ASSERT_TRUE(RunUntil([&] { return !diagnostics_.empty(); }));
+  EXPECT_THAT(diagnostics_[0],
+              HasSubstr("serial port 3 (" + pty_.SlavePath().string() + "): receiving stopped: "));
+  EXPECT_TRUE(port_->IsOpen());
+  EXPECT_NO_THROW(port_->Close());
+}
+
+// Destroying the port with a read in flight, from outside or from its own notification, must
+// leave nothing behind that a later completion could touch (the sanitizer build checks memory).
+TEST_F(AsioSerialPortTest, DestroyingAnOpenPortWithAReadPendingIsSafe) {
+  port_->SetCommPort(kPort);
+  int notifications = 0;
+  port_->SetOnComm([&](int) { ++notifications; });
+  port_->Open();
+  pty_.Send("arrives after the port is gone\r\n");
+  port_.reset();
+  RunQueuedHandlers();
+  EXPECT_EQ(notifications, 0);
+
+  port_ = std::make_unique<AsioSerialPort>(io_);
+  port_->SetDevicePathOverride(1, pty_.SlavePath());
+  port_->SetOnComm([&](int) {
+    ++notifications;
+    port_.reset();
+  });
+  port_->Open();
+  pty_.Send("first\r\n");
+  ASSERT_TRUE(RunUntil([&] { return notifications > 0; }));
+  pty_.Send("second\r\n");
+  RunQueuedHandlers();
+  EXPECT_EQ(notifications, 1);
+  EXPECT_EQ(port_, nullptr);
+}
+
+}  // namespace
+}  // namespace orvo::host::serial

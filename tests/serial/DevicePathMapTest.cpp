@@ -1,0 +1,69 @@
+#include "host/serial/DevicePathMap.hpp"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace orvo::host::serial {
+namespace {
+
+namespace fs = std::filesystem;
+
+class DevicePathMapTest : public testing::Test {
+ protected:
+  DevicePathMapTest() {
+    std::string pattern = (fs::temp_directory_path() / "orvo-devices-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    folder_ = pattern;
+  }
+  ~DevicePathMapTest() override { fs::remove_all(folder_); }
+
+  fs::path Device(const std::string& name) {
+    std::ofstream(folder_ / name).put('\0');
+    return folder_ / name;
+  }
+
+  fs::path folder_;
+};
+
+std::string ResolveError(const DevicePathMap& map, int portNumber) {
+  try {
+    map.Resolve(portNumber);
+  } catch (const SerialError& error) {
+    return error.what();
+  }
+  return "resolved";
+}
+
+TEST_F(DevicePathMapTest, PrefersUsbThenAcmThenBuiltInPort) {
+  const DevicePathMap map(folder_);
+  EXPECT_EQ(ResolveError(map, 2),
+            "serial port 2: no device found (looked for " + (folder_ / "ttyUSB1").string() + ", " +
+                (folder_ / "ttyACM1").string() + ", " + (folder_ / "ttyS1").string() + ")");
+  for (const char* name : {"ttyS1", "ttyACM1", "ttyUSB1"}) {
+    const fs::path device = Device(name);
+    EXPECT_EQ(map.Resolve(2), device);
+  }
+  // Port N is device N-1: port 1 does not take port 2's devices.
+  EXPECT_NE(ResolveError(map, 1).find("no device found"), std::string::npos);
+}
+
+TEST_F(DevicePathMapTest, OverrideWinsAndPortNumbersStartAtOne) {
+  DevicePathMap map(folder_);
+  const fs::path usb = Device("ttyUSB0");
+  map.SetOverride(1, "/dev/orvo-receiver");
+  EXPECT_EQ(map.Resolve(1), "/dev/orvo-receiver");
+  // The override is for port 1 only.
+  EXPECT_NE(ResolveError(map, 3).find("no device found"), std::string::npos);
+  map.SetOverride(1, {});
+  EXPECT_EQ(map.Resolve(1), usb);
+
+  EXPECT_NE(ResolveError(map, 0).find("port numbers start at 1"), std::string::npos);
+  EXPECT_THROW(map.SetOverride(-1, "/dev/ttyUSB0"), SerialError);
+}
+
+}  // namespace
+}  // namespace orvo::host::serial
