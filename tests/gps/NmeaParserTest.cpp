@@ -1,0 +1,468 @@
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "gps/NmeaParser.hpp"
+#include "host/platform/Clock.hpp"
+
+namespace orvo::gps {
+namespace {
+
+using host::platform::DateValue;
+using host::platform::FixedClock;
+using host::platform::FixedTimeZone;
+
+// A parser on a fixed clock (2026-01-01 00:00:00) and a chosen time zone, feeding sentences by
+// their type as the dispatcher does, and collecting the diagnostics.
+class Receiver {
+ public:
+  explicit Receiver(std::int32_t standardBiasMinutes = 0, bool daylightInForce = false)
+      : zone_(standardBiasMinutes, daylightInForce),
+        clock_(DateValue::ParseIso("2026-01-01T00:00:00")),
+        parser_(zone_, clock_, [this](std::string_view m) { messages.emplace_back(m); }) {}
+
+  Receiver& Send(std::initializer_list<const char*> sentences) {
+    for (const std::string sentence : sentences) {
+      const std::string type = sentence.substr(3, 3);
+      if (type == "RMC") parser_.ParseRMC(sentence);
+      if (type == "GGA") parser_.ParseGGA(sentence);
+      if (type == "GSA") parser_.ParseGSA(sentence);
+      if (type == "GSV") parser_.ParseGSV(sentence);
+    }
+    return *this;
+  }
+
+  const GpsFix& Fix() const { return parser_.Fix(); }
+  NmeaParser& Parser() { return parser_; }
+  std::vector<std::string> messages;
+
+ private:
+  FixedTimeZone zone_;
+  FixedClock clock_;
+  NmeaParser parser_;
+};
+
+constexpr const char* kRmc = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A";
+constexpr const char* kGga = "$GPGGA,123520,4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47";
+constexpr const char* kGsa = "$GPGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1*39";
+constexpr const char* kGsv1 = "$GPGSV,3,1,10,20,78,331,45,01,59,235,47,22,41,069,,13,32,252,45*70";
+constexpr const char* kGsv2 = "$GPGSV,3,2,10,14,25,170,38,02,12,040,,16,09,300,20,31,05,110,*7B";
+constexpr const char* kGsv3 = "$GPGSV,3,3,10,04,01,010,11,05,02,020,12*7A";
+
+TEST(ResetGpsFix, EmptiesEveryReading) {
+  Receiver receiver(300, true);
+  receiver.Send({kRmc, kGga, kGsa, kGsv1});
+  receiver.Parser().ResetGpsFix();
+  const GpsFix& fix = receiver.Fix();
+  EXPECT_EQ(fix.SentencesSeen, 0);
+  EXPECT_EQ(fix.TimeZoneBias, -240);
+  EXPECT_EQ(fix.FixMode, 0);
+  EXPECT_EQ(fix.SatCount, 0);
+  EXPECT_EQ(fix.HDOP, kNoValue);
+  EXPECT_EQ(fix.VDOP, kNoValue);
+  for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
+    EXPECT_FALSE(fix.SatId[slot] || fix.SatElevation[slot] || fix.SatAzimuth[slot] ||
+                 fix.SatSNR[slot]);
+  }
+  EXPECT_EQ(fix.LatText + fix.LatHemisphere + fix.LngText + fix.LngHemisphere, "");
+  EXPECT_EQ(fix.UtcTimeText + fix.UtcDateText, "");
+  EXPECT_EQ(fix.Latitude, 0.0);
+  EXPECT_EQ(fix.Longitude, 0.0);
+  EXPECT_EQ(fix.GpsDateTime.ToIso(), "2026-01-01T00:00:00");
+  EXPECT_EQ(fix.Elevation, kNoValue);
+  EXPECT_EQ(fix.Course, 0.0);
+  EXPECT_EQ(fix.SpeedKnots, 0.0);
+  EXPECT_FALSE(fix.NewFix);
+}
+
+TEST(GetTimeZoneBias, NegatesTheStandardBiasAndAddsAnHourOfDaylight) {
+  struct Case {
+    std::int32_t standardBias;
+    bool daylight;
+    std::int16_t expected;
+  };
+  const Case cases[] = {
+      {0, false, 0},    {300, false, -300}, {300, true, -240}, {-60, false, 60},
+      {-60, true, 120}, {-330, false, 330}, {-630, true, 690}};  // Lord Howe: the platform's half
+                                                                 // hour is not used
+  for (const Case& c : cases) {
+    Receiver receiver(c.standardBias, c.daylight);
+    EXPECT_EQ(receiver.Parser().GetTimeZoneBias(), c.expected) << c.standardBias;
+  }
+}
+
+TEST(GetTimeZoneBias, AnUnreadableTimeZoneGivesZero) {
+  class BrokenZone final : public host::platform::TimeZoneSource {
+   public:
+    host::platform::TimeZoneInformation Current() const override {
+      throw std::runtime_error("no zone");
+    }
+  };
+  BrokenZone zone;
+  FixedClock clock(DateValue::ParseIso("2026-01-01T00:00:00"));
+  std::vector<std::string> messages;
+  NmeaParser parser(zone, clock, [&](std::string_view m) { messages.emplace_back(m); });
+  EXPECT_EQ(parser.Fix().TimeZoneBias, 0);
+  EXPECT_EQ(parser.GetTimeZoneBias(), 0);
+  ASSERT_FALSE(messages.empty());
+  EXPECT_EQ(messages.front(), "GetTimeZoneBias: no zone");
+}
+
+TEST(ParseRMC, ReadsEveryField) {
+  Receiver receiver(-60);  // one hour east of UTC
+  receiver.Send({kRmc});
+  const GpsFix& fix = receiver.Fix();
+  EXPECT_EQ(fix.UtcTimeText, "123519");
+  EXPECT_EQ(fix.UtcDateText, "230394");
+  EXPECT_EQ(fix.GpsDateTime.ToIso(), "1994-03-23T13:35:19");
+  EXPECT_TRUE(fix.NewFix);
+  EXPECT_DOUBLE_EQ(fix.Course, 84.4);
+  EXPECT_DOUBLE_EQ(fix.SpeedKnots, 22.4);
+  EXPECT_EQ(fix.LatText, "4807.038");
+  EXPECT_EQ(fix.LatHemisphere, "N");
+  EXPECT_EQ(fix.LngText, "01131.000");
+  EXPECT_EQ(fix.LngHemisphere, "E");
+  EXPECT_DOUBLE_EQ(fix.Latitude, 48.0 + 7.038 / 60.0);
+  EXPECT_DOUBLE_EQ(fix.Longitude, 11.0 + 31.0 / 60.0);
+  EXPECT_EQ(fix.FixMode, kFixMode2D);
+  EXPECT_EQ(fix.SentencesSeen, kSeenRMC);
+  EXPECT_TRUE(receiver.messages.empty());
+}
+
+TEST(ParseRMC, DatesAndTimes) {
+  struct Case {
+    const char* time;
+    const char* date;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"000000", "010203", "2003-02-01T00:00:00"},
+      {"235959", "311299", "1999-12-31T23:59:59"},
+      {"120000", "010190", "1990-01-01T12:00:00"},
+      {"120000", "010189", "2089-01-01T12:00:00"},  // years below 90 are 2000 to 2089
+      {"120000", "311289", "2089-12-31T12:00:00"},
+      {"235959.00", "010203", "2003-02-01T23:59:59"},  // cut to six characters
+      {"235959.999", "010203", "2003-02-01T23:59:59"},
+      {"93000", "010203", "2003-02-01T00:00:00"},   // five characters: date only
+      {"120000", "320103", "2003-02-01T12:00:00"},  // 32 January rolls over
+      {"120000", "011303", "2004-01-01T12:00:00"},  // month 13 rolls over
+      {"120000", "000003", "2002-11-30T12:00:00"},  // month 0 and day 0 step back
+      {"120000", "1203", "1899-12-30T12:00:00"},    // no date: the zero date
+  };
+  for (const Case& c : cases) {
+    Receiver receiver;
+    const std::string sentence =
+        std::string("$GPRMC,") + c.time + ",A,4807.038,N,01131.000,E,0,0," + c.date + ",,*00";
+    receiver.Send({sentence.c_str()});
+    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), c.expected) << sentence;
+  }
+}
+
+TEST(ParseRMC, TimeWithoutDateLandsOnTheZeroDateShiftedToLocalTime) {
+  Receiver receiver(300);  // UTC-5
+  receiver.Send({"$GPRMC,020000,A,4807.038,N,01131.000,E,0,0,,,*00"});
+  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1899-12-29T21:00:00");
+}
+
+TEST(ParseRMC, EmptyTimeAndDateShiftTheStoredTimeOnceMore) {
+  Receiver receiver(300);
+  receiver.Send({"$GPRMC,,V,,,,,,,,,,N*53"});
+  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "2025-12-31T19:00:00");
+  receiver.Send({"$GPRMC,,V,,,,,,,,,,N*53"});
+  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "2025-12-31T14:00:00");
+  EXPECT_TRUE(receiver.Fix().NewFix);
+  EXPECT_EQ(receiver.Fix().FixMode, kFixModeNoFix);
+}
+
+TEST(ParseRMC, TheChecksumStaysOnTheLastField) {
+  // A receiver that ends RMC at the date: the date field carries "*hh" and is no date.
+  Receiver receiver;
+  receiver.Send({"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394*6A"});
+  EXPECT_EQ(receiver.Fix().UtcDateText, "230394*6A");
+  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1899-12-30T12:35:19");
+}
+
+TEST(ParseGGA, ReadsEveryField) {
+  Receiver receiver(-120);
+  receiver.Send({kGga});
+  const GpsFix& fix = receiver.Fix();
+  EXPECT_EQ(fix.LatText, "4807.040");
+  EXPECT_DOUBLE_EQ(fix.Latitude, 48.0 + 7.040 / 60.0);
+  EXPECT_DOUBLE_EQ(fix.Longitude, 11.0 + 31.002 / 60.0);
+  EXPECT_DOUBLE_EQ(fix.Elevation, 545.4);
+  EXPECT_EQ(fix.FixMode, kFixMode3D);
+  EXPECT_EQ(fix.UtcTimeText, "123520");
+  EXPECT_EQ(fix.GpsDateTime.ToIso(), "1899-12-30T14:35:20");  // time of day only
+  EXPECT_TRUE(fix.NewFix);
+  EXPECT_EQ(fix.SatCount, 8);
+  EXPECT_DOUBLE_EQ(fix.HDOP, 0.9);
+  EXPECT_EQ(fix.SentencesSeen, kSeenGGA);
+}
+
+TEST(ParseGGA, TimeOfDayWrapsAroundMidnightAndNeedsExactlySixCharacters) {
+  struct Case {
+    std::int32_t standardBias;
+    const char* time;
+    const char* expectedText;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {300, "010000", "010000", "1899-12-30T20:00:00"},      // UTC-5: the evening before
+      {-120, "230000", "230000", "1899-12-30T01:00:00"},     // UTC+2: past midnight
+      {0, "235959.00", "235959.00", "2026-01-01T00:00:00"},  // fractional seconds: no time
+      {0, "12351", "12351", "2026-01-01T00:00:00"},         {0, "", "", "2026-01-01T00:00:00"},
+  };
+  for (const Case& c : cases) {
+    Receiver receiver(c.standardBias);
+    const std::string sentence =
+        std::string("$GPGGA,") + c.time + ",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47";
+    receiver.Send({sentence.c_str()});
+    EXPECT_EQ(receiver.Fix().UtcTimeText, c.expectedText);
+    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), c.expected) << sentence;
+    EXPECT_TRUE(receiver.Fix().NewFix) << "set even without a usable time";
+  }
+}
+
+TEST(FixMode, FromQualityStatusAndFixType) {
+  struct Case {
+    std::vector<const char*> sentences;
+    std::int16_t expected;
+    double elevation;
+  };
+  const Case cases[] = {
+      {{"$GPRMC,123519,V,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixModeNoFix, kNoValue},
+      {{"$GPRMC,123519,A,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixMode2D, kNoValue},
+      {{"$GPRMC,123519,a,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixMode2D, kNoValue},
+      {{"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,-12.0,M,,,,*00"}, kFixMode2D, -12.0},
+      {{"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,,M,,,,*00"}, kFixMode2D, kNoValue},
+      {{"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,0.0,M,,,,*00"}, kFixMode3D, 0.0},
+      {{"$GPGGA,123519,4807.038,N,01131.000,E,6,00,50.0,203.8,M,,,,*00"}, kFixMode3D, 203.8},
+      {{"$GPGGA,,,,,,0,00,99.99,,,,,,*48"}, kFixModeNoFix, kNoValue},
+      // An empty quality is not "0": a fix.
+      {{"$GPGGA,,,,,,,,,,,,,,*48"}, kFixMode2D, kNoValue},
+      // Once a GSA came, neither RMC nor GGA changes the fix mode.
+      {{kGsa, "$GPRMC,123519,V,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixMode3D, kNoValue},
+      {{"$GPGSA,A,2,04,,,,,,,,,,,,2.5,1.3,2.1*39", kGga}, kFixMode2D, 545.4},
+      {{kGsa, "$GPGGA,,,,,,0,00,99.99,,,,,,*48"}, kFixMode3D, kNoValue},
+      {{"$GPGSA,A,,04,,,,,,,,,,,,2.5,1.3,2.1*39"}, kFixModeNoData, kNoValue},
+      // RMC does not change it once GGA gave the position.
+      {{"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,-12.0,M,,,,*00", kRmc}, kFixMode2D, -12.0},
+      {{"$GPGGA,123519,4807.038,N,01131.000,E,0,08,0.9,12.0,M,,,,*00", kRmc}, kFixModeNoFix, 12.0},
+  };
+  for (const Case& c : cases) {
+    Receiver receiver;
+    for (const char* sentence : c.sentences) receiver.Send({sentence});
+    EXPECT_EQ(receiver.Fix().FixMode, c.expected) << c.sentences.back();
+    EXPECT_EQ(receiver.Fix().Elevation, c.elevation) << c.sentences.back();
+  }
+}
+
+TEST(Position, LengthRulesAndHemispheres) {
+  struct Case {
+    const char* lat;
+    const char* ns;
+    const char* lng;
+    const char* ew;
+    double latitude;
+    double longitude;
+  };
+  constexpr double kBefore = 99.0;  // what the previous sentence left
+  const Case cases[] = {
+      {"4807.038", "S", "01131.000", "W", -(48 + 7.038 / 60), -(11 + 31.0 / 60)},
+      {"4807.038", "s", "01131.000", "w", -(48 + 7.038 / 60), -(11 + 31.0 / 60)},
+      {"4807.038", "n", "01131.000", "e", 48 + 7.038 / 60, 11 + 31.0 / 60},
+      {"481", "N", "011", "E", 48 + 1.0 / 60, kBefore},  // 3 characters: latitude only
+      {"48", "N", "0113", "E", kBefore, 11 + 3.0 / 60},
+      {"", "", "", "", kBefore, kBefore},
+      {"0000.000", "S", "00000.000", "W", 0.0, 0.0},
+      {"8959.9999999", "N", "17959.9999999", "E", 89 + 59.9999999 / 60, 179 + 59.9999999 / 60},
+  };
+  for (const Case& c : cases) {
+    for (const char* type : {"RMC", "GGA"}) {
+      Receiver receiver;
+      receiver.Send({"$GPGGA,,9900.000,N,09900.000,E,1,,,,,,,,*00"});
+      std::string sentence;
+      if (type == std::string("RMC")) {
+        receiver.Parser().ResetGpsFix();
+        receiver.Send({"$GPRMC,,A,9900.000,N,09900.000,E,,,,,*00"});
+        sentence =
+            std::string("$GPRMC,,A,") + c.lat + "," + c.ns + "," + c.lng + "," + c.ew + ",,,,,*00";
+      } else {
+        sentence = std::string("$GPGGA,,") + c.lat + "," + c.ns + "," + c.lng + "," + c.ew +
+                   ",1,,,,,,,,*00";
+      }
+      receiver.Send({sentence.c_str()});
+      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << sentence;
+      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << sentence;
+      EXPECT_EQ(receiver.Fix().LatText, c.lat) << "the texts are always replaced";
+      EXPECT_EQ(receiver.Fix().LngHemisphere, c.ew);
+    }
+  }
+}
+
+TEST(Overlaps, EachSharedFieldComesFromOneTypeOnceTheOtherWasSeen) {
+  {
+    // GGA wins the position; RMC no longer touches it.
+    Receiver receiver;
+    receiver.Send({kGga, kRmc});
+    EXPECT_EQ(receiver.Fix().LatText, "4807.040");
+    EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, 11.0 + 31.002 / 60.0);
+  }
+  {
+    // RMC wins the time; GGA no longer touches it nor NewFix.
+    Receiver receiver;
+    receiver.Send({kRmc});
+    receiver.Parser().ClearNewFix();
+    receiver.Send({"$GPGGA,010101,4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47"});
+    EXPECT_EQ(receiver.Fix().UtcTimeText, "123519");
+    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1994-03-23T12:35:19");
+    EXPECT_FALSE(receiver.Fix().NewFix);
+  }
+  {
+    // GSV wins the satellite count and GGA no longer sets HDOP; GSA still does.
+    Receiver receiver;
+    receiver.Send({kGsv1, kGga});
+    EXPECT_EQ(receiver.Fix().SatCount, 10);
+    EXPECT_EQ(receiver.Fix().HDOP, kNoValue);
+    receiver.Send({kGsa});
+    EXPECT_DOUBLE_EQ(receiver.Fix().HDOP, 1.3);
+    EXPECT_DOUBLE_EQ(receiver.Fix().VDOP, 2.1);
+    // GSA no longer fills the satellite numbers either.
+    EXPECT_EQ(receiver.Fix().SatId[0], 20);
+    EXPECT_EQ(receiver.Fix().SatSNR[0], 45);
+  }
+  {
+    // Before any GSV, GSA fills the numbers and empties the rest of each slot.
+    Receiver receiver;
+    receiver.Send({kGga, kGsa});
+    const GpsFix& fix = receiver.Fix();
+    const std::optional<std::int16_t> expected[12] = {4, 5, {}, 9, 12, {}, {}, 24, {}, {}, {}, {}};
+    for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
+      EXPECT_EQ(fix.SatId[slot], expected[slot]) << slot;
+      EXPECT_FALSE(fix.SatElevation[slot] || fix.SatAzimuth[slot] || fix.SatSNR[slot]);
+    }
+    EXPECT_EQ(fix.SatCount, 8);
+    EXPECT_EQ(fix.FixMode, kFixMode3D);
+    EXPECT_EQ(fix.SentencesSeen, kSeenGGA | kSeenGSA);
+  }
+}
+
+TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
+  Receiver receiver;
+  receiver.Send({"$GPGSV,3,1,12,01,10,100,31,02,20,200,32,03,30,300,33,04,40,040,34*70",
+                 "$GPGSV,3,2,12,05,50,050,35,06,60,060,36,07,70,070,37,08,80,080,38*70",
+                 "$GPGSV,3,3,12,09,11,110,39,10,12,120,40,11,13,130,41,12,14,140,42*70"});
+  EXPECT_EQ(receiver.Fix().SatId[11], 12);
+  // A cycle of 4, 4 and 2 satellites: slots 10 and 11 are emptied.
+  receiver.Send({kGsv1, kGsv2, kGsv3});
+  const GpsFix& fix = receiver.Fix();
+  EXPECT_EQ(fix.SatCount, 10);
+  const std::optional<std::int16_t> ids[12] = {20, 1, 22, 13, 14, 2, 16, 31, 4, 5, {}, {}};
+  const std::optional<std::int16_t> snrs[12] = {45, 47, {}, 45, 38, {}, 20, {}, 11, 12, {}, {}};
+  for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
+    EXPECT_EQ(fix.SatId[slot], ids[slot]) << slot;
+    EXPECT_EQ(fix.SatSNR[slot], snrs[slot]) << slot;
+  }
+  EXPECT_EQ(fix.SatElevation[1], 59);
+  EXPECT_EQ(fix.SatAzimuth[2], 69);
+  EXPECT_FALSE(fix.SatElevation[10] || fix.SatAzimuth[11]);
+  // A later cycle of 2 messages (7 satellites) leaves slots 8 to 11 as they were.
+  receiver.Send({"$GPGSV,2,1,07,21,10,100,31,22,20,200,32,23,30,300,33,24,40,040,34*70",
+                 "$GPGSV,2,2,07,25,50,050,35,26,60,060,36,27,70,070,37*70"});
+  EXPECT_EQ(fix.SatCount, 7);
+  const std::optional<std::int16_t> after[12] = {21, 22, 23, 24, 25, 26, 27, {}, 4, 5, {}, {}};
+  for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
+    EXPECT_EQ(fix.SatId[slot], after[slot]) << slot;
+  }
+  EXPECT_EQ(fix.SatSNR[8], 11);
+  EXPECT_EQ(fix.SentencesSeen, kSeenGSV);
+  EXPECT_TRUE(receiver.messages.empty());
+}
+
+TEST(ParseGSV, AnEmptyLastMessageEmptiesItsWholeGroup) {
+  Receiver receiver;
+  receiver.Send({kGsv1, "$GPGSV,1,1,00*79"});
+  for (std::size_t slot = 0; slot < 4; ++slot) EXPECT_FALSE(receiver.Fix().SatId[slot]) << slot;
+  EXPECT_EQ(receiver.Fix().SatCount, 0);
+}
+
+TEST(Failures, ADecoderStopsAtItsFirstErrorKeepingWhatItStored) {
+  struct Case {
+    const char* sentence;
+    const char* message;
+    std::int32_t seen;  // SentencesSeen after the sentence (its bit stays clear)
+  };
+  const Case cases[] = {
+      {"$GPRMC,123519,A", "ParseRMC: field 9 missing", 0},
+      {"$GPRMC", "ParseRMC: field 1 missing", 0},
+      {"$GPRMC,123519,A,48x7.038,N,01131.000,E,0,0,230394,,*00",
+       "ParseRMC: Type mismatch: \"x7.038\" is not a number", 0},
+      {"$GPRMC,256070,A,4807.038,N,01131.000,E,0,0,230394,,*00",
+       "ParseRMC: Type mismatch: \"25:60:70\" is not a time of day", 0},
+      {"$GPRMC,123519,A,4807.038,N,01131.000,E,0,0,2x0394,,*00",
+       "ParseRMC: Type mismatch: \"2x\" is not a number", 0},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08", "ParseGGA: field 9 missing", 0},
+      {"$GPGSA,A,3,04,05*39", "ParseGSA: field 5 missing", 0},
+      {"$GPGSV,4,4,13,06,12,040,30*70", "ParseGSV: slot 12 out of range", 0},
+      {"$GPGSV,1,1,02,01,10,100,31,02,20,200*70", "ParseGSV: field 11 missing", 0},
+      {"$GPGSV,1,x,02,01,10,100,31*70", "ParseGSV: Type mismatch: \"x\" is not a number", 0},
+      {"$GPGSV,1,1,99999*70", "ParseGSV: Overflow: 99999 does not fit in 16 bits", 0},
+  };
+  for (const Case& c : cases) {
+    Receiver receiver;
+    receiver.Send({c.sentence});
+    EXPECT_EQ(receiver.Fix().SentencesSeen, c.seen) << c.sentence;
+    EXPECT_EQ(receiver.Parser().FailureCount(), 1U) << c.sentence;
+    ASSERT_EQ(receiver.messages.size(), 1U) << c.sentence;
+    EXPECT_EQ(receiver.messages[0].substr(0, std::string(c.message).size()), c.message);
+    EXPECT_NE(receiver.messages[0].find(c.sentence), std::string::npos) << "quotes the sentence";
+  }
+}
+
+TEST(Failures, FieldsStoredBeforeTheErrorStay) {
+  {
+    Receiver receiver;
+    receiver.Send({"$GPRMC,123519,A,4807.038,N,011x1.000,E,022.4,084.4,230394,,*00"});
+    const GpsFix& fix = receiver.Fix();
+    EXPECT_EQ(fix.GpsDateTime.ToIso(), "1994-03-23T12:35:19");
+    EXPECT_DOUBLE_EQ(fix.SpeedKnots, 22.4);
+    EXPECT_EQ(fix.LngText, "011x1.000");
+    EXPECT_DOUBLE_EQ(fix.Latitude, 48 + 7.038 / 60);  // converted before the longitude failed
+    EXPECT_EQ(fix.Longitude, 0.0);
+    EXPECT_EQ(fix.FixMode, kFixModeNoData);  // never reached
+  }
+  {
+    // The fourth message of a 13-satellite cycle fails, after the first three filled 0..11.
+    Receiver receiver;
+    receiver.Send({kGsv1, kGsv2,
+                   "$GPGSV,4,3,13,04,01,010,11,05,02,020,12,07,03,030,13,08,04,040,14*7A",
+                   "$GPGSV,4,4,13,06,12,040,30*70"});
+    EXPECT_EQ(receiver.Fix().SatCount, 13);
+    EXPECT_EQ(receiver.Fix().SatId[11], 8);
+    EXPECT_EQ(receiver.Fix().SentencesSeen, kSeenGSV);  // from the first three
+  }
+  {
+    // The last group is short: its first fields are stored before the error.
+    Receiver receiver;
+    receiver.Send({"$GPGSV,1,1,02,01,10,100,31,02,20*70"});
+    EXPECT_EQ(receiver.Fix().SatId[1], 2);
+    EXPECT_EQ(receiver.Fix().SatElevation[1], 20);
+    EXPECT_FALSE(receiver.Fix().SatAzimuth[1]);
+    EXPECT_EQ(receiver.Fix().SentencesSeen, 0);
+  }
+  {
+    // NMEA 4.10 adds a signal number after the groups: read as the start of another group,
+    // which then lacks its fields, so the sentence never counts as a GSV.
+    Receiver receiver;
+    receiver.Send({"$GPGSV,1,1,02,01,10,100,31,02,20,200,32,1*70", kGga});
+    EXPECT_EQ(receiver.Fix().SatId[2], 1);
+    EXPECT_EQ(receiver.Fix().SentencesSeen, kSeenGGA);
+    EXPECT_EQ(receiver.Fix().SatCount, 8) << "GGA still gives the count";
+  }
+}
+
+}  // namespace
+}  // namespace orvo::gps

@@ -1,0 +1,361 @@
+// The receiver captures under tests/data/receivers run through the built `orvo parse`: the output
+// must equal the golden files, and the positions must agree with what gpsd made of the same
+// input (the .log.chk files). Also the command's handling of bad input.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+const fs::path kReceivers = fs::path(ORVO_TEST_DATA) / "receivers";
+// The options the golden files were made with (scripts/regenerate-golden).
+const std::string kGoldenOptions = "--now 2026-01-01T00:00:00 --restore-crlf";
+
+struct CommandResult {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Quote(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Runs `orvo parse` with the given arguments (already quoted as needed) at UTC.
+CommandResult RunParse(const std::string& arguments,
+                       const std::string& standardInput = "/dev/null") {
+  const fs::path errors =
+      fs::temp_directory_path() / ("orvo-parse-" + std::to_string(getpid()) + ".err");
+  const std::string command = "TZ=UTC " + Quote(ORVO_BINARY) + " parse " + arguments + " <" +
+                              Quote(standardInput) + " 2>" + Quote(errors.string());
+  CommandResult run;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return run;
+  char buffer[65536];
+  std::size_t got = 0;
+  while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.out.append(buffer, got);
+  const int status = pclose(pipe);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.err = ReadFile(errors);
+  fs::remove(errors);
+  return run;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+std::vector<fs::path> Logs() {
+  std::vector<fs::path> logs;
+  for (const auto& entry : fs::directory_iterator(kReceivers)) {
+    if (entry.path().extension() == ".log") logs.push_back(entry.path());
+  }
+  std::sort(logs.begin(), logs.end());
+  return logs;
+}
+
+TEST(ReceiverLogs, OutputEqualsTheGoldenFiles) {
+  const std::vector<fs::path> logs = Logs();
+  ASSERT_GE(logs.size(), 22U);
+  for (const fs::path& log : logs) {
+    const fs::path golden = log.string() + ".jsonl";
+    ASSERT_TRUE(fs::exists(golden)) << golden << " is missing: run scripts/regenerate-golden";
+    const CommandResult run = RunParse(kGoldenOptions + " " + Quote(log.string()));
+    EXPECT_EQ(run.exitCode, 0) << log << run.err;
+    EXPECT_EQ(run.err, "") << log;
+    const std::vector<std::string> expected = Lines(ReadFile(golden));
+    const std::vector<std::string> actual = Lines(run.out);
+    const std::size_t common = std::min(expected.size(), actual.size());
+    const auto firstDifference = std::mismatch(
+        expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(common), actual.begin());
+    if (firstDifference.first != expected.begin() + static_cast<std::ptrdiff_t>(common)) {
+      ADD_FAILURE() << log.filename() << " line " << (firstDifference.first - expected.begin() + 1)
+                    << "\nexpected " << *firstDifference.first << "\nactual   "
+                    << *firstDifference.second
+                    << "\n(after a deliberate change: scripts/regenerate-golden)";
+      continue;
+    }
+    EXPECT_EQ(actual.size(), expected.size()) << log.filename() << ": sentence count differs";
+  }
+}
+
+TEST(ReceiverLogs, EveryLineIsOneSentenceWithAFullFix) {
+  const CommandResult run =
+      RunParse(kGoldenOptions + " " + Quote((kReceivers / "bt451.log").string()));
+  const std::vector<std::string> lines = Lines(run.out);
+  ASSERT_EQ(lines.size(), 144U);  // every line of the capture that holds a "$"
+  for (const std::string& line : lines) {
+    const json record = json::parse(line);
+    EXPECT_EQ(record.size(), 2U);
+    EXPECT_EQ(record.at("sentence").get<std::string>().front(), '$');
+    const json& fix = record.at("fix");
+    EXPECT_EQ(fix.size(), 23U) << "every GpsFix field";
+    for (const char* table : {"SatId", "SatElevation", "SatAzimuth", "SatSNR"}) {
+      EXPECT_EQ(fix.at(table).size(), 12U);
+    }
+  }
+}
+
+// ---- Positions against gpsd --------------------------------------------------------------
+//
+// gpsd's TPV records carry the positions it reported, printed with 9 decimals, so each is
+// within 5e-10 degrees of its own conversion of the NMEA field. A tolerance of 1e-9 degrees
+// (0.1 mm) allows for that rounding and still catches a one-digit error in the last place of
+// the finest fields the captures hold (7 decimals of minutes, 1.7e-9 degrees).
+//
+// gpsd takes positions from more sentence types than ORVO (GLL, GNS, PUBX) and, where a
+// receiver sends both, may report the RMC position while ORVO keeps GGA's (GGA always wins for
+// position once seen). So the check is made per source: every gpsd position that a GGA of the
+// capture carries must be among ORVO's positions; so must every one an RMC carries when the
+// capture has no GGA. Positions only other sentences carry are not expected. Which sentences
+// carry a position is decided by converting their fields here and comparing with gpsd's value
+// at the same tolerance; should that conversion be wrong, gpsd's positions would look foreign
+// and the second check fails: more than half of ORVO's distinct positions with a fix must be
+// among gpsd's (the rest are fixes gpsd chose not to report, such as a GGA that arrives after
+// the next cycle's GLL in bundg_zeus_9, or a dead-reckoning GGA in garmin-10x).
+constexpr double kToleranceDegrees = 1e-9;
+
+struct Position {
+  double latitude;
+  double longitude;
+};
+
+bool Near(const Position& a, const Position& b) {
+  return std::fabs(a.latitude - b.latitude) <= kToleranceDegrees &&
+         std::fabs(a.longitude - b.longitude) <= kToleranceDegrees;
+}
+
+bool AnyNear(const Position& p, const std::vector<Position>& set) {
+  return std::any_of(set.begin(), set.end(), [&](const Position& q) { return Near(p, q); });
+}
+
+void AddDistinct(std::vector<Position>& set, const Position& p) {
+  if (!AnyNear(p, set)) set.push_back(p);
+}
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::string part;
+  std::istringstream in(text);
+  while (std::getline(in, part, separator)) parts.push_back(part);
+  if (!text.empty() && text.back() == separator) parts.emplace_back();
+  return parts;
+}
+
+// The position in fields [first, first + 3] (ddmm.mm, N/S, dddmm.mm, E/W), when well formed.
+std::optional<Position> FieldPosition(const std::vector<std::string>& fields, std::size_t first) {
+  if (fields.size() < first + 4) return std::nullopt;
+  const std::string& lat = fields[first];
+  const std::string& lng = fields[first + 2];
+  if (lat.size() < 4 || lng.size() < 5) return std::nullopt;
+  try {
+    double latitude = std::stod(lat.substr(0, 2)) + std::stod(lat.substr(2)) / 60.0;
+    double longitude = std::stod(lng.substr(0, 3)) + std::stod(lng.substr(3)) / 60.0;
+    if (fields[first + 1] == "S") latitude = -latitude;
+    if (fields[first + 3] == "W") longitude = -longitude;
+    return Position{latitude, longitude};
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+struct CarriedPositions {
+  std::vector<Position> gga;
+  std::vector<Position> rmc;
+};
+
+CarriedPositions PositionsInSentences(const fs::path& log) {
+  CarriedPositions carried;
+  for (std::string line : Lines(ReadFile(log))) {
+    const auto dollar = line.find('$');
+    if (dollar == std::string::npos || line.size() < dollar + 6) continue;
+    line = line.substr(dollar, line.find_first_of("*\r", dollar) - dollar);
+    const std::string type = line.substr(3, 3);
+    const std::vector<std::string> fields = Split(line, ',');
+    if (type == "GGA") {
+      if (const auto p = FieldPosition(fields, 2)) AddDistinct(carried.gga, *p);
+    } else if (type == "RMC") {
+      if (const auto p = FieldPosition(fields, 3)) AddDistinct(carried.rmc, *p);
+    }
+  }
+  return carried;
+}
+
+std::vector<Position> GpsdPositions(const fs::path& check) {
+  std::vector<Position> positions;
+  for (const std::string& line : Lines(ReadFile(check))) {
+    if (line.rfind("{\"class\":\"TPV\"", 0) != 0) continue;
+    const json record = json::parse(line, nullptr, false);
+    if (record.is_discarded() || !record.contains("lat") || !record.contains("lon")) continue;
+    AddDistinct(positions, {record["lat"].get<double>(), record["lon"].get<double>()});
+  }
+  return positions;
+}
+
+TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
+  int logsChecked = 0;
+  for (const fs::path& log : Logs()) {
+    const fs::path check = log.string() + ".chk";
+    if (!fs::exists(check)) continue;
+    const std::vector<Position> gpsd = GpsdPositions(check);
+    if (gpsd.empty()) continue;
+    ++logsChecked;
+
+    std::vector<Position> ours;         // every position ORVO held
+    std::vector<Position> oursWithFix;  // those while it had a 2-D or 3-D fix
+    for (const std::string& line :
+         Lines(RunParse(kGoldenOptions + " " + Quote(log.string())).out)) {
+      const json fix = json::parse(line).at("fix");
+      if (fix["LatText"].get<std::string>().size() < 3 ||
+          fix["LngText"].get<std::string>().size() < 4) {
+        continue;
+      }
+      const Position p{fix["Latitude"].get<double>(), fix["Longitude"].get<double>()};
+      AddDistinct(ours, p);
+      if (fix["FixMode"].get<int>() >= 2) AddDistinct(oursWithFix, p);
+    }
+
+    const CarriedPositions carried = PositionsInSentences(log);
+    int required = 0;
+    for (const Position& p : gpsd) {
+      const bool fromGga = AnyNear(p, carried.gga);
+      const bool fromRmcAlone = carried.gga.empty() && AnyNear(p, carried.rmc);
+      if (!fromGga && !fromRmcAlone) continue;
+      ++required;
+      EXPECT_TRUE(AnyNear(p, ours)) << log.filename() << ": gpsd's " << p.latitude << ", "
+                                    << p.longitude << " is not among ORVO's positions";
+    }
+    const auto confirmed = std::count_if(oursWithFix.begin(), oursWithFix.end(),
+                                         [&](const Position& p) { return AnyNear(p, gpsd); });
+    EXPECT_GT(2 * confirmed, static_cast<long>(oursWithFix.size()))
+        << log.filename() << ": only " << confirmed << " of " << oursWithFix.size()
+        << " positions are among gpsd's";
+    EXPECT_GT(required, 0) << log.filename() << ": no gpsd position came from GGA or RMC";
+  }
+  EXPECT_GE(logsChecked, 20);
+}
+
+// ---- The command itself -------------------------------------------------------------------
+
+TEST(ParseCommand, BareLineFeedsDispatchNothingUnlessRestored) {
+  const std::string log = Quote((kReceivers / "quirk-lf-line-ends.log").string());
+  const CommandResult raw = RunParse("--now 2026-01-01T00:00:00 " + log);
+  EXPECT_EQ(raw.exitCode, 0);
+  EXPECT_EQ(raw.out, "");
+  const CommandResult restored = RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + log);
+  EXPECT_EQ(Lines(restored.out).size(), 5U);
+}
+
+TEST(ParseCommand, StandardInputGivesTheSameAsTheFile) {
+  const fs::path log = kReceivers / "garmin-10x.log";
+  const CommandResult fromFile = RunParse(kGoldenOptions + " " + Quote(log.string()));
+  const CommandResult fromInput = RunParse(kGoldenOptions + " -", log.string());
+  const CommandResult withoutName = RunParse(kGoldenOptions, log.string());
+  EXPECT_EQ(fromInput.exitCode, 0);
+  EXPECT_FALSE(fromFile.out.empty());
+  EXPECT_EQ(fromInput.out, fromFile.out);
+  EXPECT_EQ(withoutName.out, fromFile.out);
+}
+
+TEST(ParseCommand, BacklogSkipOnlyWhenAsked) {
+  const std::string log = Quote((kReceivers / "bundg_zeus_9.log").string());
+  const std::size_t every = Lines(RunParse(kGoldenOptions + " " + log).out).size();
+  const std::size_t skipping =
+      Lines(RunParse(kGoldenOptions + " --len-detect-repeat 1000 " + log).out).size();
+  EXPECT_EQ(every, 4999U);
+  EXPECT_LT(skipping, every / 2) << "chunks of 4096 bytes leave a backlog the skip cuts";
+}
+
+TEST(ParseCommand, RefusesWhatItCannotDo) {
+  struct Case {
+    std::string arguments;
+    int exitCode;
+    std::string message;
+  };
+  const Case cases[] = {
+      {"/nonexistent/capture.nmea", 1, "cannot open /nonexistent/capture.nmea: No such file"},
+      {Quote(kReceivers.string()), 1, "cannot read " + kReceivers.string() + ": Is a directory"},
+      {"--serial /dev/ttyUSB0", 2, "not available yet"},
+      {"--serial /dev/ttyUSB0 --baud 4800,n,8,1 --dtr --count 5", 2, "not available yet"},
+      {"--dtr -", 2, "need --serial"},
+      {"--now 2026-13-01T00:00:00 -", 2, "--now: "},
+      {"--now", 2, "--now needs a value"},
+      {"--len-detect-repeat lots -", 2, "--len-detect-repeat needs a whole number"},
+      {"--frobnicate", 2, "unknown option --frobnicate"},
+      {"a.log b.log", 2, "only one input file"},
+  };
+  for (const Case& c : cases) {
+    const CommandResult run = RunParse(c.arguments);
+    EXPECT_EQ(run.exitCode, c.exitCode) << c.arguments;
+    EXPECT_NE(run.err.find(c.message), std::string::npos) << c.arguments << ": " << run.err;
+    EXPECT_EQ(run.out, "") << c.arguments;
+  }
+  const CommandResult help = RunParse("--help");
+  EXPECT_EQ(help.exitCode, 0);
+  EXPECT_NE(help.out.find("usage: orvo parse"), std::string::npos);
+}
+
+TEST(ParseCommand, GarbageAndOverlongLinesAreDroppedAndTheOutputStaysValidJson) {
+  const fs::path input =
+      fs::temp_directory_path() / ("orvo-garbage-" + std::to_string(getpid()) + ".log");
+  {
+    std::ofstream out(input, std::ios::binary);
+    // Bytes of every value, "$" and line ends among them, from a fixed pseudo-random sequence.
+    std::uint32_t state = 12345;
+    for (int i = 0; i < 200000; ++i) {
+      state = state * 1103515245U + 12345U;
+      out.put(static_cast<char>((state >> 16) & 0xff));
+      if (i % 997 == 0) out << "$GPGSV,\xff\xfe,\xc3\x28\r\n";
+    }
+    out << "\r\n$GPRMC," << std::string(3 << 20, 'x') << "\r\n";  // longer than any buffer
+    out << "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
+  }
+  const CommandResult run = RunParse("--now 2026-01-01T00:00:00 " + Quote(input.string()));
+  fs::remove(input);
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_NE(run.err.find("ProcessData: buffer above"), std::string::npos) << run.err;
+  const std::vector<std::string> lines = Lines(run.out);
+  ASSERT_FALSE(lines.empty());
+  bool replaced = false;
+  for (const std::string& line : lines) {
+    const json record = json::parse(line, nullptr, false);
+    ASSERT_FALSE(record.is_discarded()) << line;
+    EXPECT_TRUE(std::all_of(line.begin(), line.end(),
+                            [](char c) { return c != 0 && static_cast<unsigned char>(c) < 128; }));
+    replaced =
+        replaced || record["sentence"].get<std::string>().find("\xef\xbf\xbd") != std::string::npos;
+  }
+  EXPECT_TRUE(replaced) << "invalid UTF-8 shows as U+FFFD";
+  const json last = json::parse(lines.back());
+  EXPECT_EQ(last["fix"]["UtcTimeText"], "123519") << "the receiver recovers after the garbage";
+}
+
+}  // namespace
