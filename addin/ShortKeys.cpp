@@ -40,11 +40,15 @@ enum Key : int {
 constexpr int kLowestKey = 33;
 constexpr int kHighestKey = 190;
 
-void Toggle(host::ui::CheckBox& box) { box.SetValue(box.Value() == 0 ? 1 : 0); }
+void Toggle(host::ui::CheckBox& box) {
+  box.SetValue(box.Value() == 0 ? 1 : 0);
+}
 
 }  // namespace
 
-void frmAddIn::OnKeyUp(int keyCode, int shift) { HandleShortKey(keyCode, shift); }
+void frmAddIn::OnKeyUp(int keyCode, int shift) {
+  HandleShortKey(keyCode, shift);
+}
 
 void frmAddIn::FlashKey(std::string featureName, std::string stateText) {
   if (!flash_) flash_ = std::make_unique<frmShortKeyFlash>(services_.desktop);
@@ -76,13 +80,17 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
       if (guidanceStep) guidanceStep(+1);
       return;
     case k1:
-    case kT: return SSTab.SetTab(kTabTracking);
+    case kT:
+      return SSTab.SetTab(kTabTracking);
     case k2:
-    case kA: return SSTab.SetTab(kTabSatellite);
+    case kA:
+      return SSTab.SetTab(kTabSatellite);
     case k3:
-    case kO: return SSTab.SetTab(kTabOptions);
+    case kO:
+      return SSTab.SetTab(kTabOptions);
     case k4:
-    case kS: return SSTab.SetTab(kTabSettings);
+    case kS:
+      return SSTab.SetTab(kTabSettings);
     case kC:
       if (mnuCompassLocate.Enabled() && locateCurrentPosition) locateCurrentPosition();
       return;
@@ -98,7 +106,8 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
       FlashOnOff("Track Position", chkTrkOnMap);
       if (chkTrkOnMap.onClick) chkTrkOnMap.onClick();
       return;
-    case kL: return cmdClearTrail.Press();
+    case kL:
+      return cmdClearTrail.Press();
     case kN:
       Toggle(chkAlwaysTop);
       FlashOnOff("Always on Top", chkAlwaysTop);
@@ -148,7 +157,8 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
       if (sclRefreshRate.Value() < sclRefreshRate.Max())
         sclRefreshRate.SetValue(sclRefreshRate.Value() + 1);
       return flashRefreshRate();
-    default: return;
+    default:
+      return;
   }
 }
 

@@ -101,12 +101,18 @@ frmAddIn::frmAddIn(MainWindowServices services)
                                   "Calc &Route from here...(R)", &mnuCompass),
       mnuCompassPushAPin(*this, "mnuCompassPushAPin", "&Push a pin here...(P)", &mnuCompass),
       mnuCompassSyncTime(*this, "mnuCompassSyncTime", "&Sync System Time", &mnuCompass),
-      services_(services) {
+      services_(services),
+      parser_(services.timeZone, services.clock,
+              [this](std::string_view text) { services_.verbose.Log(text, true); }),
+      intake_(parser_, this, [this](std::string_view text) { services_.verbose.Log(text, true); }) {
   LayOut();
   WireHandlers();
+  services_.serialPort.SetOnComm([this](int eventCode) { comNMEA_OnComm(eventCode); });
 }
 
-frmAddIn::~frmAddIn() = default;
+frmAddIn::~frmAddIn() {
+  services_.serialPort.SetOnComm({});
+}
 
 void frmAddIn::LayOut() {
   SSTab.Place(60, 60, 4920, 5640);
@@ -130,8 +136,8 @@ void frmAddIn::LayOut() {
     onTab(lblGPSState[tab], tab, left + 380, 530, 1300, 300);
     lblGPSState[tab].SetCaption("Inactive");
     lblGPSState[tab].SetStyle("bold", true);
-    onTab(lblGPSTime[tab], tab, tab == kTabTracking ? 2580 : 1500,
-          tab == kTabTracking ? 530 : 960, 2160, 300);
+    onTab(lblGPSTime[tab], tab, tab == kTabTracking ? 2580 : 1500, tab == kTabTracking ? 530 : 960,
+          2160, 300);
     lblGPSTime[tab].SetStyle("alignment", tab == kTabTracking ? "right" : "left");
     lblGPSTime[tab].SetToolTipText("Click to sync your system time with the GPS time");
   }
@@ -390,6 +396,22 @@ void frmAddIn::WireHandlers() {
   };
 
   cmdAbout.onClick = [this] { ShowAbout(); };
+  cmdGPSAction.onClick = [this] { cmdGPSAction_Click(); };
+  cmdOpenNMEA.onClick = [this] {
+    if (openPlayback) openPlayback();
+  };
+  chkRecord.onClick = [this] { chkRecord_Click(); };
+  cmdBrowseNmea.onClick = [this] { cmdBrowseNmea_Click(); };
+  const auto syncClock = [this] {
+    try {
+      SyncSystemTime();
+    } catch (const std::exception& error) {
+      // The platform's own words for the refusal, such as a missing right to set the clock.
+      services_.desktop.MsgBox(error.what());
+    }
+  };
+  for (int index : {0, 1}) lblGPSTime[index].onClick = syncClock;
+  mnuCompassSyncTime.onClick = syncClock;
 }
 
 void frmAddIn::SetUnitElv(std::int16_t value) {

@@ -7,6 +7,11 @@
 #include <optional>
 #include <string>
 
+#include "gps/NmeaIntake.hpp"
+#include "gps/NmeaParser.hpp"
+#include "host/platform/Clock.hpp"
+#include "host/platform/Locale.hpp"
+#include "host/serial/SerialPort.hpp"
 #include "host/ui/ControlArray.hpp"
 #include "host/ui/Desktop.hpp"
 #include "host/ui/Window.hpp"
@@ -33,13 +38,22 @@ struct TraceOptions {
   double stopDetectKnots = 4;
 };
 
+// Magnetic declination in degrees (east positive) at a place and local date-time; nothing when
+// the model has no value there.
+using DeclinationLookup = std::function<std::optional<double>(double latitude, double longitude,
+                                                              host::platform::DateValue when)>;
+
 struct MainWindowServices {
   host::ui::Desktop& desktop;
   settings::SettingsStore& settings;
   frmVerbose& verbose;
+  host::platform::SystemClock& clock;
+  host::platform::TimeZoneSource& timeZone;
+  host::serial::SerialPort& serialPort;
+  DeclinationLookup declination;
 };
 
-class frmAddIn : public host::ui::Window {
+class frmAddIn : public host::ui::Window, private gps::IntakeListener {
  public:
   static constexpr int kTabTracking = 0;
   static constexpr int kTabSatellite = 1;
@@ -48,6 +62,44 @@ class frmAddIn : public host::ui::Window {
 
   explicit frmAddIn(MainWindowServices services);
   ~frmAddIn() override;
+
+  // --- Receiver and data dispatch ---
+  // The one entry for received NMEA text: the serial port and playback feed it.
+  bool ProcessData(std::string_view text);
+  const gps::GpsFix& Fix() const { return parser_.Fix(); }
+  gps::NmeaParser& Parser() { return parser_; }
+  gps::NmeaIntake& Intake() { return intake_; }
+  void ResetGpsFix() { parser_.ResetGpsFix(); }
+  // What the user's press of cmdGPSAction does: start or stop the receiver.
+  void cmdGPSAction_Click();
+  void comNMEA_OnComm(int eventCode);
+
+  // --- Readings (units and formats) ---
+  double DisplayHeading() const { return displayHeading_; }
+  void ComputeDisplayHeading();
+  struct TextWithSuffix {
+    std::string text;
+    std::string suffix;
+  };
+  TextWithSuffix FormatLatLng(bool isLatitude) const;
+  std::string FormatSpeed() const;
+  std::string FormatHeading() const;
+  TextWithSuffix FormatElevation() const;
+  void ShowSpeed();
+  void ShowHeading();
+  void ShowElevation();
+
+  // --- Status panel ---
+  void UpdateTrackTab();
+  void UpdateSatTab();
+  void DrawSkyPlot();
+  void UpdateSaInfo();
+  void ShowGpsTime(int index);
+  void SyncSystemTime();
+  // Fix-state tables, by FixMode 0..3.
+  static const char* StateText(int fixMode);
+  static std::string StateColor(int fixMode);
+  static int GpsStateSymbolOffset(int fixMode);
 
   // The refresh tick (`Timer1` Timer).
   void RefreshTick();
@@ -84,6 +136,12 @@ class frmAddIn : public host::ui::Window {
   std::function<void(int step)> guidanceStep;  // -1 back, +1 forward
   std::function<void(int direction)> zoomMap;  // +1 in, -1 out
   std::function<void()> updateAutoRecalc;      // the go-to window's check box follows the switch
+  std::function<void()> updatePositionOnMap;   // map tracking and trail, each tick
+  std::function<void()> guidanceTick;          // guidance, each tick while switched on
+  std::function<void(bool hide)> gmStop;       // ends go-to waypoint mode
+  std::function<void()> openPlayback;          // cmdOpenNMEA
+  std::function<void()> clearTrailOnUnload;    // asks whether to clear the trail
+  std::function<void()> unloadOtherWindows;    // playback, guidance, go-to and option windows
   std::function<void()> beforeCompassMenu;     // the compass menu's enabling rules
   std::function<void()> onAlwaysTopChanged;    // the playback window copies the state
   // The guidance settings are loaded and saved with the main window's.
@@ -198,6 +256,8 @@ class frmAddIn : public host::ui::Window {
 
   // Readings of the settings store with the old conversions: a value that cannot be read is
   // reported and its default is used.
+  template <class Value, class Convert>
+  Value ReadSetting(const char* section, const char* key, const char* defaultText, Convert convert);
   std::int16_t ReadInt16(const char* section, const char* key, const char* defaultText);
   std::int32_t ReadInt32(const char* section, const char* key, const char* defaultText);
   bool ReadBoolean(const char* section, const char* key, const char* defaultText);
@@ -205,9 +265,26 @@ class frmAddIn : public host::ui::Window {
 
   // Doubles as the store keeps them: "ThreasholdKnot" always with ".", the others in the user's
   // own notation.
-  static std::string StoredDecimal(double value);
-  static std::string PlainDecimal(double value);
+  std::string StoredDecimal(double value) const;
+  std::string PlainDecimal(double value) const;
 
+  // What the intake tells its window.
+  void OnChunkReceived(std::string_view chunk) override;
+  bool IsRefreshAutomatic() const override { return sclRefreshRate.Value() == 0; }
+  void OnRefreshTick() override { RefreshTick(); }
+
+  void StartReceiver();
+  void StopReceiver();
+  void chkRecord_Click();
+  void cmdBrowseNmea_Click();
+
+  host::platform::NumberLocale numberLocale_;
+  gps::NmeaParser parser_;
+  gps::NmeaIntake intake_;
+  double displayHeading_ = 0;
+  bool magneticUnavailable_ = false;
+  // The guidance engine's instruction list for the current route is built.
+  bool guideListBuilt = false;
   std::unique_ptr<frmShortKeyFlash> flash_;
   bool textEntryActive_ = false;
   bool gpsRunning_ = false;

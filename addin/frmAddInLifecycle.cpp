@@ -8,7 +8,9 @@
 namespace orvo::addin {
 
 void frmAddIn::OnLoad() {
+  numberLocale_ = host::platform::UserNumberLocale();
   LoadSettings();
+  intake_.SetLenDetectRepeat(lenDetectRepeat_);
   Timer1.SetTimerEnabled(false);
   RefreshVisibleTab();
   if (gpsRunning_) cmdGPSAction.Press();
@@ -17,10 +19,18 @@ void frmAddIn::OnLoad() {
 }
 
 void frmAddIn::OnUnload() {
+  if (gmStop) gmStop(true);
   settings::SaveFormLoc(*this, services_.settings);
+  try {
+    services_.serialPort.Close();
+  } catch (const std::exception& error) {
+    LogDiagnostic("Form_Unload", error.what());
+  }
   Timer1.SetTimerEnabled(false);
+  if (clearTrailOnUnload) clearTrailOnUnload();
   SaveSettings();
   if (flash_) flash_->Unload();
+  if (unloadOtherWindows) unloadOtherWindows();
 }
 
 void frmAddIn::RefreshTick() {
@@ -32,9 +42,12 @@ void frmAddIn::RefreshTick() {
 
 void frmAddIn::RefreshVisibleTab() {
   switch (SSTab.Tab()) {
-    case kTabTracking: return UpdateTrackTab();
-    case kTabSatellite: return UpdateSatTab();
-    default: return;
+    case kTabTracking:
+      return UpdateTrackTab();
+    case kTabSatellite:
+      return UpdateSatTab();
+    default:
+      return;
   }
 }
 

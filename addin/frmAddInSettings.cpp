@@ -1,9 +1,8 @@
 // The main window's settings: everything is loaded when the window loads and saved when it
 // unloads, under the application name "ORVO".
-#include <cmath>
-#include <limits>
-
 #include "addin/frmAddIn.hpp"
+#include "host/platform/NumberFormat.hpp"
+#include "host/platform/Numeric.hpp"
 #include "settings/WindowPlacement.hpp"
 
 namespace orvo::addin {
@@ -12,55 +11,57 @@ namespace {
 constexpr const char* kSettings = "Settings";
 constexpr const char* kTraceOpt = "TraceOpt";
 
-// The old conversions: a number rounded half to even into the type's range.
-template <class Whole>
-std::optional<Whole> WholeFromText(const std::string& text) {
+}  // namespace
+
+// A stored value that cannot be read is reported and its default used: a damaged store must not
+// keep the window from loading.
+template <class Value, class Convert>
+Value frmAddIn::ReadSetting(const char* section, const char* key, const char* defaultText,
+                            Convert convert) {
+  const std::string text = services_.settings.GetSetting(section, key, defaultText);
   try {
-    std::size_t used = 0;
-    const double value = std::stod(text, &used);
-    if (text.find_first_not_of(" \t", used) != std::string::npos) return std::nullopt;
-    const double rounded = std::nearbyint(value);  // default rounding: half to even
-    if (rounded < std::numeric_limits<Whole>::min() || rounded > std::numeric_limits<Whole>::max())
-      return std::nullopt;
-    return static_cast<Whole>(rounded);
+    return convert(text);
   } catch (const std::exception&) {
-    return std::nullopt;
+    LogDiagnostic("LoadSettings",
+                  std::string(key) + " holds \"" + text + "\"; using " + defaultText);
+    return convert(defaultText);
   }
 }
 
-}  // namespace
-
 std::int16_t frmAddIn::ReadInt16(const char* section, const char* key, const char* defaultText) {
-  const std::string text = services_.settings.GetSetting(section, key, defaultText);
-  if (auto value = WholeFromText<std::int16_t>(text)) return *value;
-  LogDiagnostic("LoadSettings", std::string(key) + " holds \"" + text + "\"; using " + defaultText);
-  return *WholeFromText<std::int16_t>(defaultText);
+  return ReadSetting<std::int16_t>(section, key, defaultText, [this](const std::string& text) {
+    return host::platform::ToInt16(text, numberLocale_);
+  });
 }
 
 std::int32_t frmAddIn::ReadInt32(const char* section, const char* key, const char* defaultText) {
-  const std::string text = services_.settings.GetSetting(section, key, defaultText);
-  if (auto value = WholeFromText<std::int32_t>(text)) return *value;
-  LogDiagnostic("LoadSettings", std::string(key) + " holds \"" + text + "\"; using " + defaultText);
-  return *WholeFromText<std::int32_t>(defaultText);
+  return ReadSetting<std::int32_t>(section, key, defaultText, [this](const std::string& text) {
+    return host::platform::ToInt32(text, numberLocale_);
+  });
 }
 
 bool frmAddIn::ReadBoolean(const char* section, const char* key, const char* defaultText) {
-  const std::string text = services_.settings.GetSetting(section, key, defaultText);
-  if (auto value = settings::ParseBoolean(text)) return *value;
-  LogDiagnostic("LoadSettings", std::string(key) + " holds \"" + text + "\"; using " + defaultText);
-  return *settings::ParseBoolean(defaultText);
+  return ReadSetting<bool>(section, key, defaultText, [](const std::string& text) {
+    if (auto value = settings::ParseBoolean(text)) return *value;
+    throw host::platform::ConversionError("not a Boolean");
+  });
 }
 
+// Numbers are read in the user's notation and, as they are also stored with ".", in that one too.
 double frmAddIn::ReadDouble(const char* section, const char* key, const char* defaultText) {
-  const std::string text = services_.settings.GetSetting(section, key, defaultText);
-  try {
-    std::size_t used = 0;
-    const double value = std::stod(text, &used);
-    if (used == text.size()) return value;
-  } catch (const std::exception&) {
-  }
-  LogDiagnostic("LoadSettings", std::string(key) + " holds \"" + text + "\"; using " + defaultText);
-  return std::stod(defaultText);
+  return ReadSetting<double>(section, key, defaultText, [this](const std::string& text) {
+    if (host::platform::IsNumeric(text, numberLocale_))
+      return host::platform::ToDouble(text, numberLocale_);
+    return host::platform::ToDouble(text);
+  });
+}
+
+std::string frmAddIn::StoredDecimal(double value) const {
+  return host::platform::FormatGeneralNumber(value);
+}
+
+std::string frmAddIn::PlainDecimal(double value) const {
+  return host::platform::FormatGeneralNumber(value, numberLocale_);
 }
 
 void frmAddIn::LoadSettings() {
@@ -103,7 +104,11 @@ void frmAddIn::LoadSettings() {
   chkRecord.SetValue(ReadInt16(kSettings, "chkRecord", "0"));
   // The part of the settings string before its first comma is the baud rate.
   const std::string baud = txtBaud.Text().substr(0, txtBaud.Text().find(','));
-  baudRate_ = WholeFromText<std::int32_t>(baud).value_or(0);
+  try {
+    baudRate_ = host::platform::ToInt32(baud);
+  } catch (const std::exception&) {
+    baudRate_ = 0;
+  }
 
   gpsRunning_ = ReadBoolean(kSettings, "GPSStart", "false");
   trace_.stopDetection = ReadBoolean(kSettings, "bStopDetection", "false");

@@ -40,7 +40,9 @@ void frmShortKeyFlash::Log(std::string featureName, std::string stateText) {
   Timer1.SetTimerEnabled(true);
 }
 
-void frmShortKeyFlash::OnKeyUp(int, int) { Close(); }
+void frmShortKeyFlash::OnKeyUp(int, int) {
+  Close();
+}
 
 void frmShortKeyFlash::Close() {
   Timer1.SetTimerEnabled(false);

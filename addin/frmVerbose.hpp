@@ -10,8 +10,7 @@ namespace orvo::addin {
 
 class frmVerbose final : public host::ui::Window {
  public:
-  explicit frmVerbose(host::ui::Desktop& desktop,
-                      std::filesystem::path logFile = "ORVO.log");
+  explicit frmVerbose(host::ui::Desktop& desktop, std::filesystem::path logFile = "ORVO.log");
 
   // Appends to the window and, with "Log to file" set, to ORVO.log. Never fails.
   void Log(std::string_view text, bool addLineEnd);

@@ -1,0 +1,91 @@
+#pragma once
+// The main window on test doubles of the platform: a stepped clock, scripted message boxes, a
+// serial port that does what the test says, and a real settings file in a temporary folder.
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "addin/frmAddIn.hpp"
+#include "addin/frmVerbose.hpp"
+#include "host/platform/Clock.hpp"
+#include "host/serial/SerialPort.hpp"
+#include "host/ui/Desktop.hpp"
+#include "settings/SettingsStore.hpp"
+#include "tests/TempFolder.hpp"
+
+namespace orvo::testing {
+
+class FakeSerialPort final : public host::serial::SerialPort {
+ public:
+  void SetCommPort(int portNumber) override {
+    if (portNumber < 1) throw host::serial::SerialError("port number below 1");
+    commPort = portNumber;
+  }
+  int CommPort() const override { return commPort; }
+  void SetDevicePathOverride(int, std::filesystem::path) override {}
+  void SetSettings(std::string text) override { settings = std::move(text); }
+  const std::string& Settings() const override { return settings; }
+  void SetDTREnable(bool enabled) override { dtr = enabled; }
+  bool DTREnable() const override { return dtr; }
+  void Open() override {
+    if (failOpen) throw host::serial::SerialError("no such device");
+    open = true;
+  }
+  void Close() override {
+    if (failClose) throw host::serial::SerialError("device busy");
+    open = false;
+  }
+  bool IsOpen() const override { return open; }
+  std::string ReadInput() override { return std::exchange(input, {}); }
+  void Write(std::string_view bytes) override { written += bytes; }
+  int CommEvent() const override { return host::serial::kEventReceive; }
+  void SetOnComm(CommEventHandler handler) override { onComm = std::move(handler); }
+
+  // The receiver sends a chunk.
+  void Receive(std::string text) {
+    input += text;
+    if (onComm) onComm(host::serial::kEventReceive);
+  }
+
+  int commPort = 1;
+  std::string settings = "4800,n,8,1";
+  bool dtr = false;
+  bool open = false;
+  bool failOpen = false;
+  bool failClose = false;
+  std::string input;
+  std::string written;
+  CommEventHandler onComm;
+};
+
+struct MainWindowFixture {
+  MainWindowFixture() { Make(); }
+
+  void Make() {
+    window.reset();
+    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{
+        desktop, store, verbose, clock, timeZone, port,
+        [this](double, double, host::platform::DateValue) { return declination; }});
+  }
+  // A fresh window on the same store: what the next start of the program sees.
+  void Reopen() {
+    window->Unload();
+    Make();
+    window->Show();
+  }
+
+  TempFolder folder;
+  host::ui::ManualScheduler scheduler;
+  host::ui::ScriptedDialogs dialogs;
+  host::ui::Desktop desktop{scheduler, dialogs};
+  settings::SettingsStore store{folder.Path() / "ORVO.ini"};
+  addin::frmVerbose verbose{desktop, folder.Path() / "ORVO.log"};
+  host::platform::FixedClock clock{host::platform::DateValue::FromCivil({2026, 11, 21, 9, 30, 0})};
+  host::platform::FixedTimeZone timeZone{0, false};
+  FakeSerialPort port;
+  std::optional<double> declination = 10.0;
+  std::unique_ptr<addin::frmAddIn> window;
+};
+
+}  // namespace orvo::testing
