@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -102,7 +103,8 @@ TEST(RouteGpx, NamesWhatIsWrong) {
 }
 
 TEST(RouteFile, LoadsAFileAndPutsItsNameInErrors) {
-  const auto file = std::filesystem::temp_directory_path() / "orvo-route-file-test.route";
+  const auto file = std::filesystem::temp_directory_path() /
+                    ("orvo-route-file-test-" + std::to_string(getpid()) + ".route");
   auto errorOf = [&](const std::filesystem::path& path) -> std::string {
     try {
       return std::to_string(LoadRoute(path).size()) + " points";

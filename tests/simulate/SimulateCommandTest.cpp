@@ -1,6 +1,7 @@
 // `orvo simulate` run as a program, and the demo drive it made.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <GeographicLib/Geodesic.hpp>
 #include <cstdio>
@@ -40,7 +41,7 @@ class SimulateCommand : public ::testing::Test {
  protected:
   void SetUp() override {
     folder_ = fs::temp_directory_path() /
-              ("orvo-simulate-" +
+              ("orvo-simulate-" + std::to_string(getpid()) + "-" +
                std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
     fs::remove_all(folder_);
     fs::create_directories(folder_);
@@ -211,7 +212,7 @@ TEST(DemoDrive, ScriptReproducesTheCommittedFiles) {
                   "command -v routino-router >/dev/null 2>&1") != 0) {
     GTEST_SKIP() << "Routino's programs are not installed";
   }
-  const fs::path out = fs::temp_directory_path() / "orvo-demo-drive-test";
+  const fs::path out = fs::temp_directory_path() / ("orvo-demo-drive-" + std::to_string(getpid()));
   fs::remove_all(out);
   const std::string command =
       ShellQuote(std::string(ORVO_SOURCE_DIR) + "/scripts/make-demo-drive") + " --orvo " +
