@@ -225,13 +225,14 @@ function way_function(way)
     WriteName(way)
   else
     local class = LanduseClass(way)
-    if class == "" and highway == "pedestrian" then class = "pedestrian" end
+    -- A closed pedestrian way is a square only when tagged as an area; otherwise it is a loop.
+    if class == "" and highway == "pedestrian" and IsYes(area) then class = "pedestrian" end
     if class ~= "" then
       way:Layer("landuse", true)
       way:MinZoom(AreaMinZoom(way))
       way:Attribute("class", class)
       WriteName(way)
-      way:ZOrder(landuseRank[class])
+      way:ZOrder(landuseRank[class] or 2)
     end
   end
 

@@ -99,8 +99,8 @@ MbTiles::MbTiles(const std::filesystem::path& file) : file_(file) {
   // schema here and fails on a file that is not a database or has no such tables.
   const char* tileSql =
       "SELECT tile_data FROM tiles WHERE zoom_level = ?1 AND tile_column = ?2 AND tile_row = ?3";
-  const Statement metadataCheck(database_, "SELECT name, value FROM metadata LIMIT 1");
-  if (!metadataCheck.IsValid() ||
+  const bool hasMetadata = Statement(database_, "SELECT name, value FROM metadata").IsValid();
+  if (!hasMetadata ||
       sqlite3_prepare_v2(database_, tileSql, -1, &tileQuery_, nullptr) != SQLITE_OK) {
     const std::string reason = sqlite3_errmsg(database_);
     Close();
@@ -129,7 +129,8 @@ MbTiles& MbTiles::operator=(MbTiles&& other) noexcept {
 void MbTiles::Close() noexcept {
   sqlite3_finalize(tileQuery_);
   tileQuery_ = nullptr;
-  sqlite3_close(database_);
+  // close_v2 also lets go of a connection that still has a statement open somewhere.
+  sqlite3_close_v2(database_);
   database_ = nullptr;
 }
 

@@ -1,12 +1,11 @@
 #include "host/map/RoutingDatabase.hpp"
 
-#include <routino.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <numbers>
 #include <sstream>
+#include <system_error>
 #include <utility>
 
 namespace orvo::host::map {
@@ -74,13 +73,18 @@ RoutingDatabase::RoutingDatabase(const fs::path& folder, const std::string& pref
     throw RoutingError("the installed Routino library does not match the one ORVO was built for");
   LoadProfiles(routinoData);
   LoadTranslations(routinoData);
-  database_ = Routino_LoadDatabase(folder.c_str(), prefix.c_str());
-  if (database_ == nullptr) {
-    const bool missing = Routino_errno == ROUTINO_ERROR_NO_DATABASE_FILES;
-    throw RoutingError((missing ? "no routing database " : "damaged routing database ") +
-                       (folder / (prefix + "-*.mem")).string() +
-                       "; import the region again with: orvo region import FILE.osm.pbf");
+  const auto fail = [&](const char* what) {
+    return RoutingError(what + (folder / (prefix + "-*.mem")).string() +
+                        "; import the region again with: orvo region import FILE.osm.pbf");
+  };
+  // Checked here because Routino_LoadDatabase leaks its file names when a file is missing.
+  for (const char* part : {"nodes", "segments", "ways", "relations"}) {
+    std::error_code error;
+    if (!fs::is_regular_file(folder / (prefix + "-" + part + ".mem"), error))
+      throw fail("no routing database ");
   }
+  database_ = Routino_LoadDatabase(folder.c_str(), prefix.c_str());
+  if (database_ == nullptr) throw fail("damaged routing database ");
 }
 
 RoutingDatabase::RoutingDatabase(const Region& region, const fs::path& routinoData)

@@ -5,6 +5,8 @@
 // routing options, the temporary nodes of a calculation) and is not thread-safe. Every
 // RoutingDatabase must therefore be created, used and destroyed on one thread — in ORVO the
 // event loop's, or one worker that owns all routing.
+#include <routino.h>
+
 #include <filesystem>
 #include <span>
 #include <stdexcept>
@@ -14,8 +16,6 @@
 
 #include "host/map/GeoTypes.hpp"
 #include "host/map/Region.hpp"
-
-struct _Routino_Database;
 
 namespace orvo::host::map {
 
@@ -66,7 +66,7 @@ class RoutingDatabase {
                   RoutePreference preference) const;
 
  private:
-  _Routino_Database* database_ = nullptr;
+  Routino_Database* database_ = nullptr;
 };
 
 }  // namespace orvo::host::map

@@ -86,7 +86,7 @@ class MapImport : public ::testing::Test {
   ScopedEnvironment fakeTiles_{"FAKE_TILES", tiles_.string()};
 };
 
-TEST_F(MapImport, BuildsTheRegionReportingEachStep) {
+TEST_F(MapImport, ImportReportsEachStepAndKeepsTheLog) {
   std::vector<std::string> lines;
   const Region region =
       ImportRegion(Options(), [&](std::string_view line) { lines.emplace_back(line); });
@@ -130,7 +130,7 @@ TEST_F(MapImport, WithoutBoundsInTheTilesTheStoredTilesGiveTheExtent) {
   EXPECT_EQ(region.maxZoom, 14);
 }
 
-TEST_F(MapImport, ReimportReplacesTheRegionAndClearsLeftovers) {
+TEST_F(MapImport, ReimportReplacesTheOldOneAndClearsLeftovers) {
   ImportRegion(Options());
   fs::create_directories(Regions() / ".demo.partial-dead01");  // from an import that died
   WriteFile(Regions() / ".demo.partial-dead01" / "map.mbtiles", "half");
@@ -141,7 +141,7 @@ TEST_F(MapImport, ReimportReplacesTheRegionAndClearsLeftovers) {
   EXPECT_DOUBLE_EQ(OpenRegion("demo", Regions()).bounds.westDegrees, 7.0);
 }
 
-TEST_F(MapImport, FailingToolIsNamedWithItsLogAndTheOldRegionStays) {
+TEST_F(MapImport, FailingToolIsNamedWithItsLogAndTheOldImportStays) {
   ImportRegion(Options());
   const ScopedEnvironment failing("FAKE_SPLITTER_EXIT", "3");
   MakeTiles({{"bounds", "7.0,43.0,8.0,44.0"}});
@@ -162,7 +162,7 @@ TEST_F(MapImport, FailingToolIsNamedWithItsLogAndTheOldRegionStays) {
   EXPECT_EQ(ListRegionNames(Regions()), std::vector<std::string>{"demo"});
 }
 
-TEST_F(MapImport, TilesWithoutAnyTileAreNoRegion) {
+TEST_F(MapImport, TilesFileWithoutTilesIsRefused) {
   fs::remove(tiles_);
   MakeMbTiles(tiles_, {{"bounds", "7.40,43.72,7.44,43.75"}}, {});
   EXPECT_NE(ImportError(Options()).find("no map tiles"), std::string::npos);

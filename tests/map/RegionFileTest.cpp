@@ -36,7 +36,7 @@ std::string ReadError(const std::filesystem::path& folder) {
   return "(read without an error)";
 }
 
-TEST(MapFolder, RegionFileRoundTripsAndListsOnlyCompleteRegions) {
+TEST(MapFolder, DescriptionRoundTripsAndOnlyCompleteFoldersAreListed) {
   TemporaryFolder regions;
   std::filesystem::create_directories(regions.path() / "monaco");
   WriteRegion(SampleRegion(regions.path() / "monaco"));
@@ -67,7 +67,7 @@ TEST(MapFolder, RegionFileRoundTripsAndListsOnlyCompleteRegions) {
   EXPECT_TRUE(ListRegionNames(regions.path() / "nowhere").empty());
 }
 
-TEST(MapFolder, RegionsLiveInTheUsersDataFolder) {
+TEST(MapFolder, LivesInTheUsersDataFolder) {
   TemporaryFolder home;
   const ScopedEnvironment dataHome("XDG_DATA_HOME", home.path().string());
   EXPECT_EQ(RegionsFolder(), home.path() / "orvo" / "regions");
@@ -77,7 +77,7 @@ TEST(MapFolder, RegionsLiveInTheUsersDataFolder) {
   EXPECT_EQ(OpenRegion("monaco").name, "monaco");
 }
 
-TEST(MapFolder, DamagedRegionFileIsRefusedWithItsPath) {
+TEST(MapFolder, DamagedDescriptionIsRefusedWithItsPath) {
   TemporaryFolder folder;
   const auto file = folder.path() / "region.json";
   EXPECT_NE(ReadError(folder.path()).find("cannot read " + file.string()), std::string::npos);
@@ -107,7 +107,7 @@ TEST(MapFolder, DamagedRegionFileIsRefusedWithItsPath) {
   }
 }
 
-TEST(MapFolder, OpeningAnUnknownRegionSaysHowToImportOne) {
+TEST(MapFolder, OpeningAnUnknownNameSaysHowToImport) {
   TemporaryFolder regions;
   try {
     OpenRegion("atlantis", regions.path());
@@ -118,7 +118,7 @@ TEST(MapFolder, OpeningAnUnknownRegionSaysHowToImportOne) {
   EXPECT_THROW(OpenRegion("../etc", regions.path()), RegionError);
 }
 
-TEST(MapFolder, RegionNamesAreSafeFolderNames) {
+TEST(MapFolder, NamesAreSafeFolderNames) {
   for (const char* name : {"monaco", "Monaco-2026", "cote_d.azur", "a"})
     EXPECT_TRUE(IsValidRegionName(name)) << name;
   for (const char* name : {"", ".hidden", "..", "a/b", "with space", "caf\xc3\xa9"})
