@@ -329,9 +329,10 @@ ImportPlan Plan(const RegionImportOptions& options) {
 
   plan.tagging = options.routinoData / "tagging.xml";
   RequireFile(plan.tagging, "Routino's tagging rules (Debian package routino-common)");
-  const fs::path tilemakerFolder = options.tilemakerFolder.empty()
-                                       ? platform::AppFolder() / "tilemaker"
-                                       : options.tilemakerFolder;
+  const fs::path tilemakerFolder =
+      (options.tilemakerFolder.empty() ? platform::AppFolder() / "tilemaker"
+                                       : options.tilemakerFolder)
+          .lexically_normal();
   plan.tilemakerConfig = tilemakerFolder / "config.json";
   plan.tilemakerProcess = tilemakerFolder / "process.lua";
   RequireFile(plan.tilemakerConfig, "ORVO's map tile configuration");
