@@ -1,0 +1,181 @@
+#include "host/map/RoutingDatabase.hpp"
+
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <numbers>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+namespace orvo::host::map {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Routino parses profiles and translations into process-wide tables; these remember which files
+// they came from so that every database after the first reuses them.
+fs::path loadedProfiles;
+fs::path loadedTranslations;
+
+void LoadProfiles(const fs::path& routinoData) {
+  const fs::path file = routinoData / "profiles.xml";
+  if (loadedProfiles == file) return;
+  if (!loadedProfiles.empty()) Routino_FreeXMLProfiles();
+  loadedProfiles.clear();
+  if (Routino_ParseXMLProfiles(file.c_str()) != ROUTINO_ERROR_NONE)
+    throw RoutingError("cannot load Routino's routing profiles from " + file.string() +
+                       (Routino_errno == ROUTINO_ERROR_NO_PROFILES_XML ? " (missing)" : ""));
+  loadedProfiles = file;
+}
+
+void LoadTranslations(const fs::path& routinoData) {
+  const fs::path file = routinoData / "translations.xml";
+  if (loadedTranslations == file) return;
+  if (!loadedTranslations.empty()) Routino_FreeXMLTranslations();
+  loadedTranslations.clear();
+  if (Routino_ParseXMLTranslations(file.c_str()) != ROUTINO_ERROR_NONE)
+    throw RoutingError("cannot load Routino's translations from " + file.string());
+  loadedTranslations = file;
+}
+
+Routino_Translation* EnglishTranslation() {
+  if (Routino_Translation* english = Routino_GetTranslation("en")) return english;
+  return Routino_GetTranslation(nullptr);  // Routino's built-in English
+}
+
+double Degrees(float radians) {
+  return static_cast<double>(radians) * 180.0 / std::numbers::pi;
+}
+
+std::string Describe(const GeoPoint& point) {
+  std::ostringstream text;
+  text.precision(6);
+  text << std::fixed << point.latitudeDegrees << ", " << point.longitudeDegrees;
+  return text.str();
+}
+
+// Routino allocates waypoints with calloc and leaves freeing them to the caller.
+struct WaypointFree {
+  void operator()(Routino_Waypoint* waypoint) const { std::free(waypoint); }
+};
+using WaypointPointer = std::unique_ptr<Routino_Waypoint, WaypointFree>;
+
+struct RouteDelete {
+  void operator()(Routino_Output* output) const { Routino_DeleteRoute(output); }
+};
+
+}  // namespace
+
+RoutingDatabase::RoutingDatabase(const fs::path& folder, const std::string& prefix,
+                                 const fs::path& routinoData) {
+  if (Routino_CheckAPIVersion() != ROUTINO_ERROR_NONE)
+    throw RoutingError("the installed Routino library does not match the one ORVO was built for");
+  LoadProfiles(routinoData);
+  LoadTranslations(routinoData);
+  const auto fail = [&](const char* what) {
+    return RoutingError(what + (folder / (prefix + "-*.mem")).string() +
+                        "; import the region again with: orvo region import FILE.osm.pbf");
+  };
+  // Checked here because Routino_LoadDatabase leaks its file names when a file is missing.
+  for (const char* part : {"nodes", "segments", "ways", "relations"}) {
+    std::error_code error;
+    if (!fs::is_regular_file(folder / (prefix + "-" + part + ".mem"), error))
+      throw fail("no routing database ");
+  }
+  database_ = Routino_LoadDatabase(folder.c_str(), prefix.c_str());
+  if (database_ == nullptr) throw fail("damaged routing database ");
+}
+
+RoutingDatabase::RoutingDatabase(const Region& region, const fs::path& routinoData)
+    : RoutingDatabase(region.folder, region.routingPrefix, routinoData) {}
+
+RoutingDatabase::~RoutingDatabase() {
+  if (database_ != nullptr) Routino_UnloadDatabase(database_);
+}
+
+RoutingDatabase::RoutingDatabase(RoutingDatabase&& other) noexcept
+    : database_(std::exchange(other.database_, nullptr)) {}
+
+RoutingDatabase& RoutingDatabase::operator=(RoutingDatabase&& other) noexcept {
+  if (this == &other) return *this;
+  if (database_ != nullptr) Routino_UnloadDatabase(database_);
+  database_ = std::exchange(other.database_, nullptr);
+  return *this;
+}
+
+std::vector<std::string> RoutingDatabase::ProfileNames() const {
+  std::vector<std::string> names;
+  char** list = Routino_GetProfileNames();
+  if (list == nullptr) return names;
+  // The list and its strings are allocated for the caller.
+  for (char** name = list; *name != nullptr; ++name) {
+    names.emplace_back(*name);
+    std::free(*name);
+  }
+  std::free(list);
+  return names;
+}
+
+Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::string_view profileName,
+                                 RoutePreference preference) const {
+  if (database_ == nullptr) throw RoutingError("the routing database was moved away");
+  if (waypoints.size() < 2) throw RoutingError("a route needs at least two waypoints");
+
+  const std::string name(profileName);
+  Routino_Profile* profile = Routino_GetProfile(name.c_str());
+  if (profile == nullptr) {
+    std::string known;
+    for (const std::string& candidate : ProfileNames())
+      known += (known.empty() ? "" : ", ") + candidate;
+    throw RoutingError("no routing profile \"" + name + "\" (known profiles: " + known + ")");
+  }
+  // Routino's profiles are shared by every database: fit this one to ours before each use.
+  if (Routino_ValidateProfile(database_, profile) != ROUTINO_ERROR_NONE)
+    throw RoutingError("the routing profile \"" + name + "\" does not suit this region's database");
+
+  std::vector<WaypointPointer> owned;
+  std::vector<Routino_Waypoint*> found;
+  for (std::size_t index = 0; index < waypoints.size(); ++index) {
+    const GeoPoint& point = waypoints[index];
+    WaypointPointer waypoint(
+        Routino_FindWaypoint(database_, profile, point.latitudeDegrees, point.longitudeDegrees));
+    if (!waypoint)
+      throw RoutingError("waypoint " + std::to_string(index + 1) + " (" + Describe(point) +
+                         ") has no road near it that a " + name + " may use");
+    found.push_back(waypoint.get());
+    owned.push_back(std::move(waypoint));
+  }
+
+  const int options =
+      (preference == RoutePreference::Quickest ? ROUTINO_ROUTE_QUICKEST : ROUTINO_ROUTE_SHORTEST) |
+      ROUTINO_ROUTE_LIST_TEXT_ALL;
+  const std::unique_ptr<Routino_Output, RouteDelete> output(
+      Routino_CalculateRoute(database_, profile, EnglishTranslation(), found.data(),
+                             static_cast<int>(found.size()), options, nullptr));
+  if (!output) {
+    const int error = Routino_errno;
+    if (error >= ROUTINO_ERROR_NO_ROUTE_1) {
+      const int from = error - ROUTINO_ERROR_NO_ROUTE_1 + 1;
+      throw RoutingError("no route for a " + name + " between waypoint " + std::to_string(from) +
+                         " and waypoint " + std::to_string(from + 1));
+    }
+    throw RoutingError("Routino could not calculate the route (error " + std::to_string(error) +
+                       ")");
+  }
+
+  Route route;
+  for (const Routino_Output* point = output.get(); point != nullptr; point = point->next) {
+    // routino.h calls the time seconds, but the library fills in minutes, as its router's text
+    // output shows ("Duration ... min").
+    constexpr double kSecondsPerMinute = 60.0;
+    route.points.push_back({{Degrees(point->lat), Degrees(point->lon)},
+                            static_cast<double>(point->dist),
+                            static_cast<double>(point->time) * kSecondsPerMinute});
+  }
+  route.distanceKm = route.points.back().distanceKm;
+  route.timeSeconds = route.points.back().timeSeconds;
+  return route;
+}
+
+}  // namespace orvo::host::map

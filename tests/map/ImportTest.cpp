@@ -1,0 +1,155 @@
+// The import's own logic, run against stand-in tools: shell scripts named planetsplitter and
+// tilemaker that write what the real ones would, or fail. RegionImportTest.cpp runs the real ones.
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "host/map/MbTiles.hpp"
+#include "host/map/RegionImport.hpp"
+#include "tests/map/MapTestSupport.hpp"
+
+namespace orvo::host::map {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ReadFile;
+using testing::ScopedEnvironment;
+using testing::TemporaryFolder;
+using testing::WriteFile;
+
+const std::string kPbfHeader("\0\0\0\x0d\x0a\x09OSMHeader\x18\x01", 17);
+
+class MapImport : public ::testing::Test {
+ protected:
+  MapImport() {
+    fs::create_directories(work_.path() / "bin");
+    // Writes a database file into --dir and complains; exits with $FAKE_SPLITTER_EXIT.
+    WriteScript("planetsplitter",
+                "for a in \"$@\"; do case $a in --dir=*) dir=${a#--dir=};; esac; done\n"
+                "echo \"splitting $*\"; echo 'splitter complaint' >&2\n"
+                "touch \"$dir/routino-nodes.mem\"; exit ${FAKE_SPLITTER_EXIT:-0}\n");
+    // Copies $FAKE_TILES to --output.
+    WriteScript("tilemaker",
+                "while [ $# -gt 0 ]; do [ \"$1\" = --output ] && out=$2; shift; done\n"
+                "cp \"$FAKE_TILES\" \"$out\"\n");
+    WriteFile(source_, kPbfHeader);
+    MakeTiles({{"bounds", "7.40,43.72,7.44,43.75"}, {"minzoom", "12"}, {"maxzoom", "14"}});
+  }
+
+  void WriteScript(const std::string& name, const std::string& body) {
+    WriteFile(work_.path() / "bin" / name, "#!/bin/sh\n" + body);
+    ::chmod((work_.path() / "bin" / name).c_str(), 0755);
+  }
+  void MakeTiles(const std::map<std::string, std::string>& metadata) {
+    fs::remove(tiles_);
+    testing::MakeMbTiles(tiles_, metadata, {{14, 8530, 5975, "a"}, {14, 8531, 5976, "b"}});
+  }
+  RegionImportOptions Options(const std::string& name = "demo") const {
+    return {source_, name, Regions(), fs::path(ORVO_SOURCE_DIR) / "data/tilemaker"};
+  }
+  fs::path Regions() const { return work_.path() / "regions"; }
+  std::string ImportError(const RegionImportOptions& options) const {
+    try {
+      ImportRegion(options);
+    } catch (const RegionImportError& error) {
+      return error.what();
+    }
+    return "(imported without an error)";
+  }
+
+  TemporaryFolder work_;
+  fs::path source_ = work_.path() / "demo.osm.pbf";
+  fs::path tiles_ = work_.path() / "fake.mbtiles";
+  ScopedEnvironment path_{"PATH", (work_.path() / "bin").string() + ":/usr/bin:/bin"};
+  ScopedEnvironment fakeTiles_{"FAKE_TILES", tiles_.string()};
+};
+
+TEST_F(MapImport, ImportReportsEachStepAndKeepsTheLog) {
+  std::vector<std::string> lines;
+  const Region region =
+      ImportRegion(Options(), [&](std::string_view line) { lines.emplace_back(line); });
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[0], "[1/3] routing database (planetsplitter) ...");
+  EXPECT_EQ(lines[1], "[2/3] map tiles (tilemaker) ...");
+  EXPECT_EQ(lines[2], "[3/3] region description ...");
+  EXPECT_EQ(lines[3].rfind("region \"demo\" is ready in " + (Regions() / "demo").string(), 0), 0u);
+
+  const Region read = OpenRegion("demo", Regions());
+  EXPECT_EQ(read.folder, region.folder);
+  EXPECT_DOUBLE_EQ(read.bounds.eastDegrees, 7.44);
+  EXPECT_DOUBLE_EQ(read.centre.latitudeDegrees, (43.72 + 43.75) / 2);  // no centre in the tiles
+  EXPECT_EQ(read.maxZoom, 14);
+  EXPECT_EQ(read.sourceFile, source_.string());
+  EXPECT_TRUE(fs::exists(read.folder / "routino-nodes.mem"));
+  const std::string log = ReadFile(read.LogPath());
+  for (const char* text :
+       {"splitting --dir=", "splitter complaint", "--tagging=/usr/share/routino/tagging.xml"})
+    EXPECT_NE(log.find(text), std::string::npos) << text;
+}
+
+TEST_F(MapImport, ReimportReplacesTheOldOneAndClearsLeftovers) {
+  ImportRegion(Options());
+  fs::create_directories(Regions() / ".demo.partial-dead01");  // from an import that died
+  MakeTiles({});  // without bounds: the stored tiles give the extent
+  const Region region = ImportRegion(Options());
+  EXPECT_EQ(std::distance(fs::directory_iterator(Regions()), fs::directory_iterator()), 1);
+  EXPECT_DOUBLE_EQ(OpenRegion("demo", Regions()).bounds.westDegrees,
+                   TileBounds(14, 8530, 5975).westDegrees);
+  EXPECT_DOUBLE_EQ(region.bounds.southDegrees, TileBounds(14, 8531, 5976).southDegrees);
+  EXPECT_EQ(region.minZoom, 14);
+}
+
+TEST_F(MapImport, FailingToolIsNamedWithItsLogAndTheOldImportStays) {
+  ImportRegion(Options());
+  const ScopedEnvironment failing("FAKE_SPLITTER_EXIT", "3");
+  const std::string message = ImportError(Options());
+  EXPECT_NE(message.find("planetsplitter failed (exit status 3)"), std::string::npos) << message;
+  const std::size_t logAt = message.find(Regions().string() + "/.demo.partial-");
+  ASSERT_NE(logAt, std::string::npos) << message;
+  const fs::path log = message.substr(logAt);
+  EXPECT_NE(ReadFile(log).find("splitter complaint"), std::string::npos);
+  // Only the log is kept of the failed attempt, and the earlier import is untouched.
+  EXPECT_EQ(std::distance(fs::directory_iterator(log.parent_path()), fs::directory_iterator()), 1);
+  EXPECT_DOUBLE_EQ(OpenRegion("demo", Regions()).bounds.westDegrees, 7.40);
+}
+
+TEST_F(MapImport, BadInputIsRefusedBeforeAnythingIsWritten) {
+  auto options = Options();
+  options.sourceFile = work_.path() / "absent.osm.pbf";
+  EXPECT_EQ(ImportError(options),
+            "cannot import " + options.sourceFile.string() + ": no such file");
+  for (const std::string& content : {std::string("<?xml version='1.0'?><osm/>"), std::string(),
+                                     std::string("\0\0\0\x0d\x0a\x09OSMData..", 15)}) {
+    WriteFile(source_, content);
+    EXPECT_NE(ImportError(Options()).find("not an OpenStreetMap PBF file"), std::string::npos);
+  }
+  WriteFile(source_, kPbfHeader);
+  EXPECT_NE(ImportError(Options("../escape")).find("cannot be a region name"), std::string::npos);
+  options = Options();
+  options.tilemakerFolder = work_.path();
+  EXPECT_NE(ImportError(options).find("map tile configuration is missing"), std::string::npos);
+  fs::remove(work_.path() / "bin/planetsplitter");
+  const ScopedEnvironment onlyFakes("PATH", (work_.path() / "bin").string());
+  EXPECT_NE(ImportError(Options()).find("planetsplitter was not found on the PATH; it comes with "
+                                        "the Debian package routino"),
+            std::string::npos);
+  EXPECT_FALSE(fs::exists(Regions()));
+}
+
+TEST(MapImportCommand, CommandLineMistakesAndBadFilesExitNonZero) {
+  EXPECT_EQ(RegionNameFromFile("/maps/monaco.osm.pbf"), "monaco");
+  EXPECT_EQ(RegionNameFromFile("alps.pbf"), "alps");
+
+  TemporaryFolder home;
+  const auto missing = testing::RunOrvo(home.path(), "region import /nowhere/monaco.osm.pbf");
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_EQ(missing.output, "orvo region: cannot import /nowhere/monaco.osm.pbf: no such file\n");
+  for (const char* mistake : {"region", "region import", "region import a.osm.pbf --name",
+                              "region import a.osm.pbf b.osm.pbf", "region fly"})
+    EXPECT_EQ(testing::RunOrvo(home.path(), mistake).exitCode, 2) << mistake;
+  EXPECT_NE(testing::RunOrvo(home.path(), "region list").output.find("no regions in"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace orvo::host::map
