@@ -110,6 +110,7 @@ class frmAddIn : public host::ui::Window, private gps::IntakeListener {
   // The main window's own diagnostics, with the procedure's name in front.
   void LogDiagnostic(std::string_view procedure, std::string_view text);
 
+  settings::SettingsStore& Settings() const { return services_.settings; }
   bool TextEntryActive() const { return textEntryActive_; }
   bool GpsRunning() const { return gpsRunning_; }
   int BaudRate() const { return baudRate_; }
@@ -140,10 +141,11 @@ class frmAddIn : public host::ui::Window, private gps::IntakeListener {
   std::function<void()> guidanceTick;          // guidance, each tick while switched on
   std::function<void(bool hide)> gmStop;       // ends go-to waypoint mode
   std::function<void()> openPlayback;          // cmdOpenNMEA
-  std::function<void()> clearTrailOnUnload;    // asks whether to clear the trail
-  std::function<void()> unloadOtherWindows;    // playback, guidance, go-to and option windows
-  std::function<void()> beforeCompassMenu;     // the compass menu's enabling rules
-  std::function<void()> onAlwaysTopChanged;    // the playback window copies the state
+  std::function<void(std::string_view)> onSentence;  // every sentence cut from the buffer
+  std::function<void()> clearTrailOnUnload;          // asks whether to clear the trail
+  std::function<void()> unloadOtherWindows;          // playback, guidance, go-to and option windows
+  std::function<void()> beforeCompassMenu;           // the compass menu's enabling rules
+  std::function<void()> onAlwaysTopChanged;          // the playback window copies the state
   // The guidance settings are loaded and saved with the main window's.
   std::function<void()> loadGuidanceSettings;
   std::function<void()> saveGuidanceSettings;
@@ -270,6 +272,9 @@ class frmAddIn : public host::ui::Window, private gps::IntakeListener {
 
   // What the intake tells its window.
   void OnChunkReceived(std::string_view chunk) override;
+  void OnSentence(std::string_view sentence) override {
+    if (onSentence) onSentence(sentence);
+  }
   bool IsRefreshAutomatic() const override { return sclRefreshRate.Value() == 0; }
   void OnRefreshTick() override { RefreshTick(); }
 

@@ -13,12 +13,21 @@
 #include <string_view>
 
 #include "app/Commands.hpp"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+
+#include "addin/frmAddIn.hpp"
+#include "addin/frmVerbose.hpp"
 #include "gps/FixJson.hpp"
 #include "gps/NmeaIntake.hpp"
 #include "gps/NmeaParser.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/platform/DateValue.hpp"
 #include "host/platform/Numeric.hpp"
+#include "host/serial/AsioSerialPort.hpp"
+#include "host/ui/Desktop.hpp"
+#include "settings/SettingsStore.hpp"
 
 namespace orvo::app {
 namespace {
@@ -47,6 +56,9 @@ struct ParseOptions {
   bool restoreCrLf = false;
   bool diagnostics = false;
   std::optional<std::string> serialDevice;
+  std::string baud = "4800,n,8,1";
+  bool dtr = false;
+  std::optional<std::int32_t> count;
   bool serialOnlyOption = false;  // --baud, --dtr or --count given
 };
 
@@ -87,10 +99,14 @@ ParseOptions ReadOptions(const Arguments& arguments) {
       options.diagnostics = true;
     } else if (argument == "--serial") {
       options.serialDevice = value();
-    } else if (argument == "--baud" || argument == "--count") {
-      value();
+    } else if (argument == "--baud") {
+      options.baud = value();
+      options.serialOnlyOption = true;
+    } else if (argument == "--count") {
+      options.count = ParseWholeNumber(argument, value());
       options.serialOnlyOption = true;
     } else if (argument == "--dtr") {
+      options.dtr = true;
       options.serialOnlyOption = true;
     } else if (argument.size() > 1 && argument.starts_with("-")) {
       throw UsageError("unknown option " + argument);
@@ -216,6 +232,53 @@ int RunOnStream(const ParseOptions& options) {
   return 0;
 }
 
+// A live receiver, started exactly as the main window's "Start GPS" starts it, printing every
+// sentence as it arrives until --count sentences came or the program is interrupted.
+int RunOnSerial(const ParseOptions& options) {
+  boost::asio::io_context io;
+  host::ui::AsioScheduler scheduler(io);
+  host::ui::ConsoleDialogs dialogs(std::cerr, "orvo parse: ");
+  host::ui::Desktop desktop(scheduler, dialogs);
+  // Nothing is loaded from or saved to the user's settings: the window is never loaded.
+  settings::SettingsStore settings(std::filesystem::path{});
+  addin::frmVerbose verbose(desktop, "/dev/null");
+  host::platform::LinuxSystemClock clock;
+  host::platform::LinuxTimeZoneSource timeZone;
+  host::serial::AsioSerialPort port(
+      io, [](std::string_view message) { std::cerr << "orvo parse: " << message << '\n'; });
+  constexpr int kPortNumber = 1;
+  port.SetDevicePathOverride(kPortNumber, *options.serialDevice);
+  addin::frmAddIn window(
+      addin::MainWindowServices{desktop, settings, verbose, clock, timeZone, port, {}});
+  window.cboPort.SetText(std::to_string(kPortNumber));
+  window.txtBaud.SetText(options.baud);
+  window.chkDTR.SetValue(options.dtr ? 1 : 0);
+  window.sclRefreshRate.SetValue(0);
+  window.Intake().SetLenDetectRepeat(options.lenDetectRepeat.value_or(INT32_MAX));
+
+  std::int64_t printed = 0;
+  window.onSentence = [&](std::string_view sentence) {
+    gps::WriteSentenceRecord(std::cout, sentence, window.Fix());
+    std::cout.flush();
+    if (options.count && ++printed >= *options.count) io.stop();
+  };
+  // After the window has taken its one sentence of a chunk, the rest are printed at once too.
+  port.SetOnComm([&](int eventCode) {
+    window.comNMEA_OnComm(eventCode);
+    while (!io.stopped() && window.Intake().HasCompleteSentence()) window.ProcessData("");
+  });
+  window.cmdGPSAction_Click();
+  if (!window.GpsRunning()) {
+    std::cerr << "orvo parse: " << *options.serialDevice << ": "
+              << verbose.txtLog.Text().substr(0, verbose.txtLog.Text().find('\r')) << '\n';
+    return 1;
+  }
+  boost::asio::signal_set signals(io, SIGINT, SIGTERM);
+  signals.async_wait([&io](const boost::system::error_code&, int) { io.stop(); });
+  io.run();
+  return 0;
+}
+
 }  // namespace
 
 int RunParse(const Arguments& arguments) {
@@ -232,11 +295,7 @@ int RunParse(const Arguments& arguments) {
     std::cerr << "orvo parse: " << error.what() << '\n' << kUsage;
     return 2;
   }
-  if (options.serialDevice) {
-    std::cerr << "orvo parse: reading a serial receiver (--serial) is not available yet\n";
-    return 2;
-  }
-  return RunOnStream(options);
+  return options.serialDevice ? RunOnSerial(options) : RunOnStream(options);
 }
 
 }  // namespace orvo::app

@@ -1,16 +1,10 @@
 #include "host/ui/Dialogs.hpp"
 
 namespace orvo::host::ui {
+namespace {
 
-MsgBoxResult ScriptedDialogs::ShowMessage(const MessageRequest& request) {
-  messages_.push_back(request);
-  if (!answers_.empty()) {
-    const MsgBoxResult answer = answers_.front();
-    answers_.pop_front();
-    return answer;
-  }
-  // Unscripted questions take the cautious answer.
-  switch (request.buttons) {
+MsgBoxResult CautiousAnswer(MsgBoxButtons buttons) {
+  switch (buttons) {
     case MsgBoxButtons::OkOnly:
       return MsgBoxResult::Ok;
     case MsgBoxButtons::OkCancel:
@@ -19,6 +13,16 @@ MsgBoxResult ScriptedDialogs::ShowMessage(const MessageRequest& request) {
       return MsgBoxResult::No;
   }
   return MsgBoxResult::Ok;
+}
+
+}  // namespace
+
+MsgBoxResult ScriptedDialogs::ShowMessage(const MessageRequest& request) {
+  messages_.push_back(request);
+  if (answers_.empty()) return CautiousAnswer(request.buttons);
+  const MsgBoxResult answer = answers_.front();
+  answers_.pop_front();
+  return answer;
 }
 
 std::optional<std::string> ScriptedDialogs::ChooseFile(const FileRequest& request) {
@@ -33,6 +37,15 @@ std::vector<std::string> ScriptedDialogs::Prompts() const {
   std::vector<std::string> prompts;
   for (const auto& message : messages_) prompts.push_back(message.prompt);
   return prompts;
+}
+
+MsgBoxResult ConsoleDialogs::ShowMessage(const MessageRequest& request) {
+  out_ << prefix_ << request.prompt << '\n';
+  return CautiousAnswer(request.buttons);
+}
+
+std::optional<std::string> ConsoleDialogs::ChooseFile(const FileRequest&) {
+  return std::nullopt;
 }
 
 }  // namespace orvo::host::ui

@@ -2,6 +2,7 @@
 // Message boxes and the file chooser. The page answers them; tests script them.
 #include <deque>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,19 @@ class ScriptedDialogs final : public DialogService {
   std::deque<std::optional<std::string>> files_;
   std::vector<MessageRequest> messages_;
   std::vector<FileRequest> fileRequests_;
+};
+
+// For commands run without a page: questions are written to a stream and take the cautious
+// answer (OK, Cancel, No); no file is chosen.
+class ConsoleDialogs final : public DialogService {
+ public:
+  ConsoleDialogs(std::ostream& out, std::string prefix) : out_(out), prefix_(std::move(prefix)) {}
+  MsgBoxResult ShowMessage(const MessageRequest& request) override;
+  std::optional<std::string> ChooseFile(const FileRequest& request) override;
+
+ private:
+  std::ostream& out_;
+  std::string prefix_;
 };
 
 }  // namespace orvo::host::ui

@@ -1,0 +1,153 @@
+// The main window's receiver over a real pseudo-terminal: what the receiver sends reaches the
+// fix, an "ASTRAL" receiver is answered, and a port that cannot open is reported.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include <boost/asio/io_context.hpp>
+
+#include "addin/frmAddIn.hpp"
+#include "addin/frmVerbose.hpp"
+#include "host/serial/AsioSerialPort.hpp"
+#include "host/ui/Desktop.hpp"
+#include "tests/TempFolder.hpp"
+
+namespace orvo::gps {
+namespace {
+
+struct PseudoTerminal {
+  PseudoTerminal() {
+    char name[256] = {};
+    if (openpty(&master, &slave, name, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
+    path = name;
+    fcntl(master, F_SETFL, fcntl(master, F_GETFL) | O_NONBLOCK);
+  }
+  ~PseudoTerminal() {
+    close(master);
+    close(slave);
+  }
+  void Send(std::string_view text) const {
+    ASSERT_EQ(write(master, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  std::string Received() const {
+    std::string text;
+    char buffer[256];
+    for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
+      text.append(buffer, static_cast<std::size_t>(n));
+    return text;
+  }
+  int master = -1;
+  int slave = -1;
+  std::string path;
+};
+
+struct ReceiverRoundTrip : ::testing::Test {
+  // Runs the loop until `done`; the deadline only guards against a hang.
+  template <class Done>
+  bool RunUntil(Done done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done() && std::chrono::steady_clock::now() < deadline) {
+      io.run_for(std::chrono::milliseconds(10));
+      io.restart();
+    }
+    return done();
+  }
+
+  boost::asio::io_context io;
+  host::ui::AsioScheduler scheduler{io};
+  host::ui::ScriptedDialogs dialogs;
+  host::ui::Desktop desktop{scheduler, dialogs};
+  orvo::testing::TempFolder folder;
+  settings::SettingsStore store{folder.Path() / "ORVO.ini"};
+  addin::frmVerbose verbose{desktop, folder.Path() / "ORVO.log"};
+  host::platform::FixedClock clock{host::platform::DateValue::FromCivil({2026, 1, 1, 0, 0, 0})};
+  host::platform::FixedTimeZone timeZone{0, false};
+  host::serial::AsioSerialPort port{io};
+  addin::frmAddIn window{{desktop, store, verbose, clock, timeZone, port, {}}};
+  PseudoTerminal terminal;
+};
+
+TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
+  port.SetDevicePathOverride(3, terminal.path);
+  window.cboPort.SetText("3");
+  window.cmdGPSAction.Press();
+  ASSERT_TRUE(window.GpsRunning()) << verbose.txtLog.Text();
+
+  terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n");
+  ASSERT_TRUE(RunUntil([&] { return window.Fix().FixMode == 3; }));
+  EXPECT_NEAR(window.Fix().Latitude, 43.73970, 1e-5);
+  EXPECT_NEAR(window.Fix().Longitude, 7.42417, 1e-5);
+  EXPECT_DOUBLE_EQ(window.Fix().Elevation, 42.0);
+
+  terminal.Send("ASTRAL GPS v1.0 ");
+  std::string answer;
+  ASSERT_TRUE(
+      RunUntil([&] { return (answer += terminal.Received()).find("\r\n") != std::string::npos; }));
+  EXPECT_EQ(answer, "ASTRAL\r\n");
+
+  window.cmdGPSAction.Press();
+  EXPECT_FALSE(window.GpsRunning());
+  EXPECT_FALSE(port.IsOpen());
+  EXPECT_TRUE(dialogs.Prompts().empty());
+}
+
+TEST_F(ReceiverRoundTrip, PortsThatCannotOpenAreReported) {
+  const std::vector<std::pair<std::string, std::string>> failures = {
+      {(folder.Path() / "no-such-device").string(), "4800,n,8,1"},  // missing
+      {store.File().string(), "4800,n,8,1"},                        // not a terminal
+      {terminal.path, "4800,q,8,1"},                                // bad settings
+  };
+  store.SaveSetting("Settings", "Any", "thing");  // so the settings file exists
+  for (const auto& [device, settingsText] : failures) {
+    port.SetDevicePathOverride(1, device);
+    window.cboPort.SetText("1");
+    window.txtBaud.SetText(settingsText);
+    window.cmdGPSAction.Press();
+    EXPECT_FALSE(window.GpsRunning()) << device;
+    EXPECT_EQ(window.Fix().FixMode, 0);
+    ASSERT_EQ(dialogs.Prompts().size(), 1u) << device;
+    EXPECT_EQ(dialogs.Prompts()[0], "Can't open comm port");
+    dialogs.Forget();
+  }
+}
+
+// `orvo parse --serial` starts the receiver the same way and prints what arrives.
+TEST_F(ReceiverRoundTrip, ParseCommandReadsASerialDevice) {
+  const std::string command =
+      std::string(ORVO_BINARY) + " parse --serial " + terminal.path + " --count 2 2>&1";
+  std::FILE* output = popen(command.c_str(), "r");
+  ASSERT_NE(output, nullptr);
+  // The program opens the device and flushes stale input; resend until it has taken two.
+  std::string text;
+  std::thread reader([&] {
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, output)) > 0;)
+      text.append(buffer, n);
+  });
+  for (int attempt = 0; attempt < 100 && text.find("$GPGSA") == std::string::npos; ++attempt) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    terminal.Send(
+        "$GPRMC,120000,A,4344.3820,N,00725.4500,E,12.5,90.0,211126,,*00\r\n"
+        "$GPGSA,A,3,01,02,,,,,,,,,,,2.0,1.5,1.2*00\r\n");
+  }
+  reader.join();
+  EXPECT_EQ(pclose(output), 0) << text;
+  EXPECT_NE(text.find("\"SpeedKnots\":12.5"), std::string::npos) << text;
+  EXPECT_NE(text.find("\"VDOP\":1.2"), std::string::npos) << text;
+
+  std::FILE* failing =
+      popen((std::string(ORVO_BINARY) + " parse --serial /nonexistent/tty 2>&1").c_str(), "r");
+  char buffer[4096] = {};
+  const std::size_t n = std::fread(buffer, 1, sizeof buffer - 1, failing);
+  EXPECT_NE(pclose(failing), 0);
+  EXPECT_NE(std::string(buffer, n).find("Can't open comm port"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace orvo::gps
