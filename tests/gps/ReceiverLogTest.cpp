@@ -303,8 +303,6 @@ TEST(ParseCommand, RefusesWhatItCannotDo) {
   const Case cases[] = {
       {"/nonexistent/capture.nmea", 1, "cannot open /nonexistent/capture.nmea: No such file"},
       {Quote(kReceivers.string()), 1, "cannot read " + kReceivers.string() + ": Is a directory"},
-      {"--serial /dev/ttyUSB0", 2, "not available yet"},
-      {"--serial /dev/ttyUSB0 --baud 4800,n,8,1 --dtr --count 5", 2, "not available yet"},
       {"--dtr -", 2, "need --serial"},
       {"--now 2026-13-01T00:00:00 -", 2, "--now: "},
       {"--now", 2, "--now needs a value"},
