@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "addin/frmVerbose.hpp"
+#include "host/ui/Desktop.hpp"
+#include "tests/TempFolder.hpp"
+
+namespace orvo::addin {
+namespace {
+
+struct DiagnosticLog : ::testing::Test {
+  host::ui::ManualScheduler scheduler;
+  host::ui::ScriptedDialogs dialogs;
+  host::ui::Desktop desktop{scheduler, dialogs};
+  orvo::testing::TempFolder folder;
+  std::filesystem::path file = folder.Path() / "ORVO.log";
+  frmVerbose log{desktop, file};
+
+  std::string FileText() const {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  }
+};
+
+TEST_F(DiagnosticLog, JoinsTextsWithoutTheFlagAndWritesTheFileOnlyWhenAsked) {
+  log.Log("ParseGSV: ", false);
+  log.Log("slot out of range", true);
+  log.Log("next", true);
+  EXPECT_EQ(log.txtLog.Text(), "ParseGSV: slot out of range\r\nnext\r\n");
+  EXPECT_EQ(log.txtLog.SelStart(), static_cast<int>(log.txtLog.Text().size()));
+  EXPECT_FALSE(std::filesystem::exists(file));
+
+  log.chkLogfile.SetValue(1);
+  log.Log("to the file", true);
+  log.Log("and more", false);
+  EXPECT_EQ(FileText(), "to the file\r\nand more");
+  log.cmdClear.UserClick();
+  EXPECT_EQ(log.txtLog.Text(), "");
+  EXPECT_EQ(FileText(), "to the file\r\nand more") << "clearing the window keeps the file";
+}
+
+TEST_F(DiagnosticLog, AFileThatCannotBeWrittenDoesNotDisturbTheWindow) {
+  // A folder where the file should be: not writable even for the superuser.
+  std::filesystem::create_directory(file);
+  log.chkLogfile.SetValue(1);
+  log.Log("still shown", true);
+  EXPECT_EQ(log.txtLog.Text(), "still shown\r\n");
+  EXPECT_TRUE(std::filesystem::is_directory(file));
+}
+
+TEST_F(DiagnosticLog, TextBoxKeepsItsMarginsWhenTheWindowIsResized) {
+  log.Resize(600, 400);
+  log.FormResize();
+  EXPECT_EQ(log.txtLog.Width(), 600 * 15 - 180);
+  EXPECT_EQ(log.txtLog.Height(), 400 * 15 - 690);
+}
+
+}  // namespace
+}  // namespace orvo::addin
