@@ -29,7 +29,7 @@ constexpr std::string_view kUsage =
     "usage: orvo parse [FILE|-] [--now YYYY-MM-DDTHH:MM:SS] [--len-detect-repeat N]\n"
     "                  [--restore-crlf] [--diagnostics]\n"
     "       orvo parse --serial DEVICE [--baud \"4800,n,8,1\"] [--dtr] [--count N]\n"
-    "Prints one JSON line per NMEA sentence: {\"fix\": {...}, \"sentence\": \"...\"}.\n"
+    "Prints one JSON line per NMEA sentence: {\"sentence\": \"...\", \"fix\": {...}}.\n"
     "  --now                the present time a reset of the fix takes (default: the clock)\n"
     "  --len-detect-repeat  buffer length above which the backlog is skipped (default for\n"
     "                       files and standard input: never, so every sentence is shown)\n"

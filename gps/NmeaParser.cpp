@@ -268,8 +268,7 @@ void NmeaParser::DecodeGSA(std::string_view sentence) {
   fix_.SentencesSeen |= kSeenGSA;
 }
 
-// GSV: 1 messages, 2 message number, 3 satellites in view, then per satellite 4 fields:
-// PRN, elevation, azimuth, SNR
+// GSV: 1 messages, 2 message number, 3 in view, then per satellite: PRN, elevation, azimuth, SNR
 // $GPGSV,3,1,10,20,78,331,45,01,59,235,47,22,41,069,,13,32,252,45*70
 void NmeaParser::DecodeGSV(std::string_view sentence) {
   const Fields fields(BeforeChecksum(sentence));

@@ -224,7 +224,7 @@ std::vector<Position> GpsdPositions(const fs::path& check) {
 
 // The few fields the position check needs from a line of `orvo parse` output. Read by name
 // rather than with a JSON parser, which is slow in the sanitizer build over thousands of lines;
-// the names cannot occur unescaped inside the sentence text, and the fix object comes first.
+// a quoted name followed by a colon cannot occur in the sentence text, where quotes are escaped.
 struct FixPosition {
   int fixMode = 0;
   std::string latText;
