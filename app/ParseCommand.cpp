@@ -4,6 +4,7 @@
 // sentence cut from the buffer, one JSON line with the sentence and the fix after it.
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -186,8 +187,10 @@ int RunOnStream(const ParseOptions& options) {
 
   LineEndRestorer restorer;
   std::string block(kChunkBytes, '\0');
+  int readError = 0;
   while (true) {
     const std::size_t read = std::fread(block.data(), 1, block.size(), file);
+    if (read < block.size() && std::ferror(file)) readError = errno;
     if (read > 0) {
       const std::string_view text(block.data(), read);
       if (options.restoreCrLf) {
@@ -198,10 +201,10 @@ int RunOnStream(const ParseOptions& options) {
     }
     if (read < block.size()) break;
   }
-  if (std::ferror(file)) {
+  if (readError != 0) {
     std::cerr << "orvo parse: cannot read "
-              << (fromStandardInput ? "standard input" : options.input) << ": " << ErrorText(errno)
-              << '\n';
+              << (fromStandardInput ? "standard input" : options.input) << ": "
+              << ErrorText(readError) << '\n';
     return 1;
   }
   std::cout.flush();

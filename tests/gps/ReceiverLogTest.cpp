@@ -107,23 +107,6 @@ TEST(ReceiverLogs, OutputEqualsTheGoldenFiles) {
   }
 }
 
-TEST(ReceiverLogs, EveryLineIsOneSentenceWithAFullFix) {
-  const CommandResult run =
-      RunParse(kGoldenOptions + " " + Quote((kReceivers / "bt451.log").string()));
-  const std::vector<std::string> lines = Lines(run.out);
-  ASSERT_EQ(lines.size(), 144U);  // every line of the capture that holds a "$"
-  for (const std::string& line : lines) {
-    const json record = json::parse(line);
-    EXPECT_EQ(record.size(), 2U);
-    EXPECT_EQ(record.at("sentence").get<std::string>().front(), '$');
-    const json& fix = record.at("fix");
-    EXPECT_EQ(fix.size(), 23U) << "every GpsFix field";
-    for (const char* table : {"SatId", "SatElevation", "SatAzimuth", "SatSNR"}) {
-      EXPECT_EQ(fix.at(table).size(), 12U);
-    }
-  }
-}
-
 // ---- Positions against gpsd --------------------------------------------------------------
 //
 // gpsd's TPV records carry the positions it reported, printed with 9 decimals, so each is
