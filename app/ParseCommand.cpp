@@ -71,7 +71,9 @@ ParseOptions ReadOptions(const Arguments& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     auto value = [&]() -> const std::string& {
-      if (i + 1 >= arguments.size()) throw UsageError(argument + " needs a value");
+      if (i + 1 >= arguments.size()) {
+        throw UsageError(argument + " needs a value");
+      }
       return arguments[++i];
     };
     if (argument == "--now") {
@@ -130,7 +132,9 @@ class LineEndRestorer {
     std::string restored;
     restored.reserve(block.size() + block.size() / 16);
     for (const char c : block) {
-      if (c == '\n' && !previousWasCr_) restored.push_back('\r');
+      if (c == '\n' && !previousWasCr_) {
+        restored.push_back('\r');
+      }
       restored.push_back(c);
       previousWasCr_ = c == '\r';
     }
@@ -148,7 +152,9 @@ void Feed(gps::NmeaIntake& intake, std::string_view text) {
     const std::string_view chunk = text.substr(0, kChunkBytes);
     text.remove_prefix(chunk.size());
     intake.ProcessData(chunk);
-    while (intake.HasCompleteSentence()) intake.ProcessData("");
+    while (intake.HasCompleteSentence()) {
+      intake.ProcessData("");
+    }
   }
 }
 
@@ -190,7 +196,9 @@ int RunOnStream(const ParseOptions& options) {
   int readError = 0;
   while (true) {
     const std::size_t read = std::fread(block.data(), 1, block.size(), file);
-    if (read < block.size() && std::ferror(file)) readError = errno;
+    if (read < block.size() && std::ferror(file)) {
+      readError = errno;
+    }
     if (read > 0) {
       const std::string_view text(block.data(), read);
       if (options.restoreCrLf) {
@@ -199,7 +207,9 @@ int RunOnStream(const ParseOptions& options) {
         Feed(intake, text);
       }
     }
-    if (read < block.size()) break;
+    if (read < block.size()) {
+      break;
+    }
   }
   if (readError != 0) {
     std::cerr << "orvo parse: cannot read "

@@ -41,7 +41,9 @@ void ProcessCapture(benchmark::State& state, const char* name) {
     intake.SetLenDetectRepeat(INT32_MAX);  // every sentence, no backlog skip
     for (std::size_t offset = 0; offset < capture.size(); offset += kChunkBytes) {
       intake.ProcessData(std::string_view(capture).substr(offset, kChunkBytes));
-      while (intake.HasCompleteSentence()) intake.ProcessData("");
+      while (intake.HasCompleteSentence()) {
+        intake.ProcessData("");
+      }
     }
     sentences += intake.Counters().sentencesCut;
     benchmark::DoNotOptimize(parser.Fix());

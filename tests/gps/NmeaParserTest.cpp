@@ -28,10 +28,18 @@ class Receiver {
   Receiver& Send(std::initializer_list<const char*> sentences) {
     for (const std::string sentence : sentences) {
       const std::string type = sentence.substr(3, 3);
-      if (type == "RMC") parser_.ParseRMC(sentence);
-      if (type == "GGA") parser_.ParseGGA(sentence);
-      if (type == "GSA") parser_.ParseGSA(sentence);
-      if (type == "GSV") parser_.ParseGSV(sentence);
+      if (type == "RMC") {
+        parser_.ParseRMC(sentence);
+      }
+      if (type == "GGA") {
+        parser_.ParseGGA(sentence);
+      }
+      if (type == "GSA") {
+        parser_.ParseGSA(sentence);
+      }
+      if (type == "GSV") {
+        parser_.ParseGSV(sentence);
+      }
     }
     return *this;
   }
@@ -242,7 +250,9 @@ TEST(FixMode, FromQualityStatusAndFixType) {
   };
   for (const Case& c : cases) {
     Receiver receiver;
-    for (const char* sentence : c.sentences) receiver.Send({sentence});
+    for (const char* sentence : c.sentences) {
+      receiver.Send({sentence});
+    }
     EXPECT_EQ(receiver.Fix().FixMode, c.expected) << c.sentences.back();
     EXPECT_EQ(receiver.Fix().Elevation, c.elevation) << c.sentences.back();
   }
@@ -368,7 +378,9 @@ TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
 TEST(ParseGSV, AnEmptyLastMessageEmptiesItsWholeGroup) {
   Receiver receiver;
   receiver.Send({kGsv1, "$GPGSV,1,1,00*79"});
-  for (std::size_t slot = 0; slot < 4; ++slot) EXPECT_FALSE(receiver.Fix().SatId[slot]) << slot;
+  for (std::size_t slot = 0; slot < 4; ++slot) {
+    EXPECT_FALSE(receiver.Fix().SatId[slot]) << slot;
+  }
   EXPECT_EQ(receiver.Fix().SatCount, 0);
 }
 
