@@ -4,6 +4,7 @@
 // sentence cut from the buffer, one JSON line with the sentence and the fix after it.
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -38,7 +39,7 @@ constexpr std::string_view kUsage =
     "usage: orvo parse [FILE|-] [--now YYYY-MM-DDTHH:MM:SS] [--len-detect-repeat N]\n"
     "                  [--restore-crlf] [--diagnostics]\n"
     "       orvo parse --serial DEVICE [--baud \"4800,n,8,1\"] [--dtr] [--count N]\n"
-    "Prints one JSON line per NMEA sentence: {\"fix\": {...}, \"sentence\": \"...\"}.\n"
+    "Prints one JSON line per NMEA sentence: {\"sentence\": \"...\", \"fix\": {...}}.\n"
     "  --now                the present time a reset of the fix takes (default: the clock)\n"
     "  --len-detect-repeat  buffer length above which the backlog is skipped (default for\n"
     "                       files and standard input: never, so every sentence is shown)\n"
@@ -82,7 +83,9 @@ ParseOptions ReadOptions(const Arguments& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     auto value = [&]() -> const std::string& {
-      if (i + 1 >= arguments.size()) throw UsageError(argument + " needs a value");
+      if (i + 1 >= arguments.size()) {
+        throw UsageError(argument + " needs a value");
+      }
       return arguments[++i];
     };
     if (argument == "--now") {
@@ -145,7 +148,9 @@ class LineEndRestorer {
     std::string restored;
     restored.reserve(block.size() + block.size() / 16);
     for (const char c : block) {
-      if (c == '\n' && !previousWasCr_) restored.push_back('\r');
+      if (c == '\n' && !previousWasCr_) {
+        restored.push_back('\r');
+      }
       restored.push_back(c);
       previousWasCr_ = c == '\r';
     }
@@ -163,7 +168,9 @@ void Feed(gps::NmeaIntake& intake, std::string_view text) {
     const std::string_view chunk = text.substr(0, kChunkBytes);
     text.remove_prefix(chunk.size());
     intake.ProcessData(chunk);
-    while (intake.HasCompleteSentence()) intake.ProcessData("");
+    while (intake.HasCompleteSentence()) {
+      intake.ProcessData("");
+    }
   }
 }
 
@@ -202,8 +209,12 @@ int RunOnStream(const ParseOptions& options) {
 
   LineEndRestorer restorer;
   std::string block(kChunkBytes, '\0');
+  int readError = 0;
   while (true) {
     const std::size_t read = std::fread(block.data(), 1, block.size(), file);
+    if (read < block.size() && std::ferror(file)) {
+      readError = errno;
+    }
     if (read > 0) {
       const std::string_view text(block.data(), read);
       if (options.restoreCrLf) {
@@ -212,12 +223,14 @@ int RunOnStream(const ParseOptions& options) {
         Feed(intake, text);
       }
     }
-    if (read < block.size()) break;
+    if (read < block.size()) {
+      break;
+    }
   }
-  if (std::ferror(file)) {
+  if (readError != 0) {
     std::cerr << "orvo parse: cannot read "
-              << (fromStandardInput ? "standard input" : options.input) << ": " << ErrorText(errno)
-              << '\n';
+              << (fromStandardInput ? "standard input" : options.input) << ": "
+              << ErrorText(readError) << '\n';
     return 1;
   }
   std::cout.flush();

@@ -48,10 +48,13 @@ nlohmann::json FixToJson(const GpsFix& fix) {
 }
 
 std::string SentenceRecord(std::string_view sentence, const GpsFix& fix) {
-  const nlohmann::json record = {{"sentence", std::string(sentence)}, {"fix", FixToJson(fix)}};
   constexpr int kSingleLine = -1;
   constexpr bool kEnsureAscii = true;
-  return record.dump(kSingleLine, ' ', kEnsureAscii, nlohmann::json::error_handler_t::replace);
+  auto dump = [](const nlohmann::json& value) {
+    return value.dump(kSingleLine, ' ', kEnsureAscii, nlohmann::json::error_handler_t::replace);
+  };
+  // Written by hand so that the sentence leads the line, where a reader looks for it.
+  return "{\"sentence\":" + dump(std::string(sentence)) + ",\"fix\":" + dump(FixToJson(fix)) + "}";
 }
 
 void WriteSentenceRecord(std::ostream& out, std::string_view sentence, const GpsFix& fix) {

@@ -14,7 +14,7 @@ namespace orvo::gps {
 // empty slot; GpsDateTime is "YYYY-MM-DDTHH:MM:SS"; doubles as exactly as they round-trip.
 nlohmann::json FixToJson(const GpsFix& fix);
 
-// One line of `orvo parse` output: {"fix": {...}, "sentence": "..."}. Text that is not valid
+// One line of `orvo parse` output: {"sentence": "...", "fix": {...}}. Text that is not valid
 // UTF-8 (receivers send binary too) has each invalid byte sequence replaced by U+FFFD, and
 // everything outside ASCII is written as a \u escape, so every line is valid JSON in plain ASCII.
 std::string SentenceRecord(std::string_view sentence, const GpsFix& fix);

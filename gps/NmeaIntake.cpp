@@ -47,7 +47,9 @@ bool NmeaIntake::ProcessData(std::string_view text) {
       rxBuffer_.erase(0, lineEnd + 1);
       ++counters_.sentencesCut;
       Dispatch(currentSentence_);
-      if (listener_ != nullptr) listener_->OnSentence(currentSentence_);
+      if (listener_ != nullptr) {
+        listener_->OnSentence(currentSentence_);
+      }
     }
 
     if (listener_ != nullptr && listener_->IsRefreshAutomatic() && parser_.Fix().NewFix) {
@@ -82,10 +84,14 @@ SkipResult NmeaIntake::SkipToLatestRepeat(std::string_view buffer, std::size_t s
                                           std::size_t lineEnd) {
   const std::size_t last = buffer.rfind(kLineEnd);
   const std::string_view header = buffer.substr(start, kHeaderLength);
-  if (last == std::string_view::npos || last + 1 < header.size()) return {lineEnd, start};
+  if (last == std::string_view::npos || last + 1 < header.size()) {
+    return {lineEnd, start};
+  }
   // The newest header that ends at or before the CR of the last line end.
   const std::size_t found = buffer.rfind(header, last + 1 - header.size());
-  if (found == std::string_view::npos || found < start) return {lineEnd, start};
+  if (found == std::string_view::npos || found < start) {
+    return {lineEnd, start};
+  }
   return {buffer.find(kLineEnd, found), found};
 }
 
@@ -97,13 +103,17 @@ bool NmeaIntake::HasCompleteSentence() const {
 bool NmeaIntake::NonNmeaTextMentionsAstral() const {
   std::string upper = nonNmeaText_;
   for (char& c : upper) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    if (c >= 'a' && c <= 'z') {
+      c = static_cast<char>(c - 'a' + 'A');
+    }
   }
   return upper.find("ASTRAL") != std::string::npos;
 }
 
 void NmeaIntake::BoundBuffer() {
-  if (rxBuffer_.size() <= kMaxBufferBytes) return;
+  if (rxBuffer_.size() <= kMaxBufferBytes) {
+    return;
+  }
   ++counters_.bufferOverflows;
   const std::size_t newest = rxBuffer_.rfind('$');
   const std::size_t before = rxBuffer_.size();
@@ -117,7 +127,9 @@ void NmeaIntake::BoundBuffer() {
 }
 
 void NmeaIntake::Report(std::string_view message) const {
-  if (diagnostics_) diagnostics_(message);
+  if (diagnostics_) {
+    diagnostics_(message);
+  }
 }
 
 }  // namespace orvo::gps

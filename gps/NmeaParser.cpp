@@ -31,7 +31,9 @@ class Fields {
     std::size_t begin = 0;
     while (true) {
       const auto comma = sentence.find(',', begin);
-      if (comma == std::string_view::npos) break;
+      if (comma == std::string_view::npos) {
+        break;
+      }
       fields_.push_back(sentence.substr(begin, comma - begin));
       begin = comma + 1;
     }
@@ -58,19 +60,25 @@ std::string_view BeforeChecksum(std::string_view sentence) {
 std::string UpperCase(std::string_view text) {
   std::string upper(text);
   for (char& c : upper) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    if (c >= 'a' && c <= 'z') {
+      c = static_cast<char>(c - 'a' + 'A');
+    }
   }
   return upper;
 }
 
 std::optional<std::int16_t> SlotValue(std::string_view field) {
-  if (!IsNumeric(field)) return std::nullopt;
+  if (!IsNumeric(field)) {
+    return std::nullopt;
+  }
   return ToInt16(field);
 }
 
 // ddmm.mmmm; nothing when shorter than 3 characters.
 std::optional<double> LatitudeDegrees(std::string_view text, std::string_view hemisphere) {
-  if (text.size() < 3) return std::nullopt;
+  if (text.size() < 3) {
+    return std::nullopt;
+  }
   const double degrees = ToDouble(text.substr(0, 2)) + ToDouble(text.substr(2)) / 60.0;
   return UpperCase(hemisphere) == "S" ? -degrees : degrees;
 }
@@ -78,7 +86,9 @@ std::optional<double> LatitudeDegrees(std::string_view text, std::string_view he
 // dddmm.mmmm; nothing when shorter than 4 characters (one more than latitude needs, as it
 // always was).
 std::optional<double> LongitudeDegrees(std::string_view text, std::string_view hemisphere) {
-  if (text.size() < 4) return std::nullopt;
+  if (text.size() < 4) {
+    return std::nullopt;
+  }
   const double degrees = ToDouble(text.substr(0, 3)) + ToDouble(text.substr(3)) / 60.0;
   return UpperCase(hemisphere) == "W" ? -degrees : degrees;
 }
@@ -93,7 +103,9 @@ DateValue TimeOfDay(std::string_view hhmmss) {
 std::string Quoted(std::string_view sentence) {
   constexpr std::size_t kMaxShown = 120;  // longer than any valid sentence (82 characters)
   std::string text = "\"" + std::string(sentence.substr(0, kMaxShown));
-  if (sentence.size() > kMaxShown) text += "...";
+  if (sentence.size() > kMaxShown) {
+    text += "...";
+  }
   return text + "\"";
 }
 
@@ -153,7 +165,9 @@ void NmeaParser::ParseGSV(std::string_view sentence) {
 }
 
 void NmeaParser::Report(std::string_view message) const {
-  if (diagnostics_) diagnostics_(message);
+  if (diagnostics_) {
+    diagnostics_(message);
+  }
 }
 
 // Latitude and Longitude from the text fields, each only when its text is long enough.
@@ -178,7 +192,9 @@ void NmeaParser::DecodeRMC(std::string_view sentence) {
     const std::string_view text = fix_.UtcDateText;
     int years = ToInt16(text.substr(4, 2));
     // Two-digit years from 90 on are of the 1900s; the rest are 2000 to 2089.
-    if (years < 90) years += 100;
+    if (years < 90) {
+      years += 100;
+    }
     const int months = ToInt16(text.substr(2, 2)) - 1;
     const int days = ToInt16(text.substr(0, 2)) - 1;
     date = DateValue::FromCivil(1900, 1, 1).AddYears(years).AddMonths(months).AddDays(days);
@@ -192,8 +208,12 @@ void NmeaParser::DecodeRMC(std::string_view sentence) {
   fix_.GpsDateTime = fix_.GpsDateTime.AddMinutes(fix_.TimeZoneBias);
   fix_.NewFix = true;
 
-  if (IsNumeric(fields[8])) fix_.Course = ToDouble(fields[8]);
-  if (IsNumeric(fields[7])) fix_.SpeedKnots = ToDouble(fields[7]);
+  if (IsNumeric(fields[8])) {
+    fix_.Course = ToDouble(fields[8]);
+  }
+  if (IsNumeric(fields[7])) {
+    fix_.SpeedKnots = ToDouble(fields[7]);
+  }
 
   if ((fix_.SentencesSeen & kSeenGGA) == 0) {
     fix_.LatText = std::string(fields[3]);
@@ -241,8 +261,12 @@ void NmeaParser::DecodeGGA(std::string_view sentence) {
   }
 
   if ((fix_.SentencesSeen & kSeenGSV) == 0) {
-    if (IsNumeric(fields[7])) fix_.SatCount = ToInt16(fields[7]);
-    if (IsNumeric(fields[8])) fix_.HDOP = ToDouble(fields[8]);
+    if (IsNumeric(fields[7])) {
+      fix_.SatCount = ToInt16(fields[7]);
+    }
+    if (IsNumeric(fields[8])) {
+      fix_.HDOP = ToDouble(fields[8]);
+    }
   }
   fix_.SentencesSeen |= kSeenGGA;
 }
@@ -251,7 +275,9 @@ void NmeaParser::DecodeGGA(std::string_view sentence) {
 // $GPGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1*39
 void NmeaParser::DecodeGSA(std::string_view sentence) {
   const Fields fields(BeforeChecksum(sentence));
-  if (IsNumeric(fields[2])) fix_.FixMode = ToInt16(fields[2]);
+  if (IsNumeric(fields[2])) {
+    fix_.FixMode = ToInt16(fields[2]);
+  }
 
   if ((fix_.SentencesSeen & kSeenGSV) == 0) {
     for (std::size_t i = 3; i <= 14; ++i) {
@@ -263,17 +289,22 @@ void NmeaParser::DecodeGSA(std::string_view sentence) {
     }
   }
 
-  if (IsNumeric(fields[16])) fix_.HDOP = ToDouble(fields[16]);
-  if (IsNumeric(fields[17])) fix_.VDOP = ToDouble(fields[17]);
+  if (IsNumeric(fields[16])) {
+    fix_.HDOP = ToDouble(fields[16]);
+  }
+  if (IsNumeric(fields[17])) {
+    fix_.VDOP = ToDouble(fields[17]);
+  }
   fix_.SentencesSeen |= kSeenGSA;
 }
 
-// GSV: 1 messages, 2 message number, 3 satellites in view, then per satellite 4 fields:
-// PRN, elevation, azimuth, SNR
+// GSV: 1 messages, 2 message number, 3 in view, then per satellite: PRN, elevation, azimuth, SNR
 // $GPGSV,3,1,10,20,78,331,45,01,59,235,47,22,41,069,,13,32,252,45*70
 void NmeaParser::DecodeGSV(std::string_view sentence) {
   const Fields fields(BeforeChecksum(sentence));
-  if (IsNumeric(fields[3])) fix_.SatCount = ToInt16(fields[3]);
+  if (IsNumeric(fields[3])) {
+    fix_.SatCount = ToInt16(fields[3]);
+  }
 
   const std::int64_t message = ToInt16(fields[2]);
   // Message 1 fills slots 0..3, message 2 slots 4..7, message 3 slots 8..11.

@@ -66,7 +66,9 @@ struct Parts {
 Parts Split(double oleDays) {
   // Only values built from outside (DateValue(double)) can be this far off; the calendar steps
   // keep to the years 100..9999.
-  if (!(std::fabs(oleDays) < 1e9)) throw ConversionError("Overflow: not a date value");
+  if (!(std::fabs(oleDays) < 1e9)) {
+    throw ConversionError("Overflow: not a date value");
+  }
   const double whole = std::trunc(oleDays);
   return {static_cast<std::int64_t>(whole), std::fabs(oleDays - whole) * kSecondsPerDay};
 }
@@ -81,7 +83,9 @@ DateValue Join(std::int64_t day, double secondsOfDay) {
 }
 
 DateValue FromAbsoluteSeconds(double seconds) {
-  if (!std::isfinite(seconds)) throw ConversionError("Overflow: the date is not finite");
+  if (!std::isfinite(seconds)) {
+    throw ConversionError("Overflow: the date is not finite");
+  }
   const double day = std::floor(seconds / kSecondsPerDay);
   if (day < static_cast<double>(kFirstDay) || day > static_cast<double>(kLastDay)) {
     throw ConversionError("Overflow: the date leaves the years 100 to 9999");
@@ -144,7 +148,9 @@ std::vector<PatternPart> Tokenise(std::string_view pattern) {
     }
     const char letter = pattern[i];
     std::size_t run = 1;
-    while (i + run < pattern.size() && pattern[i + run] == letter) ++run;
+    while (i + run < pattern.size() && pattern[i + run] == letter) {
+      ++run;
+    }
     Token token = Token::Literal;
     switch (letter) {
       case 'y':
@@ -179,7 +185,9 @@ std::vector<PatternPart> Tokenise(std::string_view pattern) {
   // "m" is a minute right after an hour or right before a second (literals between do not count).
   Token previous = Token::Literal;
   for (std::size_t k = 0; k < parts.size(); ++k) {
-    if (parts[k].token == Token::Literal) continue;
+    if (parts[k].token == Token::Literal) {
+      continue;
+    }
     if (parts[k].token == Token::Month) {
       Token next = Token::Literal;
       for (std::size_t j = k + 1; j < parts.size(); ++j) {
@@ -188,7 +196,9 @@ std::vector<PatternPart> Tokenise(std::string_view pattern) {
           break;
         }
       }
-      if (previous == Token::Hour || next == Token::Second) parts[k].token = Token::Minute;
+      if (previous == Token::Hour || next == Token::Second) {
+        parts[k].token = Token::Minute;
+      }
     }
     previous = parts[k].token;
   }
@@ -254,7 +264,9 @@ DateValue DateValue::ParseIso(std::string_view text) {
   }
   auto number = [&](std::size_t from, std::size_t length) {
     int value = 0;
-    for (std::size_t i = from; i < from + length; ++i) value = value * 10 + (text[i] - '0');
+    for (std::size_t i = from; i < from + length; ++i) {
+      value = value * 10 + (text[i] - '0');
+    }
     return value;
   };
   return FromCivil(number(0, 4), number(5, 2), number(8, 2), number(11, 2), number(14, 2),

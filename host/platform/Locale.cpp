@@ -20,7 +20,8 @@ NumberLocale UserNumberLocale() {
     } else {
       // The C and POSIX locales name no grouping separator. Readings such as "4,050.2 ft" still
       // want one, so take the usual partner of the decimal separator.
-      locale.groupingSeparator = locale.decimalSeparator == "," ? "." : ",";
+      const char partner = locale.decimalSeparator == "," ? '.' : ',';
+      locale.groupingSeparator.assign(1, partner);
     }
   }
   std::setlocale(LC_NUMERIC, previous.c_str());

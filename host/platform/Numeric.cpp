@@ -18,8 +18,12 @@ bool IsDigit(char c) {
 }
 
 std::string_view TrimBlanks(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  while (!text.empty() && IsBlank(text.front())) {
+    text.remove_prefix(1);
+  }
+  while (!text.empty() && IsBlank(text.back())) {
+    text.remove_suffix(1);
+  }
   return text;
 }
 
@@ -31,7 +35,9 @@ std::string Normalise(std::string_view text, const NumberLocale& locale) {
   normal.reserve(text.size());
   std::size_t i = 0;
   if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
-    if (text[i] == '-') normal.push_back('-');
+    if (text[i] == '-') {
+      normal.push_back('-');
+    }
     ++i;
   }
   const std::string_view separator = locale.decimalSeparator.empty()
@@ -52,19 +58,27 @@ std::string Normalise(std::string_view text, const NumberLocale& locale) {
       break;
     }
   }
-  if (!seenDigit) return {};
+  if (!seenDigit) {
+    return {};
+  }
   if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
     normal.push_back('e');
     ++i;
-    if (i < text.size() && (text[i] == '+' || text[i] == '-')) normal.push_back(text[i++]);
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
+      normal.push_back(text[i++]);
+    }
     bool exponentDigit = false;
     while (i < text.size() && IsDigit(text[i])) {
       normal.push_back(text[i++]);
       exponentDigit = true;
     }
-    if (!exponentDigit) return {};
+    if (!exponentDigit) {
+      return {};
+    }
   }
-  if (i != text.size()) return {};
+  if (i != text.size()) {
+    return {};
+  }
   return normal;
 }
 
@@ -77,16 +91,26 @@ long DecimalMagnitude(std::string_view normal) {
     const char* digits = normal.data() + e + 1 + (normal[e + 1] == '+' || negative ? 1 : 0);
     const auto parsed = std::from_chars(digits, normal.data() + normal.size(), exponent);
     // An exponent too long for a long is huge either way; only its direction matters.
-    if (parsed.ec != std::errc()) exponent = 1'000'000;
-    if (negative) exponent = -exponent;
+    if (parsed.ec != std::errc()) {
+      exponent = 1'000'000;
+    }
+    if (negative) {
+      exponent = -exponent;
+    }
     normal = normal.substr(0, e);
   }
   long integerDigits = 0;
   bool significant = false;
   for (const char c : normal) {
-    if (c == '.') break;
-    if (c >= '1' && c <= '9') significant = true;
-    if (significant && IsDigit(c)) ++integerDigits;
+    if (c == '.') {
+      break;
+    }
+    if (c >= '1' && c <= '9') {
+      significant = true;
+    }
+    if (significant && IsDigit(c)) {
+      ++integerDigits;
+    }
   }
   return integerDigits + exponent;
 }
@@ -119,12 +143,16 @@ bool IsNumeric(std::string_view text, const NumberLocale& locale) {
 
 double ToDouble(std::string_view text, const NumberLocale& locale) {
   const std::string normal = Normalise(text, locale);
-  if (normal.empty()) throw ConversionError("Type mismatch: " + Quoted(text) + " is not a number");
+  if (normal.empty()) {
+    throw ConversionError("Type mismatch: " + Quoted(text) + " is not a number");
+  }
   double value = 0;
   const auto [end, error] = std::from_chars(normal.data(), normal.data() + normal.size(), value);
   if (error == std::errc::result_out_of_range) {
     // Underflow rounds to zero as the classic conversions do; only overflow is an error.
-    if (DecimalMagnitude(normal) < 0) return 0.0;
+    if (DecimalMagnitude(normal) < 0) {
+      return 0.0;
+    }
     throw ConversionError("Overflow: " + Quoted(text) + " is too large");
   }
   if (error != std::errc() || end != normal.data() + normal.size()) {
@@ -134,11 +162,17 @@ double ToDouble(std::string_view text, const NumberLocale& locale) {
 }
 
 double RoundHalfEven(double value) {
-  if (!std::isfinite(value)) return value;
+  if (!std::isfinite(value)) {
+    return value;
+  }
   const double floor = std::floor(value);
   const double fraction = value - floor;
-  if (fraction < 0.5) return floor;
-  if (fraction > 0.5) return floor + 1.0;
+  if (fraction < 0.5) {
+    return floor;
+  }
+  if (fraction > 0.5) {
+    return floor + 1.0;
+  }
   return std::fmod(floor, 2.0) == 0.0 ? floor : floor + 1.0;
 }
 

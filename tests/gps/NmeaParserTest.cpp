@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "gps/FixJson.hpp"
 #include "gps/NmeaParser.hpp"
 #include "host/platform/Clock.hpp"
 
@@ -27,10 +28,18 @@ class Receiver {
   Receiver& Send(std::initializer_list<const char*> sentences) {
     for (const std::string sentence : sentences) {
       const std::string type = sentence.substr(3, 3);
-      if (type == "RMC") parser_.ParseRMC(sentence);
-      if (type == "GGA") parser_.ParseGGA(sentence);
-      if (type == "GSA") parser_.ParseGSA(sentence);
-      if (type == "GSV") parser_.ParseGSV(sentence);
+      if (type == "RMC") {
+        parser_.ParseRMC(sentence);
+      }
+      if (type == "GGA") {
+        parser_.ParseGGA(sentence);
+      }
+      if (type == "GSA") {
+        parser_.ParseGSA(sentence);
+      }
+      if (type == "GSV") {
+        parser_.ParseGSV(sentence);
+      }
     }
     return *this;
   }
@@ -56,26 +65,13 @@ TEST(ResetGpsFix, EmptiesEveryReading) {
   Receiver receiver(300, true);
   receiver.Send({kRmc, kGga, kGsa, kGsv1});
   receiver.Parser().ResetGpsFix();
-  const GpsFix& fix = receiver.Fix();
-  EXPECT_EQ(fix.SentencesSeen, 0);
-  EXPECT_EQ(fix.TimeZoneBias, -240);
-  EXPECT_EQ(fix.FixMode, 0);
-  EXPECT_EQ(fix.SatCount, 0);
-  EXPECT_EQ(fix.HDOP, kNoValue);
-  EXPECT_EQ(fix.VDOP, kNoValue);
-  for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
-    EXPECT_FALSE(fix.SatId[slot] || fix.SatElevation[slot] || fix.SatAzimuth[slot] ||
-                 fix.SatSNR[slot]);
-  }
-  EXPECT_EQ(fix.LatText + fix.LatHemisphere + fix.LngText + fix.LngHemisphere, "");
-  EXPECT_EQ(fix.UtcTimeText + fix.UtcDateText, "");
-  EXPECT_EQ(fix.Latitude, 0.0);
-  EXPECT_EQ(fix.Longitude, 0.0);
-  EXPECT_EQ(fix.GpsDateTime.ToIso(), "2026-01-01T00:00:00");
-  EXPECT_EQ(fix.Elevation, kNoValue);
-  EXPECT_EQ(fix.Course, 0.0);
-  EXPECT_EQ(fix.SpeedKnots, 0.0);
-  EXPECT_FALSE(fix.NewFix);
+  // Every field as after construction; only the bias and the time come from outside.
+  GpsFix expected;
+  expected.TimeZoneBias = -240;
+  expected.GpsDateTime = DateValue::ParseIso("2026-01-01T00:00:00");
+  EXPECT_EQ(FixToJson(receiver.Fix()), FixToJson(expected));
+  EXPECT_EQ(expected.HDOP, kNoValue);
+  EXPECT_FALSE(expected.SatId[0]);
 }
 
 TEST(GetTimeZoneBias, NegatesTheStandardBiasAndAddsAnHourOfDaylight) {
@@ -254,7 +250,9 @@ TEST(FixMode, FromQualityStatusAndFixType) {
   };
   for (const Case& c : cases) {
     Receiver receiver;
-    for (const char* sentence : c.sentences) receiver.Send({sentence});
+    for (const char* sentence : c.sentences) {
+      receiver.Send({sentence});
+    }
     EXPECT_EQ(receiver.Fix().FixMode, c.expected) << c.sentences.back();
     EXPECT_EQ(receiver.Fix().Elevation, c.elevation) << c.sentences.back();
   }
@@ -280,23 +278,18 @@ TEST(Position, LengthRulesAndHemispheres) {
       {"0000.000", "S", "00000.000", "W", 0.0, 0.0},
       {"8959.9999999", "N", "17959.9999999", "E", 89 + 59.9999999 / 60, 179 + 59.9999999 / 60},
   };
+  const std::string previous = "9900.000,N,09900.000,E";
   for (const Case& c : cases) {
-    for (const char* type : {"RMC", "GGA"}) {
+    const std::string position = std::string(c.lat) + "," + c.ns + "," + c.lng + "," + c.ew;
+    for (const std::string& sentences :
+         {"$GPRMC,,A," + previous + ",,,,,*00\n$GPRMC,,A," + position + ",,,,,*00",
+          "$GPGGA,," + previous + ",1,,,,,,,,*00\n$GPGGA,," + position + ",1,,,,,,,,*00"}) {
       Receiver receiver;
-      receiver.Send({"$GPGGA,,9900.000,N,09900.000,E,1,,,,,,,,*00"});
-      std::string sentence;
-      if (type == std::string("RMC")) {
-        receiver.Parser().ResetGpsFix();
-        receiver.Send({"$GPRMC,,A,9900.000,N,09900.000,E,,,,,*00"});
-        sentence =
-            std::string("$GPRMC,,A,") + c.lat + "," + c.ns + "," + c.lng + "," + c.ew + ",,,,,*00";
-      } else {
-        sentence = std::string("$GPGGA,,") + c.lat + "," + c.ns + "," + c.lng + "," + c.ew +
-                   ",1,,,,,,,,*00";
-      }
-      receiver.Send({sentence.c_str()});
-      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << sentence;
-      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << sentence;
+      const auto newline = sentences.find('\n');
+      receiver.Send({sentences.substr(0, newline).c_str()});
+      receiver.Send({sentences.substr(newline + 1).c_str()});
+      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << sentences;
+      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << sentences;
       EXPECT_EQ(receiver.Fix().LatText, c.lat) << "the texts are always replaced";
       EXPECT_EQ(receiver.Fix().LngHemisphere, c.ew);
     }
@@ -385,7 +378,9 @@ TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
 TEST(ParseGSV, AnEmptyLastMessageEmptiesItsWholeGroup) {
   Receiver receiver;
   receiver.Send({kGsv1, "$GPGSV,1,1,00*79"});
-  for (std::size_t slot = 0; slot < 4; ++slot) EXPECT_FALSE(receiver.Fix().SatId[slot]) << slot;
+  for (std::size_t slot = 0; slot < 4; ++slot) {
+    EXPECT_FALSE(receiver.Fix().SatId[slot]) << slot;
+  }
   EXPECT_EQ(receiver.Fix().SatCount, 0);
 }
 

@@ -22,7 +22,9 @@ namespace {
 class ScopedEnvironment {
  public:
   ScopedEnvironment(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) previous_ = old;
+    if (const char* old = std::getenv(name)) {
+      previous_ = old;
+    }
     setenv(name, value, 1);
     tzset();
   }
@@ -85,7 +87,9 @@ TEST(LinuxSystemClock, ReadsTheLocalTime) {
 template <typename Body>
 std::string InChildWithoutClockRight(Body body) {
   int pipeEnds[2];
-  if (pipe(pipeEnds) != 0) return "pipe failed";
+  if (pipe(pipeEnds) != 0) {
+    return "pipe failed";
+  }
   const pid_t child = fork();
   if (child == 0) {
     close(pipeEnds[0]);
@@ -106,7 +110,9 @@ std::string InChildWithoutClockRight(Body body) {
   std::string report;
   char buffer[256];
   ssize_t got = 0;
-  while ((got = read(pipeEnds[0], buffer, sizeof buffer)) > 0) report.append(buffer, got);
+  while ((got = read(pipeEnds[0], buffer, sizeof buffer)) > 0) {
+    report.append(buffer, got);
+  }
   close(pipeEnds[0]);
   int status = 0;
   waitpid(child, &status, 0);

@@ -53,7 +53,9 @@ TEST(RoundHalfEven, TakesTheEvenNeighbourOnlyAtExactHalves) {
       {0.5, 0.0},  {1.5, 2.0},   {2.5, 2.0},   {3.5, 4.0},    {122.5, 122.0}, {123.5, 124.0},
       {-0.5, 0.0}, {-1.5, -2.0}, {-2.5, -2.0}, {2.4999, 2.0}, {2.5001, 3.0},  {123.7, 124.0},
   };
-  for (const auto& [value, rounded] : cases) EXPECT_EQ(RoundHalfEven(value), rounded) << value;
+  for (const auto& [value, rounded] : cases) {
+    EXPECT_EQ(RoundHalfEven(value), rounded) << value;
+  }
 }
 
 TEST(ToWholeNumber, RoundsHalfToEvenAndReportsOverflow) {
