@@ -203,7 +203,10 @@ std::size_t PageDialogs::OpenCount() const {
 
 void PageDialogs::SetUnattended(bool unattended) {
   unattended_ = unattended;
-  if (!unattended) return;
+  if (unattended) AnswerOpenCautiously();
+}
+
+void PageDialogs::AnswerOpenCautiously() {
   for (auto& [id, question] : questions_)
     if (!question.answer) Answer(id, CautiousAnswer(question.message));
 }

@@ -44,10 +44,15 @@ class PageDialogs final : public DialogService {
   // Adds "modals": the open questions, oldest first, for a page that connects.
   void AddToSnapshot(Json& snapshot) const;
   std::size_t OpenCount() const;
+  // Whether the core is inside a modal wait (answered questions whose wait has not returned yet
+  // count too): nothing may be torn down under it.
+  bool Waiting() const { return !questions_.empty(); }
 
   // For shutting down with nobody to ask: while set, questions take their cautious answer at
   // once (OK, Cancel, No; no file), and so do those already open.
   void SetUnattended(bool unattended);
+  // Gives every open question its cautious answer now (the program is closing).
+  void AnswerOpenCautiously();
 
   std::function<void(std::string_view)> diagnostics;
 

@@ -531,7 +531,7 @@ class WebBridge::PageSession : public std::enable_shared_from_this<PageSession> 
   }
 
   void Send(const std::shared_ptr<const std::string>& text) {
-    if (closed_) return;
+    if (closed_ || closing_) return;
     queuedBytes_ += text->size();
     if (queuedBytes_ > maxQueuedBytes_) {
       Report("WebBridge: a page fell " + std::to_string(queuedBytes_) +
@@ -543,9 +543,17 @@ class WebBridge::PageSession : public std::enable_shared_from_this<PageSession> 
     if (!writing_) WriteNext();
   }
 
+  // Sends what is queued, then a close frame.
+  void CloseWhenSent() {
+    if (closed_ || closing_) return;
+    closing_ = true;
+    if (!writing_) SendCloseFrame();
+  }
+
   void Close() {
     if (closed_) return;
     closed_ = true;
+    closing_ = true;
     queue_.clear();
     if (WebBridge* bridge = handle_->bridge) bridge->PageClosed(this);
     beast::error_code ignored;
@@ -565,6 +573,7 @@ class WebBridge::PageSession : public std::enable_shared_from_this<PageSession> 
       closed_ = true;
       return;
     }
+    if (!bridge->listener_) return Close();  // the bridge stopped during the handshake
     bridge->PageOpened(shared_from_this());
     ReadNext();
   }
@@ -616,7 +625,13 @@ class WebBridge::PageSession : public std::enable_shared_from_this<PageSession> 
     }
     queuedBytes_ -= queue_.front()->size();
     queue_.pop_front();
-    if (!queue_.empty()) WriteNext();
+    if (!queue_.empty()) return WriteNext();
+    if (closing_) SendCloseFrame();
+  }
+
+  void SendCloseFrame() {
+    socket_.async_close(websocket::close_code::going_away,
+                        [self = shared_from_this()](beast::error_code) { self->Close(); });
   }
 
   websocket::stream<beast::tcp_stream> socket_;
@@ -626,6 +641,7 @@ class WebBridge::PageSession : public std::enable_shared_from_this<PageSession> 
   std::deque<std::shared_ptr<const std::string>> queue_;
   std::size_t queuedBytes_ = 0;
   bool writing_ = false;
+  bool closing_ = false;
   bool closed_ = false;
 };
 
@@ -749,6 +765,9 @@ WebBridge::WebBridge(asio::io_context& io, Desktop& desktop, WebBridgeOptions op
 
 WebBridge::~WebBridge() {
   Stop();
+  const auto pages = pages_;
+  for (const auto& page : pages) page->Close();
+  pages_.clear();
   handle_->bridge = nullptr;
 }
 
@@ -793,10 +812,9 @@ void WebBridge::Stop() {
   observing_ = false;
   if (listener_) listener_->Close();
   listener_.reset();
-  // Closing a page removes it from the list: work on a copy.
+  // A closed page leaves the list: work on a copy.
   const auto pages = pages_;
-  for (const auto& page : pages) page->Close();
-  pages_.clear();
+  for (const auto& page : pages) page->CloseWhenSent();
   for (const auto& weak : httpSessions_)
     if (auto session = weak.lock()) session->Close();
   httpSessions_.clear();

@@ -62,13 +62,15 @@ class WebBridge final : public UiObserver {
   // Binds and starts accepting; throws WebBridgeError when the address is refused, the port is
   // busy, or a token is missing for a non-loopback address.
   void Start();
-  // Closes the listener and every page. Also done by the destructor.
+  // Stops listening; every page gets what was already queued for it and then a close frame.
+  // The destructor cuts the pages off without waiting.
   void Stop();
 
   // The port actually listened on (useful when the options asked for 0).
   unsigned short Port() const { return port_; }
   // "http://127.0.0.1:8080/", with "?token=..." when a token is set.
   std::string Url() const;
+  // Pages connected, including ones still closing after Stop.
   std::size_t PageCount() const;
 
   void SetTileSource(std::shared_ptr<TileSource> tiles) { tiles_ = std::move(tiles); }
