@@ -363,7 +363,11 @@ class WebBridge::Responder {
     if (path == "/region.json") return JsonAnswer(request, http::status::ok, bridge_.region_);
     if (path.starts_with("/tiles/")) return TileAnswer(request, path.substr(7));
     if (path == "/api/files") return FolderAnswer(request, target);
-    return FileAnswer(request, path);
+    // The program's data (guidance pictures, sounds) for images and audio in the windows.
+    if (path.starts_with("/data/"))
+      return FileAnswer(request, bridge_.options_.dataFolder, path.substr(6));
+    return FileAnswer(request, bridge_.options_.webFolder,
+                      path == "/" ? "index.html" : path.substr(1));
   }
 
   Response TileAnswer(const Request& request, std::string_view address) const {
@@ -477,21 +481,23 @@ class WebBridge::Responder {
                        {"truncated", truncated}});
   }
 
-  Response FileAnswer(const Request& request, const std::string& path) const {
-    const std::string relative = path == "/" ? "index.html" : path.substr(1);
+  // A file below FOLDER, and nothing outside it.
+  Response FileAnswer(const Request& request, const fs::path& folder,
+                      const std::string& relative) const {
     const fs::path wanted = fs::path(relative).lexically_normal();
-    // No way out of the page's folder: no "..", no absolute part, no symbolic link leading away.
+    // No way out: no "..", no absolute part, no symbolic link leading away.
     const bool climbs = std::any_of(wanted.begin(), wanted.end(),
                                     [](const fs::path& part) { return part == ".."; });
     if (climbs || wanted.is_absolute() || relative.find('\\') != std::string::npos)
       return Plain(request, http::status::not_found, "Not found\n");
 
     std::error_code error;
-    const fs::path root = fs::canonical(bridge_.options_.webFolder, error);
+    const fs::path root = fs::canonical(folder, error);
     if (error) {
-      if (path != "/") return Plain(request, http::status::not_found, "Not found\n");
+      if (relative != "index.html" || folder != bridge_.options_.webFolder)
+        return Plain(request, http::status::not_found, "Not found\n");
       return Plain(request, http::status::service_unavailable,
-                   "ORVO's page has not been built (no " + bridge_.options_.webFolder.string() +
+                   "ORVO's page has not been built (no " + folder.string() +
                        "): run make, or npm --prefix web run build\n");
     }
     const fs::path file = fs::canonical(root / wanted, error);
@@ -761,6 +767,7 @@ WebBridge::WebBridge(asio::io_context& io, Desktop& desktop, WebBridgeOptions op
       options_(std::move(options)),
       handle_(std::make_shared<BridgeHandle>(BridgeHandle{this})) {
   if (options_.webFolder.empty()) options_.webFolder = platform::WebFolder();
+  if (options_.dataFolder.empty()) options_.dataFolder = platform::AppFolder();
 }
 
 WebBridge::~WebBridge() {

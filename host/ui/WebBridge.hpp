@@ -40,7 +40,8 @@ struct WebBridgeOptions {
   unsigned short port = 8080;  // 0: any free port (tests)
   // Required when `address` is not a loopback address; once set, every request must carry it.
   std::string token;
-  std::filesystem::path webFolder;  // the built page; empty: platform::WebFolder()
+  std::filesystem::path webFolder;   // the built page; empty: platform::WebFolder()
+  std::filesystem::path dataFolder;  // served below /data/; empty: platform::AppFolder()
   // A page that falls this far behind is dropped; it reconnects and gets a snapshot. A snapshot
   // of every window is a few hundred kilobytes at most, so 8 MiB is a page that stopped reading.
   std::size_t maxQueuedBytes = 8u << 20;

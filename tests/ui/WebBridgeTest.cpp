@@ -145,6 +145,8 @@ class WebBridgeTest : public ::testing::Test {
     std::ofstream(web_ / "site" / "index.html") << "<!doctype html><title>ORVO</title>";
     std::ofstream(web_ / "site" / "assets" / "page.js") << "console.log('ORVO')";
     std::ofstream(web_ / "secret.txt") << "not for pages";
+    fs::create_directories(web_ / "data" / "pictures");
+    std::ofstream(web_ / "data" / "pictures" / "turn left.bmp") << "BM";
     fs::create_symlink(web_ / "secret.txt", web_ / "site" / "leak.txt");
     dialogs_.SetPublisher([this](const Json& message) { desktop_.Publish(message); });
     desktop_.extraEvents = [this](const Json& event) { return dialogs_.HandleEvent(event); };
@@ -167,6 +169,7 @@ class WebBridgeTest : public ::testing::Test {
     WebBridgeOptions options;
     options.port = 0;
     options.webFolder = web_ / "site";
+    options.dataFolder = web_ / "data";
     return options;
   }
 
@@ -369,6 +372,11 @@ TEST_F(WebBridgeTest, ServesThePageButNothingOutsideIt) {
   const HttpResult script = Get(port, "/assets/page.js");
   EXPECT_EQ(script.headers.at("Content-Type"), "text/javascript; charset=utf-8");
   EXPECT_EQ(Get(port, "/region.json").body, R"({"name":"monaco"})");
+  const HttpResult picture = Get(port, "/data/pictures/turn%20left.bmp");
+  EXPECT_EQ(picture.body, "BM");
+  EXPECT_EQ(picture.headers.at("Content-Type"), "image/bmp");
+  EXPECT_EQ(Get(port, "/data/../secret.txt").status, 404);
+  EXPECT_EQ(Get(port, "/data/%2e%2e/site/index.html").status, 404);
   for (const char* escape : {"/../secret.txt", "/%2e%2e/secret.txt", "/assets/../../secret.txt",
                              "/..%2fsecret.txt", "/leak.txt", "/%2fetc/passwd", "/missing.js"})
     EXPECT_EQ(Get(port, escape).status, 404) << escape;
