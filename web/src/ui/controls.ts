@@ -32,8 +32,11 @@ function number(value: unknown, fallback = 0): number {
   return typeof value === 'number' && Number.isFinite(value) ? value : fallback;
 }
 
+// One span, so that a flex container lays the caption out as one piece.
 function setCaption(element: HTMLElement, caption: unknown): void {
-  element.replaceChildren(...captionNodes(text(caption)));
+  const span = document.createElement('span');
+  span.append(...captionNodes(text(caption)));
+  element.replaceChildren(span);
 }
 
 export class ControlView {
