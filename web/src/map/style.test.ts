@@ -16,7 +16,7 @@ describe('the map style', () => {
 
   it('widens roads with the zoom and keeps them visible and sane', () => {
     expect(roadWidth('primary', 15)).toBe(6.5);
-    expect(roadWidth('primary', 16)).toBe(13);
+    expect(roadWidth('primary', 16)).toBeCloseTo(11.05);
     expect(roadWidth('service', 8)).toBe(0.6);
     expect(roadWidth('motorway', 22)).toBe(40);
     expect(zoomForResolution(156543.03392804097 / 2 ** 14)).toBeCloseTo(14);

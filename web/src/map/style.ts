@@ -51,10 +51,10 @@ export const PALETTES: Record<Theme, Palette> = {
       tertiary: '#ffffff',
       minor: '#ffffff',
       service: '#ffffff',
-      path: '#c0756a',
+      path: '#c99a90',
     },
     rail: '#8e8e8e',
-    path: '#c0756a',
+    path: '#c99a90',
     label: '#2b2b2b',
     labelHalo: 'rgba(255,255,255,0.9)',
     roadLabel: '#3a3a3a',
@@ -97,7 +97,9 @@ export function zoomForResolution(resolution: number): number {
   return Math.log2(RESOLUTION_AT_ZOOM_0 / resolution);
 }
 
-// Line widths at zoom 15 in CSS pixels; they double with each zoom step.
+// Line widths at zoom 15 in CSS pixels; each zoom step widens them by 1.7, a little less than
+// the map's own doubling, so that close up the roads leave room for the blocks between them.
+const WIDTH_GROWTH_PER_ZOOM = 1.7;
 const ROAD_WIDTH_AT_15: Record<RoadClass, number> = {
   motorway: 8,
   trunk: 7,
@@ -153,7 +155,7 @@ export function roadClass(value: unknown): RoadClass | 'rail' | null {
 }
 
 export function roadWidth(roadClassName: RoadClass, zoom: number): number {
-  const width = ROAD_WIDTH_AT_15[roadClassName] * 2 ** (zoom - 15);
+  const width = ROAD_WIDTH_AT_15[roadClassName] * WIDTH_GROWTH_PER_ZOOM ** (zoom - 15);
   return Math.min(Math.max(width, 0.6), 40);
 }
 
@@ -303,7 +305,7 @@ function roadStyles(feature: FeatureLike, kind: unknown, zoom: number, palette: 
     return [
       cached(key('path', z, tunnel), () =>
         new Style({
-          stroke: new Stroke({ color: palette.path, width: Math.max(1, width), lineDash: [4, 3] }),
+          stroke: new Stroke({ color: palette.path, width: Math.max(1, width * 0.8), lineDash: [3, 3] }),
           zIndex: 100 + rank,
         }),
       ),
