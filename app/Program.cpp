@@ -41,13 +41,11 @@ Options:
   --replay FILE          open the playback window with this NMEA file
   --help                 show this text
 
-Commands:
-  parse FILE             decode an NMEA capture and print the fixes
-  declination LAT LON [DATE]
-                         magnetic declination from the World Magnetic Model
-  region import FILE.osm.pbf [--name NAME]
-                         build a map region (routing database and tiles)
-  simulate               write a simulated receiver's NMEA stream
+Commands (each says more with --help):
+  parse        decode a recorded NMEA stream and print the fixes
+  declination  magnetic declination at a place and date (World Magnetic Model)
+  region       build and list map regions: orvo region import FILE.osm.pbf --name NAME
+  simulate     play a simulated GPS receiver
 )";
 
 // The page waits this long for the last messages and the close frame at exit; a page that has

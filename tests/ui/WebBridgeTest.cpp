@@ -340,6 +340,18 @@ TEST_F(WebBridgeTest, AQuestionAskedWhileAnotherWaitsStacksOnTop) {
   EXPECT_EQ(outer.get(), MsgBoxResult::Cancel);
 }
 
+TEST_F(WebBridgeTest, WithNobodyToAskQuestionsTakeTheCautiousAnswer) {
+  Start();
+  auto open =
+      AskLater("Do you want to clear the trace (very time consuming)?", MsgBoxButtons::YesNo);
+  EXPECT_EQ(OnLoop([this] { return dialogs_.OpenCount(); }), 1u);
+  OnLoop([this] { dialogs_.SetUnattended(true); });
+  EXPECT_EQ(open.get(), MsgBoxResult::No);
+  EXPECT_EQ(AskLater("Save?", MsgBoxButtons::OkCancel).get(), MsgBoxResult::Cancel);
+  EXPECT_EQ(AskLater("Note", MsgBoxButtons::OkOnly).get(), MsgBoxResult::Ok);
+  EXPECT_FALSE(OnLoop([this] { return dialogs_.Waiting(); }));
+}
+
 TEST_F(WebBridgeTest, TheFileChooserSendsItsFiltersAndTakesAFullPath) {
   const unsigned short port = Start();
   Page page(port);
