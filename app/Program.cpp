@@ -41,7 +41,7 @@ Options:
   --replay FILE          open the playback window with this NMEA file
   --help                 show this text
 
-Commands (each says more with --help):
+Commands:
   parse        decode a recorded NMEA stream and print the fixes
   declination  magnetic declination at a place and date (World Magnetic Model)
   region       build and list map regions: orvo region import FILE.osm.pbf --name NAME

@@ -1,5 +1,5 @@
 import { describe, expect, it } from 'vitest';
-import { escapeResult, formatSize, joinPath } from './modals';
+import { escapeResult, formatSize, joinPath, parentFolder } from './modals';
 
 describe('modal questions', () => {
   it('answer Escape with the cautious button, where there is one', () => {
@@ -12,6 +12,12 @@ describe('modal questions', () => {
     expect(joinPath('/home/driver', 'drive.nmea')).toBe('/home/driver/drive.nmea');
     expect(joinPath('/', 'drive.nmea')).toBe('/drive.nmea');
     expect(joinPath('/home/driver', '/tmp/x.nmea')).toBe('/tmp/x.nmea');
+  });
+
+  it('go up from the folder shown, down to the root', () => {
+    expect(parentFolder('/home/driver/trips/')).toBe('/home/driver');
+    expect(parentFolder('/home')).toBe('/');
+    expect(parentFolder('/')).toBe('/');
   });
 
   it('show sizes in bytes, KB and MB', () => {

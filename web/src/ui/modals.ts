@@ -38,6 +38,11 @@ export function joinPath(folder: string, name: string): string {
   return folder.endsWith('/') ? folder + name : `${folder}/${name}`;
 }
 
+export function parentFolder(path: string): string {
+  const trimmed = path.replace(/\/+$/, '');
+  return trimmed.replace(/\/[^/]*$/, '') || '/';
+}
+
 export function formatSize(bytes: number): string {
   if (bytes < 1024) return `${bytes} bytes`;
   if (bytes < 1024 * 1024) return `${(bytes / 1024).toFixed(1)} KB`;
@@ -152,7 +157,8 @@ export class ModalsView {
     const { backdrop, body, buttons } = frame(modal);
     const folderRow = document.createElement('div');
     folderRow.className = 'chooser-folder';
-    const up = button('Up', () => listing?.parent && go(listing.parent));
+    // Up from the folder shown in the box, even one that could not be read.
+    const up = button('Up', () => go(parentFolder(folderInput.value)));
     up.title = 'Up one folder';
     const home = button('Home', () => listing && go(listing.home));
     const folderInput = document.createElement('input');

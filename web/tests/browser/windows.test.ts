@@ -1,6 +1,8 @@
 // The page draws what orvo sends and reports what the user does. Here the test plays orvo on
 // the WebSocket (the page itself still comes from a real orvo), so every message both ways can
 // be checked.
+import { mkdirSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
 import type { Page, WebSocketRoute } from 'playwright-core';
 import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
 import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
@@ -173,5 +175,41 @@ describe('ORVO windows in the page', () => {
     await page.context().grantPermissions(['clipboard-read', 'clipboard-write']);
     await item.click();
     await expect.poll(() => page.evaluate(() => navigator.clipboard.readText())).toBe('first line\nsecond line');
+  });
+
+  it('chooses a file on the machine orvo runs on', async () => {
+    const folder = join(orvo.folder, 'trips');
+    mkdirSync(join(folder, 'Monaco'), { recursive: true });
+    writeFileSync(join(folder, 'drive.nmea'), '$GPRMC\n');
+    writeFileSync(join(folder, 'notes.txt'), 'notes');
+    fake.send({
+      type: 'modal',
+      id: 3,
+      kind: 'file',
+      title: 'Open NMEA file',
+      filters: [
+        { name: 'NMEA (*.nmea)', patterns: ['*.nmea'] },
+        { name: 'All (*.*)', patterns: ['*.*'] },
+      ],
+      folder,
+      fileName: '',
+      forSaving: false,
+    });
+    const chooser = page.locator('.modal-backdrop[data-modal="3"]');
+    const names = () => chooser.locator('.entry').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset.name));
+    await expect.poll(names).toEqual(['Monaco', 'drive.nmea']);
+    await chooser.locator('.file-type').selectOption('All (*.*)');
+    await expect.poll(names).toEqual(['Monaco', 'drive.nmea', 'notes.txt']);
+    await chooser.locator('.entry[data-name="Monaco"]').dblclick();
+    await expect.poll(() => chooser.locator('.folder-path').inputValue()).toBe(join(folder, 'Monaco'));
+    await chooser.locator('.dialog-button', { hasText: 'Up' }).click();
+    await expect.poll(() => chooser.locator('.folder-path').inputValue()).toBe(folder);
+    await chooser.locator('.folder-path').fill(join(folder, 'missing'));
+    await chooser.locator('.folder-path').press('Enter');
+    await expect.poll(() => chooser.locator('.chooser-error').innerText()).toContain("Can't read the folder");
+    await chooser.locator('.dialog-button', { hasText: 'Up' }).click();
+    await chooser.locator('.entry[data-name="drive.nmea"]').click();
+    await chooser.locator('.dialog-button', { hasText: 'Open' }).click();
+    expect(await fake.next('answer')).toEqual({ type: 'answer', id: 3, path: join(folder, 'drive.nmea') });
   });
 });
