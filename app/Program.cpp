@@ -1,4 +1,5 @@
 // `orvo` without a sub-command: the map host with ORVO in it, served to the browser.
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -216,9 +217,12 @@ class Program {
     if (!region.problem.empty()) std::cerr << "orvo: " << region.problem << '\n';
     bridge_.SetRegion(region.page);
     const Json& centre = region.page.at("centre");
+    // Zoom 14 shows a town's streets; a region that stops short of it opens at its limit.
+    const int zoom = std::clamp(
+        14, region.page.at("minZoom").get<int>(),
+        std::max(region.page.at("minZoom").get<int>(), region.page.at("maxZoom").get<int>()));
     mapView_.SetInitialView(centre.at("latitude").get<double>(),
-                            centre.at("longitude").get<double>(),
-                            region.page.at("maxZoom").get<int>() - 3);
+                            centre.at("longitude").get<double>(), zoom);
 
     try {
       bridge_.Start();

@@ -698,7 +698,17 @@ class WebBridge::HttpSession : public std::enable_shared_from_this<HttpSession> 
           ->Run(std::move(request));
       return;
     }
-    Response response = Responder(*bridge).Answer(request, *target);
+    Response response = [&] {
+      try {
+        return Responder(*bridge).Answer(request, *target);
+      } catch (const std::exception& failure) {
+        // One failed request must not take the page's server down with it.
+        bridge->Report(std::string("WebBridge: answering ") + target->path +
+                       " failed: " + failure.what());
+        return Responder(*bridge).Plain(request, http::status::internal_server_error,
+                                        "Internal error\n");
+      }
+    }();
     if (newCookie) response.set(http::field::set_cookie, *newCookie);
     Send(std::move(response));
   }

@@ -97,6 +97,7 @@ async function start(): Promise<void> {
         firstSnapshot = false;
         map.reportView();
         document.body.classList.remove('ended');
+        document.body.dataset.snapshots = String(Number(document.body.dataset.snapshots ?? 0) + 1);
         break;
       case 'commands':
         bar.setCommands(model.commands);

@@ -66,4 +66,17 @@ describe('the page with a real orvo', () => {
     await expect.poll(() => page.evaluate(() => document.body.dataset.connection), { timeout: 15000 }).toBe('open');
     expect(await page.locator('#status').isHidden()).toBe(true);
   });
+
+  it('opens the main window with the host command Orvonet and its access key', async (context) => {
+    const orvo = await start();
+    const { page } = browser;
+    await page.goto(orvo.url);
+    await expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
+    // A build without the add-in has no host commands to offer.
+    if ((await page.locator('.host-menu-bar [data-command]').count()) === 0) return context.skip();
+    expect(await page.locator('.host-menu-bar [data-command]').first().innerText()).toBe('Orvonet');
+    expect(await page.locator('.host-menu-bar [data-command] u').first().innerText()).toBe('n');
+    await page.keyboard.press('Alt+N');
+    await page.locator('.panel[data-window="frmAddIn"]').waitFor();
+  });
 });
