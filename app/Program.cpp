@@ -121,6 +121,14 @@ Options ParseOptions(const Arguments& arguments) {
       throw UsageError("unknown option \"" + name + "\"");
   }
   if (options.configFolder.empty()) options.configFolder = host::platform::UserConfigFolder();
+  // A region is a folder below the regions folder: its name cannot lead anywhere else.
+  const bool plainName = !options.region.empty() && options.region.front() != '.' &&
+                         options.region.find_first_not_of(
+                             "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                             "0123456789._-") == std::string::npos;
+  if (!plainName)
+    throw UsageError("--region: \"" + options.region +
+                     "\" is not a region name (letters, digits, '.', '_' and '-')");
   return options;
 }
 
