@@ -103,6 +103,11 @@ async function start(): Promise<void> {
         bar.setCommands(model.commands);
         break;
       case 'modals':
+        // A question takes over: menus left open would only be in its way.
+        if (model.modals.length > 0) {
+          desktop.closeMenu();
+          bar.closeFile();
+        }
         modals.render(model.modals);
         break;
       case 'mapgoto':

@@ -114,8 +114,11 @@ export class ModalsView {
     const top = modals[modals.length - 1];
     if (!top) return;
     const element = this.shown.get(top.id)?.element;
-    if (element && !element.contains(document.activeElement))
-      (element.querySelector('[autofocus], input, .dialog-button') as HTMLElement | null)?.focus();
+    if (!element || element.contains(document.activeElement)) return;
+    const target = ['[autofocus]', 'input', '.dialog-button']
+      .map((selector) => element.querySelector<HTMLElement>(selector))
+      .find((found) => found !== null);
+    target?.focus();
   }
 
   // Keys while a question is open belong to the top one.
@@ -228,7 +231,7 @@ export class ModalsView {
           row.dataset.name = entry.name;
           const name = document.createElement('span');
           name.className = 'name';
-          name.textContent = entry.kind === 'folder' ? `📁 ${entry.name}` : entry.name;
+          name.textContent = entry.name;
           const size = document.createElement('span');
           size.className = 'size';
           size.textContent = entry.kind === 'file' ? formatSize(entry.size) : '';
