@@ -1,12 +1,342 @@
+// `orvo` without a sub-command: the map host with ORVO in it, served to the browser.
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <optional>
+#include <string>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
+
+#include "addin/AddinSession.hpp"
 #include "app/Commands.hpp"
+#include "host/map/MapView.hpp"
+#include "host/platform/AppFolder.hpp"
+#include "host/ui/Desktop.hpp"
+#include "host/ui/PageDialogs.hpp"
+#include "host/ui/Scheduler.hpp"
+#include "host/ui/WebBridge.hpp"
 
 namespace orvo::app {
+namespace {
 
-int RunProgram(const Arguments&) {
-  std::cerr << "orvo: this command is not built yet\n";
-  return 2;
+namespace asio = boost::asio;
+namespace fs = std::filesystem;
+using host::ui::Json;
+
+constexpr const char* kUsage = R"(Usage: orvo [OPTIONS]
+       orvo COMMAND [ARGUMENTS]
+
+Starts ORVO and serves its page; open the address it prints in a browser.
+
+Options:
+  --listen ADDRESS:PORT  where the page is served (default 127.0.0.1:8080); an address other
+                         than this machine's loopback needs --token
+  --token TOKEN          access token every page request must carry
+  --region NAME          map region to show (default monaco)
+  --config FOLDER        settings folder (default $XDG_CONFIG_HOME/ORVO)
+  --serial DEVICE        serial device of the GPS receiver (for example /dev/ttyUSB0)
+  --replay FILE          open the playback window with this NMEA file
+  --help                 show this text
+
+Commands:
+  parse        decode a recorded NMEA stream and print the fixes
+  declination  magnetic declination at a place and date (World Magnetic Model)
+  region       build and list map regions: orvo region import FILE.osm.pbf --name NAME
+  simulate     play a simulated GPS receiver
+)";
+
+// The page waits this long for the last messages and the close frame at exit; a page that has
+// stopped reading is not waited for any longer.
+constexpr auto kClosingGrace = std::chrono::seconds(2);
+
+struct Options {
+  std::string address = "127.0.0.1";
+  unsigned short port = 8080;
+  std::string token;
+  std::string region = "monaco";
+  fs::path configFolder;
+  std::optional<std::string> serialDevice;
+  std::optional<std::string> replayFile;
+  bool help = false;
+};
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// "127.0.0.1:8080", "[::1]:8080", "0.0.0.0:80".
+void ParseListen(const std::string& text, Options& options) {
+  const auto colon = text.rfind(':');
+  if (colon == std::string::npos || colon == 0 || colon + 1 == text.size())
+    throw UsageError("--listen wants ADDRESS:PORT, for example 127.0.0.1:8080, not \"" + text +
+                     "\"");
+  std::string address = text.substr(0, colon);
+  if (address.front() == '[' && address.back() == ']')
+    address = address.substr(1, address.size() - 2);
+  const std::string portText = text.substr(colon + 1);
+  unsigned long port = 0;
+  if (portText.size() > 5 || portText.find_first_not_of("0123456789") != std::string::npos ||
+      (port = std::stoul(portText)) > 65535)
+    throw UsageError("--listen: \"" + portText + "\" is not a port number (0 to 65535)");
+  options.address = address;
+  options.port = static_cast<unsigned short>(port);
+}
+
+Options ParseOptions(const Arguments& arguments) {
+  Options options;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    std::string name = arguments[i];
+    std::optional<std::string> value;
+    if (const auto equals = name.find('='); name.starts_with("--") && equals != std::string::npos) {
+      value = name.substr(equals + 1);
+      name = name.substr(0, equals);
+    }
+    if (name == "--help" || name == "-h") {
+      options.help = true;
+      continue;
+    }
+    const auto next = [&]() -> std::string {
+      if (value) return *value;
+      if (i + 1 >= arguments.size()) throw UsageError(name + " needs a value");
+      return arguments[++i];
+    };
+    if (name == "--listen")
+      ParseListen(next(), options);
+    else if (name == "--token")
+      options.token = next();
+    else if (name == "--region")
+      options.region = next();
+    else if (name == "--config")
+      options.configFolder = next();
+    else if (name == "--serial")
+      options.serialDevice = next();
+    else if (name == "--replay")
+      options.replayFile = next();
+    else
+      throw UsageError("unknown option \"" + name + "\"");
+  }
+  if (options.configFolder.empty()) options.configFolder = host::platform::UserConfigFolder();
+  // A region is a folder below the regions folder: its name cannot lead anywhere else.
+  const bool plainName = !options.region.empty() && options.region.front() != '.' &&
+                         options.region.find_first_not_of(
+                             "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                             "0123456789._-") == std::string::npos;
+  if (!plainName)
+    throw UsageError("--region: \"" + options.region +
+                     "\" is not a region name (letters, digits, '.', '_' and '-')");
+  return options;
+}
+
+// What the page needs of the region: its name, area, centre and zoom range, and whether it has
+// map tiles. Read leniently: a damaged region still lets ORVO start, with a message.
+struct RegionInfo {
+  Json page;
+  std::optional<fs::path> tilesFile;
+  std::string problem;
+};
+
+RegionInfo ReadRegionInfo(const std::string& name) {
+  RegionInfo info;
+  info.page = Json{{"name", name},
+                   {"available", false},
+                   {"centre", {{"latitude", 43.7384}, {"longitude", 7.4246}}},
+                   {"minZoom", 0},
+                   {"maxZoom", 18},
+                   {"attribution", "© OpenStreetMap contributors"}};
+  const fs::path folder = host::platform::UserDataFolder() / "regions" / name;
+  const fs::path file = folder / "region.json";
+  const std::string howToBuild = "build it with: orvo region import FILE.osm.pbf --name " + name;
+  std::ifstream stream(file);
+  if (!stream) {
+    info.problem = "there is no region \"" + name + "\" (no " + file.string() + "); " + howToBuild;
+    info.page["message"] = "No map region \"" + name + "\": " + howToBuild;
+    return info;
+  }
+  const Json document = Json::parse(stream, nullptr, /*allow_exceptions=*/false);
+  if (!document.is_object()) {
+    info.problem = file.string() + " is damaged; " + howToBuild;
+    info.page["message"] = "The map region \"" + name + "\" is damaged: " + howToBuild;
+    return info;
+  }
+  try {
+    if (document.contains("name")) info.page["name"] = document.at("name").get<std::string>();
+    if (document.contains("bounds")) {
+      const Json& bounds = document.at("bounds");
+      info.page["bounds"] = Json{{"west", bounds.at("west").get<double>()},
+                                 {"south", bounds.at("south").get<double>()},
+                                 {"east", bounds.at("east").get<double>()},
+                                 {"north", bounds.at("north").get<double>()}};
+    }
+    if (document.contains("centre")) {
+      const Json& centre = document.at("centre");
+      info.page["centre"] = Json{{"latitude", centre.at("latitude").get<double>()},
+                                 {"longitude", centre.at("longitude").get<double>()}};
+    }
+    if (document.contains("minZoom")) info.page["minZoom"] = document.at("minZoom").get<int>();
+    if (document.contains("maxZoom")) info.page["maxZoom"] = document.at("maxZoom").get<int>();
+    const std::string tiles = document.value("tilesFile", "");
+    if (!tiles.empty() && tiles.find('/') == std::string::npos && tiles != "..")
+      info.tilesFile = folder / tiles;
+  } catch (const Json::exception&) {
+    info.problem = file.string() + " is damaged; " + howToBuild;
+    info.page["message"] = "The map region \"" + name + "\" is damaged: " + howToBuild;
+    return info;
+  }
+  std::error_code error;
+  if (!info.tilesFile || !fs::is_regular_file(*info.tilesFile, error)) {
+    info.problem = "the region \"" + name + "\" has no map tiles; " + howToBuild;
+    info.page["message"] = "The map region \"" + name + "\" has no tiles: " + howToBuild;
+    info.tilesFile.reset();
+    return info;
+  }
+  info.page["available"] = true;
+  return info;
+}
+
+// The program's parts, in the order they are built and the reverse of the order they go.
+class Program {
+ public:
+  explicit Program(const Options& options)
+      : options_(options),
+        scheduler_(io_),
+        dialogs_(scheduler_),
+        desktop_(scheduler_, dialogs_),
+        mapView_(desktop_),
+        bridge_(io_, desktop_, BridgeOptions(options)),
+        signals_(io_, SIGINT, SIGTERM) {
+    const auto log = [](std::string_view text) { std::clog << "orvo: " << text << '\n'; };
+    dialogs_.diagnostics = log;
+    desktop_.diagnostics = log;
+    mapView_.diagnostics = log;
+    bridge_.diagnostics = log;
+    dialogs_.SetPublisher([this](const Json& message) { desktop_.Publish(message); });
+    desktop_.extraEvents = [this](const Json& event) { return ExtraEvent(event); };
+    bridge_.AddSnapshotPart([this](Json& snapshot) { dialogs_.AddToSnapshot(snapshot); });
+    bridge_.AddSnapshotPart([this](Json& snapshot) { mapView_.AddToSnapshot(snapshot); });
+  }
+
+  int Run() {
+    const RegionInfo region = ReadRegionInfo(options_.region);
+    if (!region.problem.empty()) std::cerr << "orvo: " << region.problem << '\n';
+    bridge_.SetRegion(region.page);
+    const Json& centre = region.page.at("centre");
+    // Zoom 14 shows a town's streets; a region that stops short of it opens at its limit.
+    const int zoom = std::clamp(
+        14, region.page.at("minZoom").get<int>(),
+        std::max(region.page.at("minZoom").get<int>(), region.page.at("maxZoom").get<int>()));
+    mapView_.SetInitialView(centre.at("latitude").get<double>(),
+                            centre.at("longitude").get<double>(), zoom);
+
+    try {
+      bridge_.Start();
+    } catch (const host::ui::WebBridgeError& error) {
+      std::cerr << "orvo: " << error.what() << '\n';
+      return 1;
+    }
+    WaitForSignal();
+
+    services_.emplace(addin::HostServices{io_, scheduler_, desktop_, options_.configFolder,
+                                          options_.serialDevice, options_.replayFile,
+                                          options_.region, [this] { RequestQuit(); }});
+    session_.emplace(*services_);
+    std::cout << "ORVO is running at " << bridge_.Url() << std::endl;
+
+    io_.run();
+    return 0;
+  }
+
+ private:
+  static host::ui::WebBridgeOptions BridgeOptions(const Options& options) {
+    host::ui::WebBridgeOptions bridge;
+    bridge.address = options.address;
+    bridge.port = options.port;
+    bridge.token = options.token;
+    return bridge;
+  }
+
+  bool ExtraEvent(const Json& event) {
+    if (dialogs_.HandleEvent(event) || mapView_.HandleEvent(event)) return true;
+    if (event.value("type", "") != "quit") return false;
+    RequestQuit();
+    return true;
+  }
+
+  void WaitForSignal() {
+    signals_.async_wait([this](const boost::system::error_code& error, int) {
+      if (error) return;
+      if (quitting_) {
+        // A second Ctrl+C: nobody is answering; take the cautious answers and finish.
+        dialogs_.SetUnattended(true);
+        return;
+      }
+      WaitForSignal();
+      if (bridge_.PageCount() == 0) dialogs_.SetUnattended(true);
+      RequestQuit();
+    });
+  }
+
+  void RequestQuit() {
+    if (quitRequested_) return;
+    quitRequested_ = true;
+    asio::post(io_, [this] { Quit(); });
+  }
+
+  void Quit() {
+    // Inside a modal wait the windows' handlers are still on the stack: answer what is open
+    // and come back once they have returned.
+    if (dialogs_.Waiting()) {
+      dialogs_.AnswerOpenCautiously();
+      asio::post(io_, [this] { Quit(); });
+      return;
+    }
+    if (quitting_) return;
+    quitting_ = true;
+    // The disconnection saves the settings; it may still ask the user (clear the trail?).
+    if (session_) session_->Shutdown();
+    desktop_.Publish(Json{{"type", "ended"}});
+    bridge_.Stop();
+    const auto deadline = std::chrono::steady_clock::now() + kClosingGrace;
+    while (bridge_.PageCount() > 0 && std::chrono::steady_clock::now() < deadline)
+      io_.run_one_for(std::chrono::milliseconds(100));
+    signals_.cancel();
+    io_.stop();
+  }
+
+  const Options& options_;
+  asio::io_context io_;
+  host::ui::AsioScheduler scheduler_;
+  host::ui::PageDialogs dialogs_;
+  host::ui::Desktop desktop_;
+  host::map::MapView mapView_;
+  host::ui::WebBridge bridge_;
+  asio::signal_set signals_;
+  std::optional<addin::HostServices> services_;
+  std::optional<addin::AddinSession> session_;
+  bool quitRequested_ = false;
+  bool quitting_ = false;
+};
+
+}  // namespace
+
+int RunProgram(const Arguments& arguments) {
+  Options options;
+  try {
+    options = ParseOptions(arguments);
+  } catch (const UsageError& error) {
+    std::cerr << "orvo: " << error.what() << "\n(orvo --help lists the options)\n";
+    return 2;
+  }
+  if (options.help) {
+    std::cout << kUsage;
+    return 0;
+  }
+  Program program(options);
+  return program.Run();
 }
 
 }  // namespace orvo::app

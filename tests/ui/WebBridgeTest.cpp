@@ -1,0 +1,505 @@
+// The bridge against real sockets: the program's loop runs on its own thread here, as it does in
+// orvo, and the test plays the pages with Beast's blocking client. Everything that touches the
+// desktop goes through OnLoop, so the core is only ever used on the loop's thread.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <map>
+#include <thread>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/websocket.hpp>
+
+#include "host/ui/Desktop.hpp"
+#include "host/ui/PageDialogs.hpp"
+#include "host/ui/WebBridge.hpp"
+#include "host/ui/Window.hpp"
+
+namespace orvo::host::ui {
+namespace {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace websocket = beast::websocket;
+namespace fs = std::filesystem;
+using tcp = asio::ip::tcp;
+
+class TestWindow : public Window {
+ public:
+  explicit TestWindow(Desktop& desktop)
+      : Window(desktop, "frmTest", "Test", 300, 200),
+        label(*this, "lblState"),
+        check(*this, "chkThing") {
+    check.onClick = [this] { ++clicks; };
+  }
+  void OnKeyUp(int keyCode, int) override { keys.push_back(keyCode); }
+  Label label;
+  CheckBox check;
+  int clicks = 0;
+  std::vector<int> keys;
+};
+
+// A tile source with one gzip'd and one plain tile.
+class FakeTiles : public TileSource {
+ public:
+  std::optional<std::string> Tile(int z, int x, int y) override {
+    if (z == 14 && x == 8508 && y == 5975) return std::string("\x1f\x8b\x08\x00gzipped", 11);
+    if (z == 14 && x == 8509 && y == 5975) return std::string("plain tile");
+    return std::nullopt;
+  }
+};
+
+struct HttpResult {
+  int status = 0;
+  std::map<std::string, std::string> headers;
+  std::string body;
+};
+
+HttpResult Get(unsigned short port, const std::string& target,
+               const std::map<std::string, std::string>& headers = {}) {
+  asio::io_context io;
+  tcp::socket socket(io);
+  socket.connect(tcp::endpoint(asio::ip::make_address("127.0.0.1"), port));
+  http::request<http::empty_body> request(http::verb::get, target, 11);
+  request.set(http::field::host, "127.0.0.1:" + std::to_string(port));
+  for (const auto& [name, value] : headers) request.set(name, value);
+  http::write(socket, request);
+  beast::flat_buffer buffer;
+  http::response<http::string_body> response;
+  http::read(socket, buffer, response);
+  HttpResult result{static_cast<int>(response.result_int()), {}, response.body()};
+  for (const auto& field : response)
+    result.headers[std::string(field.name_string())] = std::string(field.value());
+  return result;
+}
+
+// One page: a WebSocket client.
+class Page {
+ public:
+  explicit Page(unsigned short port, std::string target = "/ws",
+                std::map<std::string, std::string> headers = {}) {
+    tcp::socket& socket = ws_.next_layer();
+    socket.connect(tcp::endpoint(asio::ip::make_address("127.0.0.1"), port));
+    ws_.set_option(websocket::stream_base::decorator([headers](websocket::request_type& request) {
+      for (const auto& [name, value] : headers) request.set(name, value);
+    }));
+    ws_.handshake("127.0.0.1:" + std::to_string(port), target, error_);
+  }
+  bool Connected() const { return !error_; }
+
+  Json Next() {
+    beast::flat_buffer buffer;
+    ws_.read(buffer);
+    return Json::parse(beast::buffers_to_string(buffer.data()));
+  }
+  // The next message of TYPE; others on the way are skipped.
+  Json Next(const std::string& type) {
+    for (;;) {
+      Json message = Next();
+      if (message.at("type") == type) return message;
+    }
+  }
+  void Send(const Json& message) { SendText(message.dump()); }
+  void SendText(const std::string& text) { ws_.write(asio::buffer(text)); }
+  void Close() { ws_.close(websocket::close_code::normal); }
+  // Whether the server has closed this page (reads until it does).
+  bool ClosedByServer() {
+    beast::flat_buffer buffer;
+    beast::error_code error;
+    while (!error) ws_.read(buffer, error);
+    return true;
+  }
+
+ private:
+  asio::io_context io_;
+  websocket::stream<tcp::socket> ws_{io_};
+  beast::error_code error_;
+};
+
+class WebBridgeTest : public ::testing::Test {
+ protected:
+  // Runs WORK on the loop's thread and returns its result.
+  template <class Work>
+  auto OnLoop(Work work) {
+    std::packaged_task<decltype(work())()> task(std::move(work));
+    auto result = task.get_future();
+    asio::post(io_, [&task] { task(); });
+    return result.get();
+  }
+
+  void SetUp() override {
+    web_ = fs::temp_directory_path() /
+           ("orvo-web-" + std::to_string(::getpid()) + "-" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(web_);
+    fs::create_directories(web_ / "site" / "assets");
+    std::ofstream(web_ / "site" / "index.html") << "<!doctype html><title>ORVO</title>";
+    std::ofstream(web_ / "site" / "assets" / "page.js") << "console.log('ORVO')";
+    std::ofstream(web_ / "secret.txt") << "not for pages";
+    fs::create_directories(web_ / "data" / "pictures");
+    std::ofstream(web_ / "data" / "pictures" / "turn left.bmp") << "BM";
+    fs::create_symlink(web_ / "secret.txt", web_ / "site" / "leak.txt");
+    dialogs_.SetPublisher([this](const Json& message) { desktop_.Publish(message); });
+    desktop_.extraEvents = [this](const Json& event) { return dialogs_.HandleEvent(event); };
+    desktop_.diagnostics = [this](std::string_view text) { diagnostics_.emplace_back(text); };
+    dialogs_.diagnostics = desktop_.diagnostics;
+    window_.Show();
+  }
+
+  void TearDown() override {
+    if (loop_.joinable()) {
+      OnLoop([this] { bridge_.reset(); });
+      work_.reset();
+      io_.stop();
+      loop_.join();
+    }
+    fs::remove_all(web_);
+  }
+
+  WebBridgeOptions Options() {
+    WebBridgeOptions options;
+    options.port = 0;
+    options.webFolder = web_ / "site";
+    options.dataFolder = web_ / "data";
+    return options;
+  }
+
+  // Starts the bridge and the loop's thread.
+  unsigned short Start(WebBridgeOptions options) {
+    bridge_ = std::make_unique<WebBridge>(io_, desktop_, std::move(options));
+    bridge_->diagnostics = desktop_.diagnostics;
+    bridge_->AddSnapshotPart([this](Json& snapshot) { dialogs_.AddToSnapshot(snapshot); });
+    bridge_->SetTileSource(std::make_shared<FakeTiles>());
+    bridge_->SetRegion(Json{{"name", "monaco"}});
+    bridge_->Start();
+    loop_ = std::thread([this] { io_.run(); });
+    return bridge_->Port();
+  }
+  unsigned short Start() { return Start(Options()); }
+
+  // Asks a question on the loop; the answer arrives in the returned future.
+  std::future<MsgBoxResult> AskLater(std::string prompt, MsgBoxButtons buttons) {
+    auto promise = std::make_shared<std::promise<MsgBoxResult>>();
+    asio::post(io_, [this, promise, prompt, buttons] {
+      promise->set_value(desktop_.MsgBox(prompt, buttons));
+    });
+    return promise->get_future();
+  }
+
+  asio::io_context io_;
+  AsioScheduler scheduler_{io_};
+  PageDialogs dialogs_{scheduler_};
+  Desktop desktop_{scheduler_, dialogs_};
+  TestWindow window_{desktop_};
+  std::vector<std::string> diagnostics_;
+  std::unique_ptr<WebBridge> bridge_;
+  std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_{
+      asio::make_work_guard(io_)};
+  std::thread loop_;
+  fs::path web_;
+};
+
+TEST_F(WebBridgeTest, PagesGetASnapshotThenEveryChangeAndStayInStep) {
+  const unsigned short port = Start();
+  Page first(port);
+  Page second(port);
+  ASSERT_TRUE(first.Connected());
+  const Json snapshot = first.Next();
+  EXPECT_EQ(snapshot.at("type"), "snapshot");
+  ASSERT_EQ(snapshot.at("windows").size(), 1u);
+  EXPECT_EQ(snapshot.at("windows")[0].at("name"), "frmTest");
+  EXPECT_EQ(snapshot.at("modals"), Json::array());
+  EXPECT_EQ(second.Next().at("type"), "snapshot");
+
+  OnLoop([this] { window_.label.SetCaption("3-D"); });
+  for (Page* page : {&first, &second}) {
+    const Json set = page->Next("set");
+    EXPECT_EQ(set.at("control"), "lblState");
+    EXPECT_EQ(set.at("value"), "3-D");
+  }
+
+  // A click from one page changes the box in both.
+  second.Send(
+      {{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}, {"event", "click"}});
+  for (Page* page : {&first, &second}) {
+    const Json set = page->Next("set");
+    EXPECT_EQ(set.at("control"), "chkThing");
+    EXPECT_EQ(set.at("value"), 1);
+  }
+  EXPECT_EQ(OnLoop([this] { return window_.clicks; }), 1);
+
+  first.Send(
+      {{"type", "key"}, {"window", "frmTest"}, {"event", "keyup"}, {"keyCode", 71}, {"shift", 1}});
+  first.Send({{"type", "front"}, {"window", "frmTest"}});
+  OnLoop([this] { window_.label.SetCaption("sync"); });
+  first.Next("set");
+  EXPECT_EQ(OnLoop([this] { return window_.keys; }), std::vector<int>{71});
+}
+
+TEST_F(WebBridgeTest, MalformedMessagesAreIgnoredAndThePageStays) {
+  const unsigned short port = Start();
+  Page page(port);
+  page.Next("snapshot");
+  page.SendText("this is not json");
+  page.SendText("[1,2,3]");
+  page.Send({{"type", "event"}, {"window", "frmTest"}, {"control", "nothing"}, {"event", "click"}});
+  page.Send({{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}});
+  page.Send({{"type", "launch"}});
+  page.Send({{"type", "answer"}, {"id", 99}, {"result", "yes"}});
+  page.Send(
+      {{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}, {"event", "click"}});
+  EXPECT_EQ(page.Next("set").at("control"), "chkThing");
+  const auto reports = OnLoop([this] { return diagnostics_; });
+  EXPECT_EQ(reports.size(), 6u);
+  EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 1u);
+}
+
+TEST_F(WebBridgeTest, APageThatComesBackGetsAFreshSnapshot) {
+  const unsigned short port = Start();
+  {
+    Page page(port);
+    page.Next("snapshot");
+    page.Close();
+  }
+  OnLoop([this] { window_.label.SetCaption("while away"); });
+  Page again(port);
+  const Json snapshot = again.Next("snapshot");
+  const Json& controls = snapshot.at("windows")[0].at("controls");
+  const auto label = std::find_if(controls.begin(), controls.end(), [](const Json& control) {
+    return control.at("id") == "lblState";
+  });
+  ASSERT_NE(label, controls.end());
+  EXPECT_EQ(label->at("properties").at("caption"), "while away");
+  EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 1u);
+}
+
+TEST_F(WebBridgeTest, APageThatFallsTooFarBehindIsDroppedAndComesBack) {
+  WebBridgeOptions options = Options();
+  options.maxQueuedBytes = 4096;
+  const unsigned short port = Start(options);
+  Page slow(port);
+  slow.Next("snapshot");
+  // More than the limit at once: the writes cannot keep up within one turn of the loop.
+  OnLoop([this] {
+    for (int i = 0; i < 20; ++i)
+      window_.label.SetCaption(std::string(500, static_cast<char>('a' + i)));
+  });
+  EXPECT_TRUE(slow.ClosedByServer());
+  EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 0u);
+  Page again(port);
+  EXPECT_EQ(again.Next().at("type"), "snapshot");
+}
+
+TEST_F(WebBridgeTest, QuestionsWaitForAPageAndAreAnsweredFromAnyPage) {
+  const unsigned short port = Start();
+  auto answer =
+      AskLater("Do you want to clear the trace (very time consuming)?", MsgBoxButtons::YesNo);
+  // Nobody to ask yet: the question waits.
+  EXPECT_EQ(OnLoop([this] { return dialogs_.OpenCount(); }), 1u);
+
+  Page first(port);
+  Page second(port);
+  const Json modal = first.Next("snapshot").at("modals").at(0);
+  EXPECT_EQ(second.Next("snapshot").at("modals").size(), 1u);
+  EXPECT_EQ(modal.at("kind"), "message");
+  EXPECT_EQ(modal.at("buttons"), "yesNo");
+  EXPECT_EQ(modal.at("title"), "ORVO");
+
+  // A button the box does not have is not an answer.
+  second.Send({{"type", "answer"}, {"id", modal.at("id")}, {"result", "ok"}});
+  second.Send({{"type", "answer"}, {"id", modal.at("id")}, {"result", "yes"}});
+  EXPECT_EQ(answer.get(), MsgBoxResult::Yes);
+  for (Page* page : {&first, &second}) EXPECT_EQ(page->Next("modalclose").at("id"), modal.at("id"));
+  EXPECT_EQ(OnLoop([this] { return dialogs_.OpenCount(); }), 0u);
+}
+
+TEST_F(WebBridgeTest, AQuestionAskedWhileAnotherWaitsStacksOnTop) {
+  const unsigned short port = Start();
+  Page page(port);
+  page.Next("snapshot");
+  auto outer = AskLater("first", MsgBoxButtons::OkCancel);
+  const Json first = page.Next("modal");
+  // A timer raises a second box while the first waits.
+  auto inner = AskLater("second", MsgBoxButtons::OkOnly);
+  const Json second = page.Next("modal");
+  EXPECT_EQ(second.at("prompt"), "second");
+  EXPECT_GT(second.at("id").get<int>(), first.at("id").get<int>());
+
+  page.Send({{"type", "answer"}, {"id", second.at("id")}, {"result", "ok"}});
+  EXPECT_EQ(inner.get(), MsgBoxResult::Ok);
+  page.Send({{"type", "answer"}, {"id", first.at("id")}, {"result", "cancel"}});
+  EXPECT_EQ(outer.get(), MsgBoxResult::Cancel);
+}
+
+TEST_F(WebBridgeTest, WithNobodyToAskQuestionsTakeTheCautiousAnswer) {
+  Start();
+  auto open =
+      AskLater("Do you want to clear the trace (very time consuming)?", MsgBoxButtons::YesNo);
+  EXPECT_EQ(OnLoop([this] { return dialogs_.OpenCount(); }), 1u);
+  OnLoop([this] { dialogs_.SetUnattended(true); });
+  EXPECT_EQ(open.get(), MsgBoxResult::No);
+  EXPECT_EQ(AskLater("Save?", MsgBoxButtons::OkCancel).get(), MsgBoxResult::Cancel);
+  EXPECT_EQ(AskLater("Note", MsgBoxButtons::OkOnly).get(), MsgBoxResult::Ok);
+  EXPECT_FALSE(OnLoop([this] { return dialogs_.Waiting(); }));
+}
+
+TEST_F(WebBridgeTest, TheFileChooserSendsItsFiltersAndTakesAFullPath) {
+  const unsigned short port = Start();
+  Page page(port);
+  page.Next("snapshot");
+  auto chosen = std::make_shared<std::promise<std::optional<std::string>>>();
+  asio::post(io_, [this, chosen] {
+    chosen->set_value(dialogs_.ChooseFile({"Open NMEA file",
+                                           "NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|All (*.*)|*.*",
+                                           (web_ / "site" / "capture.nmea").string(), false}));
+  });
+  const Json modal = page.Next("modal");
+  EXPECT_EQ(modal.at("kind"), "file");
+  EXPECT_EQ(modal.at("title"), "Open NMEA file");
+  EXPECT_EQ(modal.at("folder"), (web_ / "site").string());
+  EXPECT_EQ(modal.at("fileName"), "capture.nmea");
+  ASSERT_EQ(modal.at("filters").size(), 3u);
+  EXPECT_EQ(modal.at("filters")[1], Json({{"name", "Text (*.txt)"}, {"patterns", {"*.txt"}}}));
+
+  page.Send({{"type", "answer"}, {"id", modal.at("id")}, {"path", "relative.nmea"}});
+  page.Send({{"type", "answer"}, {"id", modal.at("id")}, {"path", "/tmp/x/../drive.nmea"}});
+  EXPECT_EQ(chosen->get_future().get(), std::optional<std::string>("/tmp/drive.nmea"));
+}
+
+TEST_F(WebBridgeTest, ServesThePageButNothingOutsideIt) {
+  const unsigned short port = Start();
+  const HttpResult index = Get(port, "/");
+  EXPECT_EQ(index.status, 200);
+  EXPECT_EQ(index.headers.at("Content-Type"), "text/html; charset=utf-8");
+  EXPECT_NE(index.body.find("<title>ORVO</title>"), std::string::npos);
+  const HttpResult script = Get(port, "/assets/page.js");
+  EXPECT_EQ(script.headers.at("Content-Type"), "text/javascript; charset=utf-8");
+  EXPECT_EQ(Get(port, "/region.json").body, R"({"name":"monaco"})");
+  const HttpResult picture = Get(port, "/data/pictures/turn%20left.bmp");
+  EXPECT_EQ(picture.body, "BM");
+  EXPECT_EQ(picture.headers.at("Content-Type"), "image/bmp");
+  EXPECT_EQ(Get(port, "/data/../secret.txt").status, 404);
+  EXPECT_EQ(Get(port, "/data/%2e%2e/site/index.html").status, 404);
+  for (const char* escape : {"/../secret.txt", "/%2e%2e/secret.txt", "/assets/../../secret.txt",
+                             "/..%2fsecret.txt", "/leak.txt", "/%2fetc/passwd", "/missing.js"})
+    EXPECT_EQ(Get(port, escape).status, 404) << escape;
+  // Another site's page cannot drive ORVO through the loopback address.
+  EXPECT_EQ(Get(port, "/", {{"Host", "attacker.example:8080"}}).status, 403);
+  EXPECT_FALSE(Page(port, "/ws", {{"Origin", "http://attacker.example"}}).Connected());
+}
+
+TEST_F(WebBridgeTest, ServesTilesWithTheirEncoding) {
+  const unsigned short port = Start();
+  const HttpResult gzipped = Get(port, "/tiles/14/8508/5975.pbf");
+  EXPECT_EQ(gzipped.status, 200);
+  EXPECT_EQ(gzipped.headers.at("Content-Encoding"), "gzip");
+  EXPECT_EQ(gzipped.headers.at("Content-Type"), "application/x-protobuf");
+  EXPECT_EQ(gzipped.body.size(), 11u);
+  const HttpResult plain = Get(port, "/tiles/14/8509/5975.pbf");
+  EXPECT_EQ(plain.body, "plain tile");
+  EXPECT_EQ(plain.headers.count("Content-Encoding"), 0u);
+  EXPECT_EQ(Get(port, "/tiles/14/1/1.pbf").status, 204);
+  for (const char* bad : {"/tiles/14/99999/1.pbf", "/tiles/x/1/1.pbf", "/tiles/1/1.pbf",
+                          "/tiles/-1/0/0.pbf", "/tiles/1/0/0/0.pbf", "/tiles/1/0/0.png"})
+    EXPECT_EQ(Get(port, bad).status, 404) << bad;
+}
+
+TEST_F(WebBridgeTest, ListsFoldersForTheFileChooser) {
+  const unsigned short port = Start();
+  const fs::path folder = web_ / "files";
+  fs::create_directories(folder / "Trips");
+  std::ofstream(folder / "drive.NMEA") << "$GPRMC";
+  std::ofstream(folder / "notes.txt") << "12345";
+  std::ofstream(folder / "photo.jpg") << "jpg";
+  std::ofstream(folder / ".hidden.nmea") << "";
+
+  const HttpResult listing =
+      Get(port, "/api/files?path=" + folder.string() + "&patterns=*.nmea%3B%20*.txt");
+  ASSERT_EQ(listing.status, 200);
+  const Json body = Json::parse(listing.body);
+  EXPECT_EQ(body.at("path"), folder.string());
+  EXPECT_EQ(body.at("parent"), web_.string());
+  const Json expected = Json::parse(R"([{"name":"Trips","kind":"folder","size":0},
+      {"name":"drive.NMEA","kind":"file","size":6},{"name":"notes.txt","kind":"file","size":5}])");
+  EXPECT_EQ(body.at("entries"), expected);
+
+  const HttpResult missing = Get(port, "/api/files?path=" + (folder / "nothing").string());
+  EXPECT_EQ(missing.status, 404);
+  EXPECT_NE(Json::parse(missing.body).at("error").get<std::string>().find("Can't read the folder"),
+            std::string::npos);
+  EXPECT_EQ(Get(port, "/api/files?path=relative/folder").status, 400);
+}
+
+TEST_F(WebBridgeTest, ATokenGuardsEveryRequest) {
+  {
+    WebBridgeOptions open = Options();
+    open.address = "0.0.0.0";
+    WebBridge refused(io_, desktop_, open);
+    EXPECT_THROW(refused.Start(), WebBridgeError);
+  }
+  WebBridgeOptions options = Options();
+  options.token = "s3cret token";
+  const unsigned short port = Start(options);
+  EXPECT_EQ(bridge_->Url(), "http://127.0.0.1:" + std::to_string(port) + "/?token=s3cret%20token");
+
+  EXPECT_EQ(Get(port, "/").status, 401);
+  EXPECT_EQ(Get(port, "/region.json?token=wrong").status, 403);
+  const HttpResult first = Get(port, "/?token=s3cret%20token");
+  EXPECT_EQ(first.status, 200);
+  const std::string cookie = first.headers.at("Set-Cookie");
+  EXPECT_EQ(cookie.substr(0, cookie.find(';')), "orvo_token=s3cret%20token");
+  EXPECT_EQ(
+      Get(port, "/region.json", {{"Cookie", "theme=dark; " + cookie.substr(0, cookie.find(';'))}})
+          .status,
+      200);
+
+  Page without(port);
+  EXPECT_FALSE(without.Connected());
+  EXPECT_EQ(Get(port, "/ws").status, 401);
+  Page with(port, "/ws?token=s3cret%20token");
+  ASSERT_TRUE(with.Connected());
+  EXPECT_EQ(with.Next().at("type"), "snapshot");
+}
+
+TEST_F(WebBridgeTest, ASecondBridgeOnABusyPortSaysSo) {
+  const unsigned short port = Start();
+  WebBridgeOptions options = Options();
+  options.port = port;
+  WebBridge second(io_, desktop_, options);
+  try {
+    second.Start();
+    FAIL() << "started on a busy port";
+  } catch (const WebBridgeError& error) {
+    EXPECT_NE(std::string(error.what()).find("already in use"), std::string::npos);
+  }
+}
+
+TEST(FilePatterns, MatchLikeTheOldFileDialogs) {
+  EXPECT_TRUE(MatchesFilePattern("drive.nmea", "*.nmea"));
+  EXPECT_TRUE(MatchesFilePattern("DRIVE.NMEA", "*.nmea"));
+  EXPECT_FALSE(MatchesFilePattern("drive.nmea.bak", "*.nmea"));
+  EXPECT_TRUE(MatchesFilePattern("README", "*.*"));
+  EXPECT_TRUE(MatchesFilePattern("a.b.c", "*.*"));
+  EXPECT_TRUE(MatchesFilePattern("log1.txt", "log?.txt"));
+  EXPECT_FALSE(MatchesFilePattern("log12.txt", "log?.txt"));
+  EXPECT_TRUE(MatchesFilePattern("anything", "*"));
+
+  const auto filters =
+      ParseFileFilter("NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|Both|*.nmea; *.txt |Broken");
+  ASSERT_EQ(filters.size(), 3u);
+  EXPECT_EQ(filters[1].patterns, std::vector<std::string>{"*.txt"});
+  EXPECT_EQ(filters[2].patterns, (std::vector<std::string>{"*.nmea", "*.txt"}));
+  EXPECT_TRUE(ParseFileFilter("").empty());
+}
+
+}  // namespace
+}  // namespace orvo::host::ui

@@ -1,0 +1,73 @@
+// One WebSocket to orvo, opened again after every loss with a growing pause, so a restarted
+// orvo finds its pages again without anyone reloading them.
+import type { PageMessage, ServerMessage } from './protocol';
+
+export type ConnectionState = 'connecting' | 'open' | 'reconnecting';
+
+// First retry soon (a restart takes a moment), then back off to spare a busy machine.
+const FIRST_RETRY_MS = 250;
+const LONGEST_RETRY_MS = 4000;
+
+export function retryDelayMs(attempt: number, random: () => number = Math.random): number {
+  const base = Math.min(LONGEST_RETRY_MS, FIRST_RETRY_MS * 2 ** Math.max(0, attempt));
+  // Up to a quarter more, so that many pages do not knock at the same instant.
+  return Math.round(base * (1 + random() / 4));
+}
+
+export function socketUrl(location: { protocol: string; host: string; search: string }): string {
+  const scheme = location.protocol === 'https:' ? 'wss:' : 'ws:';
+  const token = new URLSearchParams(location.search).get('token');
+  return `${scheme}//${location.host}/ws${token ? `?token=${encodeURIComponent(token)}` : ''}`;
+}
+
+export class Connection {
+  private socket: WebSocket | null = null;
+  private attempt = 0;
+  private timer: ReturnType<typeof setTimeout> | null = null;
+
+  onMessage: (message: ServerMessage) => void = () => {};
+  onState: (state: ConnectionState) => void = () => {};
+  onOpen: () => void = () => {};
+
+  constructor(private readonly url: string) {}
+
+  start(): void {
+    this.open('connecting');
+  }
+
+  send(message: PageMessage): void {
+    if (this.socket?.readyState === WebSocket.OPEN) this.socket.send(JSON.stringify(message));
+  }
+
+  get isOpen(): boolean {
+    return this.socket?.readyState === WebSocket.OPEN;
+  }
+
+  private open(state: ConnectionState): void {
+    this.onState(state);
+    const socket = new WebSocket(this.url);
+    this.socket = socket;
+    socket.onopen = () => {
+      this.attempt = 0;
+      this.onState('open');
+      this.onOpen();
+    };
+    socket.onmessage = (event) => {
+      let message: ServerMessage;
+      try {
+        message = JSON.parse(String(event.data));
+      } catch {
+        console.warn('orvo: a message that is not JSON was ignored');
+        return;
+      }
+      this.onMessage(message);
+    };
+    socket.onclose = () => {
+      if (this.socket !== socket) return;
+      this.socket = null;
+      this.onState('reconnecting');
+      if (this.timer) clearTimeout(this.timer);
+      this.timer = setTimeout(() => this.open('reconnecting'), retryDelayMs(this.attempt++));
+    };
+  }
+}

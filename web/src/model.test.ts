@@ -1,0 +1,95 @@
+import { describe, expect, it } from 'vitest';
+import { applyMessage, emptyModel, keyTarget, menuChildren, stackingOrder } from './model';
+import type { ServerMessage, WindowSnapshot } from './protocol';
+
+function window(name: string, extra: Partial<WindowSnapshot> = {}): WindowSnapshot {
+  return {
+    name,
+    caption: name,
+    left: 0,
+    top: 0,
+    width: 100,
+    height: 100,
+    visible: true,
+    topMost: false,
+    borderless: false,
+    controls: [
+      { id: 'lblSpeed(0)', properties: { kind: 'Label', caption: '0' } },
+      { id: 'mnuCompass', properties: { kind: 'Menu', parent: '', caption: 'Compass' } },
+      { id: 'mnuLocate', properties: { kind: 'Menu', parent: 'mnuCompass', caption: '&Locate' } },
+    ],
+    ...extra,
+  };
+}
+
+function snapshot(...windows: WindowSnapshot[]): ServerMessage {
+  return { type: 'snapshot', windows, commands: [{ id: 'orvonet', caption: 'Orvo&net' }] };
+}
+
+describe('the page’s model of the desktop', () => {
+  it('starts over from each snapshot', () => {
+    const model = emptyModel();
+    applyMessage(model, snapshot(window('frmAddIn'), window('frmGuide')));
+    applyMessage(model, { type: 'modal', id: 1, kind: 'message', title: 'ORVO', prompt: '?', buttons: 'okOnly' });
+    expect(applyMessage(model, snapshot(window('frmGuide')))).toEqual({ kind: 'all' });
+    expect([...model.windows.keys()]).toEqual(['frmGuide']);
+    expect(model.modals).toEqual([]);
+    expect(model.commands).toEqual([{ id: 'orvonet', caption: 'Orvo&net' }]);
+  });
+
+  it('patches controls and windows, and ignores what it does not know', () => {
+    const model = emptyModel();
+    applyMessage(model, snapshot(window('frmAddIn')));
+    expect(
+      applyMessage(model, { type: 'set', window: 'frmAddIn', control: 'lblSpeed(0)', property: 'caption', value: '47.3' }),
+    ).toEqual({ kind: 'control', window: 'frmAddIn', control: 'lblSpeed(0)', property: 'caption' });
+    expect(model.windows.get('frmAddIn')?.controls.get('lblSpeed(0)')?.caption).toBe('47.3');
+    applyMessage(model, { type: 'window', window: 'frmAddIn', property: 'left', value: 40 });
+    expect(model.windows.get('frmAddIn')?.properties.left).toBe(40);
+    expect(applyMessage(model, { type: 'set', window: 'frmNone', control: 'x', property: 'a', value: 1 }).kind).toBe('ignored');
+    expect(applyMessage(model, { type: 'set', window: 'frmAddIn', control: 'x', property: 'a', value: 1 }).kind).toBe('ignored');
+    expect(applyMessage(model, { type: 'launch' } as unknown as ServerMessage).kind).toBe('ignored');
+    expect(applyMessage(model, 'text' as unknown as ServerMessage).kind).toBe('ignored');
+  });
+
+  it('keeps the z-order orvo gives, topmost windows above the rest', () => {
+    const model = emptyModel();
+    applyMessage(model, snapshot(window('frmShortKeyFlash', { topMost: true }), window('frmAddIn'), window('frmGuide')));
+    expect(stackingOrder(model)).toEqual(['frmAddIn', 'frmGuide', 'frmShortKeyFlash']);
+    applyMessage(model, { type: 'front', window: 'frmAddIn' });
+    expect(stackingOrder(model)).toEqual(['frmGuide', 'frmAddIn', 'frmShortKeyFlash']);
+    applyMessage(model, { type: 'open', window: window('frmGM') });
+    applyMessage(model, { type: 'close', window: 'frmGuide' });
+    expect(stackingOrder(model)).toEqual(['frmAddIn', 'frmGM', 'frmShortKeyFlash']);
+  });
+
+  it('stacks questions and closes the one answered', () => {
+    const model = emptyModel();
+    applyMessage(model, snapshot());
+    applyMessage(model, { type: 'modal', id: 1, kind: 'message', title: 'ORVO', prompt: 'first', buttons: 'yesNo' });
+    applyMessage(model, { type: 'modal', id: 2, kind: 'message', title: 'ORVO', prompt: 'second', buttons: 'okOnly' });
+    expect(model.modals.map((modal) => modal.id)).toEqual([1, 2]);
+    applyMessage(model, { type: 'modalclose', id: 1 });
+    expect(model.modals.map((modal) => modal.id)).toEqual([2]);
+  });
+
+  it('sends keys to the window last used, else the main window', () => {
+    const model = emptyModel();
+    applyMessage(model, snapshot(window('frmAddIn'), window('frmGuide')));
+    expect(keyTarget(model, null)).toBe('frmAddIn');
+    expect(keyTarget(model, 'frmGuide')).toBe('frmGuide');
+    applyMessage(model, { type: 'close', window: 'frmGuide' });
+    expect(keyTarget(model, 'frmGuide')).toBe('frmAddIn');
+    applyMessage(model, { type: 'close', window: 'frmAddIn' });
+    expect(keyTarget(model, 'frmGuide')).toBeNull();
+  });
+
+  it('finds the items of a menu and only pops up menus that exist', () => {
+    const model = emptyModel();
+    applyMessage(model, snapshot(window('frmAddIn')));
+    const main = model.windows.get('frmAddIn');
+    expect(main && menuChildren(main, 'mnuCompass').map(([id]) => id)).toEqual(['mnuLocate']);
+    expect(applyMessage(model, { type: 'popup', window: 'frmAddIn', menu: 'mnuCompass', x: 15, y: 30 }).kind).toBe('popup');
+    expect(applyMessage(model, { type: 'popup', window: 'frmAddIn', menu: 'mnuNone', x: 0, y: 0 }).kind).toBe('ignored');
+  });
+});

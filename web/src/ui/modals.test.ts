@@ -1,0 +1,26 @@
+import { describe, expect, it } from 'vitest';
+import { escapeResult, formatSize, joinPath, parentFolder } from './modals';
+
+describe('modal questions', () => {
+  it('answer Escape with the cautious button, where there is one', () => {
+    expect(escapeResult('okCancel')).toBe('cancel');
+    expect(escapeResult('okOnly')).toBe('ok');
+    expect(escapeResult('yesNo')).toBeNull();
+  });
+
+  it('join the chosen name to the folder shown, unless it is a full path', () => {
+    expect(joinPath('/home/driver', 'drive.nmea')).toBe('/home/driver/drive.nmea');
+    expect(joinPath('/', 'drive.nmea')).toBe('/drive.nmea');
+    expect(joinPath('/home/driver', '/tmp/x.nmea')).toBe('/tmp/x.nmea');
+  });
+
+  it('go up from the folder shown, down to the root', () => {
+    expect(parentFolder('/home/driver/trips/')).toBe('/home/driver');
+    expect(parentFolder('/home')).toBe('/');
+    expect(parentFolder('/')).toBe('/');
+  });
+
+  it('show sizes in bytes, KB and MB', () => {
+    expect([formatSize(512), formatSize(2048), formatSize(5 * 1024 * 1024)]).toEqual(['512 bytes', '2.0 KB', '5.0 MB']);
+  });
+});

@@ -1,0 +1,215 @@
+// The page draws what orvo sends and reports what the user does. Here the test plays orvo on
+// the WebSocket (the page itself still comes from a real orvo), so every message both ways can
+// be checked.
+import { mkdirSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+import type { Page, WebSocketRoute } from 'playwright-core';
+import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
+import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { snapshot } from './fixtures';
+
+type Message = Record<string, unknown>;
+
+class FakeOrvo {
+  readonly received: Message[] = [];
+  private socket: WebSocketRoute | null = null;
+
+  async attach(page: Page, first: Message): Promise<void> {
+    await page.routeWebSocket(/\/ws/, (socket) => {
+      this.socket = socket;
+      socket.onMessage((text) => this.received.push(JSON.parse(String(text))));
+      socket.send(JSON.stringify(first));
+    });
+  }
+
+  send(message: Message): void {
+    this.socket?.send(JSON.stringify(message));
+  }
+
+  // The messages of TYPE received so far.
+  of(type: string): Message[] {
+    return this.received.filter((message) => message.type === type);
+  }
+
+  // The first message of TYPE (and EVENT, for control events) not yet taken.
+  async next(type: string, match: (message: Message) => boolean = () => true): Promise<Message> {
+    let found: Message | undefined;
+    await expect.poll(() => (found = this.received.find((m) => m.type === type && match(m)))).toBeTruthy();
+    this.received.splice(this.received.indexOf(found as Message), 1);
+    return found as Message;
+  }
+}
+
+describe('ORVO windows in the page', () => {
+  let orvo: Orvo & { folder: string };
+  let browser: Browser;
+  let page: Page;
+  let fake: FakeOrvo;
+
+  beforeAll(async () => {
+    orvo = await startOrvo();
+    browser = await openBrowser();
+  });
+  afterAll(async () => {
+    await browser.close();
+    await orvo.stop();
+    removeFolder(orvo.folder);
+  });
+  beforeEach(async () => {
+    page = await browser.context.newPage();
+    fake = new FakeOrvo();
+    await fake.attach(page, snapshot());
+    await page.goto(orvo.url);
+    await page.locator('.panel[data-window="frmAddIn"]').waitFor();
+  });
+
+  it('draws the windows and controls of the snapshot', async () => {
+    const main = page.locator('.panel[data-window="frmAddIn"]');
+    expect(await main.locator('.caption-text').innerText()).toBe('ORVO');
+    expect(await main.locator('[data-control="lblSpeed"]').innerText()).toBe('47.3 km/h');
+    // Twips to pixels: 1440 twips is 96 px inside the tab control's 1 px border.
+    const tab = await main.locator('[data-control="SSTab"]').boundingBox();
+    const speed = await main.locator('[data-control="lblSpeed"]').boundingBox();
+    expect(Math.round((speed?.x ?? 0) - (tab?.x ?? 0))).toBe(1 + 96);
+    expect(await main.locator('[data-control="cmdGPSAction"] u').innerText()).toBe('G');
+    expect(await main.locator('[data-control="cmdClearTrail"]').getAttribute('aria-disabled')).toBe('true');
+    expect(await main.locator('[data-control="chkTrail"]').getAttribute('title')).toBe('Plot a trail of pushpins');
+    // Only the current tab's controls show.
+    expect(await main.locator('[data-control="txtBaud"]').isHidden()).toBe(true);
+    expect(await main.locator('.tab').allInnerTexts()).toEqual(['Tracking', 'Satellite', 'Options', 'Settings']);
+    expect(await main.locator('line[data-control="linSeparator"]').getAttribute('x2')).toBe('306');
+    const flash = page.locator('.panel[data-window="frmShortKeyFlash"]');
+    expect(await flash.locator('.caption-bar').isHidden()).toBe(true);
+    expect(Number(await flash.evaluate((element) => getComputedStyle(element).zIndex))).toBeGreaterThan(
+      Number(await main.evaluate((element) => getComputedStyle(element).zIndex)),
+    );
+    expect(await page.locator('.host-menu-bar [data-command="orvonet"]').innerText()).toBe('Orvonet');
+  });
+
+  it('reports clicks, changes, keys and window moves, and shows only what orvo answers', async () => {
+    const main = page.locator('.panel[data-window="frmAddIn"]');
+    await main.locator('[data-control="chkTrkOnMap"]').click();
+    expect(await fake.next('event', (m) => m.control === 'chkTrkOnMap' && m.event === 'click')).toMatchObject({ window: 'frmAddIn' });
+    // Nothing changes until orvo says so.
+    expect(await main.locator('[data-control="chkTrkOnMap"]').getAttribute('data-value')).toBe('0');
+    fake.send({ type: 'set', window: 'frmAddIn', control: 'chkTrkOnMap', property: 'value', value: 1 });
+    await expect.poll(() => main.locator('[data-control="chkTrkOnMap"]').getAttribute('data-value')).toBe('1');
+
+    await main.locator('[data-control="sclRefreshRate"] .more').click();
+    expect(await fake.next('event', (m) => m.control === 'sclRefreshRate' && m.event === 'change')).toMatchObject({ value: 3 });
+
+    await main.locator('.tab', { hasText: 'Settings' }).click();
+    expect(await fake.next('event', (m) => m.control === 'SSTab' && m.event === 'change')).toMatchObject({ value: 3 });
+    fake.send({ type: 'set', window: 'frmAddIn', control: 'SSTab', property: 'tab', value: 3 });
+    await main.locator('[data-control="txtBaud"] input').waitFor();
+    await main.locator('[data-control="txtBaud"] input').fill('9600,n,8,1');
+    expect(await fake.next('event', (m) => m.control === 'txtBaud' && m.event === 'focus')).toBeTruthy();
+    expect(await fake.next('event', (m) => m.control === 'txtBaud' && m.event === 'change')).toMatchObject({ value: '9600,n,8,1' });
+    await main.locator('[data-control="cboPort"] select').selectOption('4');
+    expect(await fake.next('event', (m) => m.control === 'cboPort' && m.event === 'change')).toMatchObject({ value: 3 });
+
+    // Key releases go to the window last used, with the shift state.
+    await page.locator('#map').click({ position: { x: 900, y: 500 } });
+    await page.keyboard.press('Shift+G');
+    expect(await fake.next('key', (m) => m.keyCode === 71)).toMatchObject({ window: 'frmAddIn', event: 'keyup', shift: 1 });
+    // Alt+K is the check box's access key, once its tab shows again.
+    fake.send({ type: 'set', window: 'frmAddIn', control: 'SSTab', property: 'tab', value: 0 });
+    await main.locator('[data-control="chkTrkOnMap"]').waitFor();
+    fake.received.splice(0);
+    await page.keyboard.press('Alt+K');
+    expect(await fake.next('event', (m) => m.control === 'chkTrkOnMap' && m.event === 'click')).toBeTruthy();
+    expect(fake.of('key').filter((key) => key.keyCode === 75)).toEqual([]);
+
+    const bar = await main.locator('.caption-bar').boundingBox();
+    if (!bar) throw new Error('no caption bar');
+    await page.mouse.move(bar.x + 40, bar.y + 10);
+    await page.mouse.down();
+    await page.mouse.move(bar.x + 40, bar.y + 160, { steps: 4 });
+    await page.mouse.up();
+    expect(await fake.next('move')).toMatchObject({ window: 'frmAddIn', left: 24, top: 174 });
+    await main.locator('.close-box').click();
+    expect(await fake.next('close')).toMatchObject({ window: 'frmAddIn' });
+    await page.locator('.host-menu-bar [data-command="orvonet"]').click();
+    expect(await fake.next('command')).toMatchObject({ id: 'orvonet' });
+    await page.keyboard.press('Alt+N');
+    expect(await fake.next('command')).toMatchObject({ id: 'orvonet' });
+  });
+
+  it('pops up menus, asks questions and follows the z-order orvo gives', async () => {
+    fake.send({ type: 'popup', window: 'frmAddIn', menu: 'mnuCompass', x: 1500, y: 1500 });
+    const menu = page.locator('.popup-menu[data-window="frmAddIn"]');
+    await menu.waitFor();
+    expect(await menu.locator('.menu-item').allInnerTexts()).toEqual(['Current Position...(C)', 'Push a pin here...(P)']);
+    await menu.locator('[data-control="mnuCompassLocate"]').click();
+    expect(await fake.next('event', (m) => m.control === 'mnuCompassLocate')).toMatchObject({ event: 'click' });
+    await menu.waitFor({ state: 'detached' });
+
+    fake.send({ type: 'modal', id: 7, kind: 'message', title: 'ORVO', prompt: 'Do you want to clear the trace (very time consuming)?', buttons: 'yesNo' });
+    const box = page.locator('.modal-backdrop[data-modal="7"]');
+    await box.waitFor();
+    expect(await box.locator('.prompt').innerText()).toBe('Do you want to clear the trace (very time consuming)?');
+    // Keys are the question's while it is open.
+    await page.keyboard.press('g');
+    await page.keyboard.press('n');
+    expect(await fake.next('answer')).toEqual({ type: 'answer', id: 7, result: 'no' });
+    expect(fake.of('key')).toEqual([]);
+    fake.send({ type: 'modalclose', id: 7 });
+    await box.waitFor({ state: 'detached' });
+
+    fake.send({ type: 'window', window: 'frmShortKeyFlash', property: 'topMost', value: false });
+    fake.send({ type: 'front', window: 'frmAddIn' });
+    const z = (name: string) =>
+      page.locator(`.panel[data-window="${name}"]`).evaluate((element) => Number(getComputedStyle(element).zIndex));
+    await expect.poll(async () => (await z('frmAddIn')) > (await z('frmShortKeyFlash'))).toBe(true);
+    fake.send({ type: 'close', window: 'frmShortKeyFlash' });
+    await page.locator('.panel[data-window="frmShortKeyFlash"]').waitFor({ state: 'detached' });
+  });
+
+  it('offers a multi-line box\'s whole text on a right click', async () => {
+    fake.send({ type: 'set', window: 'frmAddIn', control: 'SSTab', property: 'tab', value: 3 });
+    const log = page.locator('[data-control="txtLog"]');
+    await log.waitFor();
+    await log.click({ button: 'right' });
+    const item = page.locator('.popup-menu .menu-item', { hasText: 'Copy all text' });
+    await item.waitFor();
+    await page.context().grantPermissions(['clipboard-read', 'clipboard-write']);
+    await item.click();
+    await expect.poll(() => page.evaluate(() => navigator.clipboard.readText())).toBe('first line\nsecond line');
+  });
+
+  it('chooses a file on the machine orvo runs on', async () => {
+    const folder = join(orvo.folder, 'trips');
+    mkdirSync(join(folder, 'Monaco'), { recursive: true });
+    writeFileSync(join(folder, 'drive.nmea'), '$GPRMC\n');
+    writeFileSync(join(folder, 'notes.txt'), 'notes');
+    fake.send({
+      type: 'modal',
+      id: 3,
+      kind: 'file',
+      title: 'Open NMEA file',
+      filters: [
+        { name: 'NMEA (*.nmea)', patterns: ['*.nmea'] },
+        { name: 'All (*.*)', patterns: ['*.*'] },
+      ],
+      folder,
+      fileName: '',
+      forSaving: false,
+    });
+    const chooser = page.locator('.modal-backdrop[data-modal="3"]');
+    const names = () => chooser.locator('.entry').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset.name));
+    await expect.poll(names).toEqual(['Monaco', 'drive.nmea']);
+    await chooser.locator('.file-type').selectOption('All (*.*)');
+    await expect.poll(names).toEqual(['Monaco', 'drive.nmea', 'notes.txt']);
+    await chooser.locator('.entry[data-name="Monaco"]').dblclick();
+    await expect.poll(() => chooser.locator('.folder-path').inputValue()).toBe(join(folder, 'Monaco'));
+    await chooser.locator('.dialog-button', { hasText: 'Up' }).click();
+    await expect.poll(() => chooser.locator('.folder-path').inputValue()).toBe(folder);
+    await chooser.locator('.folder-path').fill(join(folder, 'missing'));
+    await chooser.locator('.folder-path').press('Enter');
+    await expect.poll(() => chooser.locator('.chooser-error').innerText()).toContain("Can't read the folder");
+    await chooser.locator('.dialog-button', { hasText: 'Up' }).click();
+    await chooser.locator('.entry[data-name="drive.nmea"]').click();
+    await chooser.locator('.dialog-button', { hasText: 'Open' }).click();
+    expect(await fake.next('answer')).toEqual({ type: 'answer', id: 3, path: join(folder, 'drive.nmea') });
+  });
+});
