@@ -44,6 +44,14 @@ struct AddinSession::Parts {
       if (playback->IsLoaded()) playback->UpdateShowTopFromParent();
     };
     main.unloadOtherWindows = [this] { playback->Unload(); };
+    if (services.mapView != nullptr) {
+      main.zoomMap = [this](int direction) {
+        if (direction > 0)
+          services.mapView->ZoomIn();
+        else
+          services.mapView->ZoomOut();
+      };
+    }
     return window;
   }
 

@@ -9,6 +9,7 @@
 
 #include <boost/asio/io_context.hpp>
 
+#include "host/map/MapView.hpp"
 #include "host/ui/Desktop.hpp"
 
 namespace orvo::addin {
@@ -21,7 +22,8 @@ struct HostServices {
   std::optional<std::string> serialDevice;  // --serial: the device for the configured port
   std::optional<std::string> replayFile;    // --replay: open the playback window with it
   std::string regionName = "monaco";
-  std::function<void()> requestQuit;  // ends the program in an orderly way
+  std::function<void()> requestQuit;      // ends the program in an orderly way
+  host::map::MapView* mapView = nullptr;  // the map beside ORVO, when there is one
 };
 
 class AddinSession {

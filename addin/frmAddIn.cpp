@@ -21,7 +21,7 @@ const char* const kRefreshRateTip = "Short cuts: shift-less </>";
 }  // namespace
 
 frmAddIn::frmAddIn(MainWindowServices services)
-    : Window(services.desktop, "frmAddIn", "ORVO", 336, 452),
+    : Window(services.desktop, "frmAddIn", "ORVO", 336, 430),
       SSTab(*this, "SSTab", {"&Tracking", "S&atellite", "&Options", "&Settings"}),
       cmdGPSAction(*this, "cmdGPSAction"),
       cmdOpenNMEA(*this, "cmdOpenNMEA"),
@@ -174,6 +174,7 @@ void frmAddIn::LayOut() {
 
   // Heading: the coloured box behind the digits tells true from magnetic.
   onTab(lblCourse[2], kTabTracking, 2580, 2250, 1500, 960);
+  lblCourse[2].SetStyle("zOrder", -1);
   onTab(lblCourse[0], kTabTracking, 2610, 2280, 1020, 900);
   lblCourse[0].SetStyle("fontSize", 28);
   lblCourse[0].SetStyle("alignment", "right");

@@ -72,6 +72,9 @@ class frmAddIn : public host::ui::Window, private gps::IntakeListener {
   void ResetGpsFix() { parser_.ResetGpsFix(); }
   // What the user's press of cmdGPSAction does: start or stop the receiver.
   void cmdGPSAction_Click();
+  // Playback stands in for a live receiver, whose start runs the refresh timer: while a file
+  // plays the timer runs at the chosen rate, and stops with it unless the receiver runs.
+  void PlaybackPlaying(bool playing);
   void comNMEA_OnComm(int eventCode);
 
   // --- Readings (units and formats) ---

@@ -15,6 +15,9 @@ void frmAddIn::OnLoad() {
   RefreshVisibleTab();
   if (gpsRunning_) cmdGPSAction.Press();
   lblVersionNo.SetCaption("Version " + VersionText());
+  // Where a first start puts the window: beside the map at the page's right edge.
+  const auto viewport = services_.desktop.Viewport();
+  Move(std::max(0, viewport.width - Width() - 12), 44);
   settings::LoadFormLoc(*this, services_.settings);
 }
 

@@ -14,6 +14,8 @@
 #include "addin/AddinSession.hpp"
 #include "app/Commands.hpp"
 #include "host/map/MapView.hpp"
+#include "host/map/MbTiles.hpp"
+#include "host/map/Region.hpp"
 #include "host/platform/AppFolder.hpp"
 #include "host/ui/Desktop.hpp"
 #include "host/ui/PageDialogs.hpp"
@@ -132,12 +134,23 @@ Options ParseOptions(const Arguments& arguments) {
   return options;
 }
 
-// What the page needs of the region: its name, area, centre and zoom range, and whether it has
-// map tiles. Read leniently: a damaged region still lets ORVO start, with a message.
+// What the page needs of the region (its name, area, centre and zoom range) and its map tiles.
+// A region that is missing or damaged still lets ORVO start, with a message in the page.
 struct RegionInfo {
   Json page;
-  std::optional<fs::path> tilesFile;
+  std::shared_ptr<host::ui::TileSource> tiles;
   std::string problem;
+};
+
+class RegionTiles final : public host::ui::TileSource {
+ public:
+  explicit RegionTiles(const fs::path& file) : file_(file) {}
+  std::optional<std::string> Tile(int zoom, int x, int y) override {
+    return file_.Tile(zoom, x, y);
+  }
+
+ private:
+  host::map::MbTiles file_;
 };
 
 RegionInfo ReadRegionInfo(const std::string& name) {
@@ -147,54 +160,25 @@ RegionInfo ReadRegionInfo(const std::string& name) {
                    {"centre", {{"latitude", 43.7384}, {"longitude", 7.4246}}},
                    {"minZoom", 0},
                    {"maxZoom", 18},
-                   {"attribution", "© OpenStreetMap contributors"}};
-  const fs::path folder = host::platform::UserDataFolder() / "regions" / name;
-  const fs::path file = folder / "region.json";
+                   {"attribution", "\u00A9 OpenStreetMap contributors"}};
   const std::string howToBuild = "build it with: orvo region import FILE.osm.pbf --name " + name;
-  std::ifstream stream(file);
-  if (!stream) {
-    info.problem = "there is no region \"" + name + "\" (no " + file.string() + "); " + howToBuild;
-    info.page["message"] = "No map region \"" + name + "\": " + howToBuild;
-    return info;
-  }
-  const Json document = Json::parse(stream, nullptr, /*allow_exceptions=*/false);
-  if (!document.is_object()) {
-    info.problem = file.string() + " is damaged; " + howToBuild;
-    info.page["message"] = "The map region \"" + name + "\" is damaged: " + howToBuild;
-    return info;
-  }
   try {
-    if (document.contains("name")) info.page["name"] = document.at("name").get<std::string>();
-    if (document.contains("bounds")) {
-      const Json& bounds = document.at("bounds");
-      info.page["bounds"] = Json{{"west", bounds.at("west").get<double>()},
-                                 {"south", bounds.at("south").get<double>()},
-                                 {"east", bounds.at("east").get<double>()},
-                                 {"north", bounds.at("north").get<double>()}};
-    }
-    if (document.contains("centre")) {
-      const Json& centre = document.at("centre");
-      info.page["centre"] = Json{{"latitude", centre.at("latitude").get<double>()},
-                                 {"longitude", centre.at("longitude").get<double>()}};
-    }
-    if (document.contains("minZoom")) info.page["minZoom"] = document.at("minZoom").get<int>();
-    if (document.contains("maxZoom")) info.page["maxZoom"] = document.at("maxZoom").get<int>();
-    const std::string tiles = document.value("tilesFile", "");
-    if (!tiles.empty() && tiles.find('/') == std::string::npos && tiles != "..")
-      info.tilesFile = folder / tiles;
-  } catch (const Json::exception&) {
-    info.problem = file.string() + " is damaged; " + howToBuild;
-    info.page["message"] = "The map region \"" + name + "\" is damaged: " + howToBuild;
-    return info;
+    const host::map::Region region = host::map::OpenRegion(name);
+    info.page["name"] = region.name;
+    info.page["bounds"] = Json{{"west", region.bounds.westDegrees},
+                               {"south", region.bounds.southDegrees},
+                               {"east", region.bounds.eastDegrees},
+                               {"north", region.bounds.northDegrees}};
+    info.page["centre"] = Json{{"latitude", region.centre.latitudeDegrees},
+                               {"longitude", region.centre.longitudeDegrees}};
+    info.page["minZoom"] = region.minZoom;
+    info.page["maxZoom"] = region.maxZoom;
+    info.tiles = std::make_shared<RegionTiles>(region.TilesPath());
+    info.page["available"] = true;
+  } catch (const std::exception& error) {
+    info.problem = std::string(error.what()) + "; " + howToBuild;
+    info.page["message"] = "The map region \"" + name + "\" cannot be shown: " + howToBuild;
   }
-  std::error_code error;
-  if (!info.tilesFile || !fs::is_regular_file(*info.tilesFile, error)) {
-    info.problem = "the region \"" + name + "\" has no map tiles; " + howToBuild;
-    info.page["message"] = "The map region \"" + name + "\" has no tiles: " + howToBuild;
-    info.tilesFile.reset();
-    return info;
-  }
-  info.page["available"] = true;
   return info;
 }
 
@@ -224,6 +208,7 @@ class Program {
     const RegionInfo region = ReadRegionInfo(options_.region);
     if (!region.problem.empty()) std::cerr << "orvo: " << region.problem << '\n';
     bridge_.SetRegion(region.page);
+    if (region.tiles) bridge_.SetTileSource(region.tiles);
     const Json& centre = region.page.at("centre");
     // Zoom 14 shows a town's streets; a region that stops short of it opens at its limit.
     const int zoom = std::clamp(
@@ -242,7 +227,7 @@ class Program {
 
     services_.emplace(addin::HostServices{io_, scheduler_, desktop_, options_.configFolder,
                                           options_.serialDevice, options_.replayFile,
-                                          options_.region, [this] { RequestQuit(); }});
+                                          options_.region, [this] { RequestQuit(); }, &mapView_});
     session_.emplace(*services_);
     std::cout << "ORVO is running at " << bridge_.Url() << std::endl;
 

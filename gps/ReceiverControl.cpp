@@ -86,6 +86,13 @@ void frmAddIn::StopReceiver() {
   if (gmStop) gmStop(!guideListBuilt);
 }
 
+void frmAddIn::PlaybackPlaying(bool playing) {
+  if (playing)
+    Timer1.SetTimerEnabled(sclRefreshRate.Value() >= 1);
+  else if (!gpsRunning_)
+    Timer1.SetTimerEnabled(false);
+}
+
 void frmAddIn::comNMEA_OnComm(int eventCode) {
   if (eventCode != host::serial::kEventReceive) return;
   auto& port = services_.serialPort;

@@ -34,9 +34,11 @@ frmPlayback::frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow
   scrFPos.SetRange(0, 0);
   lblFPos.Place(120, 960, 4620, 270);
   scrSpeed.Place(120, 1380, 3000, 270);
+  // Where a first start puts it: at the page's lower left, clear of the main window.
+  Move(12, 520);
   scrSpeed.SetRange(0, kMaxSpeed);
   scrSpeed.SetChanges(1200, 9600);
-  lblSpeed.Place(3240, 1380, 1500, 270);
+  lblSpeed.Place(3240, 1380, 1700, 270);
   Timer1.SetInterval(kTickMs);
 
   cmdOpen.onClick = [this] {
@@ -109,9 +111,11 @@ void frmPlayback::Play() {
   Timer1.SetTimerEnabled(true);
   cmdPlay.SetEnabled(false);
   cmdStop.SetEnabled(true);
+  main_.PlaybackPlaying(true);
 }
 
 void frmPlayback::Stop() {
+  if (Timer1.TimerEnabled()) main_.PlaybackPlaying(false);
   Timer1.SetTimerEnabled(false);
   cmdPlay.SetEnabled(file_.is_open());
   cmdStop.SetEnabled(false);

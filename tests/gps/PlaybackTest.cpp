@@ -86,6 +86,19 @@ TEST_F(Playback, MovingThePositionBarSeeksAndPlaybackDrivesTheReadings) {
   EXPECT_FALSE(store.GetSetting("FormLoc", "frmPlayback-X", "").empty());
 }
 
+TEST_F(Playback, PlayingRunsTheMainWindowsRefreshAsALiveReceiverWould) {
+  ASSERT_TRUE(playback.OpenFile(Write("drive.nmea", std::string(10000, 'x'))));
+  EXPECT_FALSE(window->Timer1.TimerEnabled());
+  playback.cmdPlay.UserClick();
+  EXPECT_TRUE(window->Timer1.TimerEnabled());
+  playback.cmdStop.UserClick();
+  EXPECT_FALSE(window->Timer1.TimerEnabled());
+  window->cmdGPSAction.UserClick();
+  playback.cmdPlay.UserClick();
+  playback.cmdStop.UserClick();
+  EXPECT_TRUE(window->Timer1.TimerEnabled()) << "the running receiver keeps its refresh";
+}
+
 TEST_F(Playback, AFileThatCannotBeOpenedIsReportedAndPlaysNothing) {
   EXPECT_FALSE(playback.OpenFile(folder.Path() / "missing.nmea"));
   EXPECT_FALSE(playback.OpenFile(folder.Path()));

@@ -56,6 +56,7 @@ struct ControlFixture : ::testing::Test {
     desktop.diagnostics = [this](std::string_view text) { diagnostics.emplace_back(text); };
     window.Show();
   }
+  void TearDown() override { desktop.RemoveObserver(recorder); }
   void Send(Json event) { desktop.Dispatch(event); }
 };
 

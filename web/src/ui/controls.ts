@@ -81,6 +81,8 @@ export class ControlView {
     style.top = `${twipsToPixels(properties.top)}px`;
     style.width = `${twipsToPixels(properties.width)}px`;
     style.height = `${twipsToPixels(properties.height)}px`;
+    // A control that must lie behind its neighbours (a coloured box behind digits) says so.
+    style.zIndex = typeof properties.zOrder === 'number' ? String(properties.zOrder) : '';
     element.title = text(properties.toolTip);
     const enabled = properties.enabled !== false;
     element.classList.toggle('disabled', !enabled);
