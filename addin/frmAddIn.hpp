@@ -281,6 +281,7 @@ class frmAddIn : public host::ui::Window, private gps::IntakeListener {
   bool IsRefreshAutomatic() const override { return sclRefreshRate.Value() == 0; }
   void OnRefreshTick() override { RefreshTick(); }
 
+  void EnableReceiverSettings(bool enabled);
   void StartReceiver();
   void StopReceiver();
   void chkRecord_Click();

@@ -9,7 +9,6 @@ namespace orvo::addin {
 namespace {
 const char* const kStartCaption = "Start &GPS";
 const char* const kStopCaption = "Stop &GPS";
-const char* const kNmeaFilter = "NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|All (*.*)|*.*";
 }  // namespace
 
 bool frmAddIn::ProcessData(std::string_view text) {
@@ -25,6 +24,13 @@ void frmAddIn::cmdGPSAction_Click() {
     StartReceiver();
   else
     StopReceiver();
+}
+
+// The port's settings and playback can be changed only while the receiver is stopped.
+void frmAddIn::EnableReceiverSettings(bool enabled) {
+  for (host::ui::Control* control :
+       std::initializer_list<host::ui::Control*>{&cboPort, &txtBaud, &chkDTR, &cmdOpenNMEA})
+    control->SetEnabled(enabled);
 }
 
 // Every step runs; a failure is only looked at once the port was to be open.
@@ -46,9 +52,7 @@ void frmAddIn::StartReceiver() {
 
   if (failure.empty()) {
     cmdGPSAction.SetCaption(kStopCaption);
-    for (host::ui::Control* control :
-         std::initializer_list<host::ui::Control*>{&cboPort, &txtBaud, &chkDTR, &cmdOpenNMEA})
-      control->SetEnabled(false);
+    EnableReceiverSettings(false);
     gpsRunning_ = true;
     Timer1.SetTimerEnabled(true);
     SSTab.SetTab(kTabTracking);
@@ -80,9 +84,7 @@ void frmAddIn::StopReceiver() {
     return;
   }
   cmdGPSAction.SetCaption(kStartCaption);
-  for (host::ui::Control* control :
-       std::initializer_list<host::ui::Control*>{&cboPort, &txtBaud, &chkDTR, &cmdOpenNMEA})
-    control->SetEnabled(true);
+  EnableReceiverSettings(true);
   if (gmStop) gmStop(!guideListBuilt);
 }
 
@@ -136,7 +138,7 @@ void frmAddIn::cmdBrowseNmea_Click() {
   try {
     host::ui::FileRequest request;
     request.title = "NMEA capture file";
-    request.filter = kNmeaFilter;
+    request.filter = gps::kNmeaFileFilter;
     request.initialPath = txtRecOutFileName.Text();
     request.forSaving = true;
     if (auto chosen = services_.desktop.Dialogs().ChooseFile(request))

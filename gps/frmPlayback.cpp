@@ -3,15 +3,12 @@
 #include <algorithm>
 
 #include "addin/frmAddIn.hpp"
+#include "gps/Capture.hpp"
 #include "host/platform/Numeric.hpp"
 #include "host/ui/Desktop.hpp"
 #include "settings/WindowPlacement.hpp"
 
 namespace orvo::gps {
-
-namespace {
-const char* const kNmeaFilter = "NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|All (*.*)|*.*";
-}
 
 frmPlayback::frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow)
     : Window(desktop, "frmPlayback", "Playback", 330, 150),
@@ -44,7 +41,7 @@ frmPlayback::frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow
   cmdOpen.onClick = [this] {
     host::ui::FileRequest request;
     request.title = "Play an NMEA file";
-    request.filter = kNmeaFilter;
+    request.filter = kNmeaFileFilter;
     if (auto chosen = GetDesktop().Dialogs().ChooseFile(request)) OpenFile(*chosen);
   };
   cmdPlay.onClick = [this] { Play(); };
