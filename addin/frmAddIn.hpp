@@ -51,6 +51,8 @@ struct MainWindowServices {
   host::platform::TimeZoneSource& timeZone;
   host::serial::SerialPort& serialPort;
   DeclinationLookup declination;
+  // The user's number notation, taken when the window loads.
+  host::platform::NumberLocale (*numberLocale)() = host::platform::UserNumberLocale;
 };
 
 class frmAddIn : public host::ui::Window, private gps::IntakeListener {

@@ -8,7 +8,7 @@
 namespace orvo::addin {
 
 void frmAddIn::OnLoad() {
-  numberLocale_ = host::platform::UserNumberLocale();
+  numberLocale_ = services_.numberLocale();
   LoadSettings();
   intake_.SetLenDetectRepeat(lenDetectRepeat_);
   Timer1.SetTimerEnabled(false);

@@ -180,6 +180,34 @@ TEST_F(MainWindow, ReadingsFollowTheChosenUnits) {
   EXPECT_EQ(window->lblLat[0].Caption(), "");
 }
 
+TEST_F(MainWindow, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
+  window.reset();
+  window = std::make_unique<frmAddIn>(
+      MainWindowServices{desktop, store, verbose, clock, timeZone, port, {}, [] {
+                           return host::platform::NumberLocale{",", "."};
+                         }});
+  window->Show();
+  window->SetUnitSpeed(1);
+  window->SetUnitElv(1);
+  window->SetUnitLatLng(1);
+  Feed(
+      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
+      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,84.4,230394,003.1,W*6A\r\n"
+      "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
+  window->RefreshTick();
+  EXPECT_EQ(window->FormatSpeed(), "185,2");
+  EXPECT_EQ(window->lblSpeed[0].Caption(), "0") << "a literal '.' is looked for, on purpose";
+  EXPECT_EQ(window->lblSpeed[1].Caption(), "0");
+  EXPECT_EQ(window->lbElv[0].Caption(), "1.234,5 m");
+  EXPECT_EQ(window->lblLng[0].Caption(), "-11,51667 \u00B0 ");
+  window->SSTab.SetTab(frmAddIn::kTabSatellite);
+  EXPECT_NE(window->txtSaInfo.Text().find("HDOP=1,2\r\n"), std::string::npos);
+  window->Unload();
+  EXPECT_EQ(store.GetSetting("TraceOpt", "ThreasholdKnot", ""), "0.00216")
+      << "always stored with '.'";
+  EXPECT_EQ(store.GetSetting("Settings", "dStopDetTKt", ""), "4");
+}
+
 TEST_F(MainWindow, MagneticHeadingSubtractsTheDeclinationAndSaysWhenThereIsNone) {
   window->Show();
   window->SetUnitHeading(1);
