@@ -242,9 +242,8 @@ export function createStyle(theme: () => Theme): (feature: FeatureLike, resoluti
       case 'water':
         return [cached(key(), () => new Style({ fill: new Fill({ color: palette.water }), zIndex: 2 }))];
       case 'waterway': {
-        // The coastline is drawn by the water and land themselves.
-        if (kind === 'coastline') return [];
-        const width = kind === 'river' || kind === 'canal' ? 2.5 : 1.2;
+        // Regions are built without sea areas, so the shore is drawn as a line of its own.
+        const width = kind === 'coastline' ? 3 : kind === 'river' || kind === 'canal' ? 2.5 : 1.2;
         return [
           cached(key(kind, Math.round(zoom)), () =>
             new Style({ stroke: new Stroke({ color: palette.waterLine, width: width * Math.max(1, 2 ** (zoom - 15)) }), zIndex: 3 }),
