@@ -210,8 +210,10 @@ int RunOnStream(const ParseOptions& options) {
   LineEndRestorer restorer;
   std::string block(kChunkBytes, '\0');
   int readError = 0;
+  std::uint64_t bytesRead = 0;
   while (true) {
     const std::size_t read = std::fread(block.data(), 1, block.size(), file);
+    bytesRead += read;
     if (read < block.size() && std::ferror(file)) {
       readError = errno;
     }
@@ -241,6 +243,20 @@ int RunOnStream(const ParseOptions& options) {
   if (options.diagnostics) {
     std::cerr << "orvo parse: " << intake.Counters().sentencesCut << " sentences, "
               << parser.FailureCount() << " given up on by the decoders\n";
+  }
+  // Input that is not NMEA at all is worth a word and a failing exit, so a script notices.
+  const std::string name = fromStandardInput ? "standard input" : options.input;
+  if (bytesRead > 0 && intake.Counters().sentencesCut == 0) {
+    std::cerr << "orvo parse: no NMEA sentence in " << name << " (" << bytesRead
+              << " bytes read); a sentence starts with \"$\" and ends with CR LF"
+              << (options.restoreCrLf ? "" : " (for captures stored with LF only: --restore-crlf)")
+              << '\n';
+    return 1;
+  }
+  if (intake.Counters().bufferOverflows > 0) {
+    std::cerr << "orvo parse: " << name << " holds text that runs over "
+              << gps::NmeaIntake::kMaxBufferBytes << " bytes without a line end; it was dropped\n";
+    return 1;
   }
   return 0;
 }

@@ -321,7 +321,9 @@ TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
 TEST(ParseCommand, BareLineFeedsDispatchNothingUnlessRestored) {
   const std::string log = Quote((kReceivers / "quirk-lf-line-ends.log").string());
   const CommandResult raw = RunParse("--now 2026-01-01T00:00:00 " + log);
-  EXPECT_EQ(raw.exitCode, 0);
+  EXPECT_EQ(raw.exitCode, 1) << "no sentence at all is worth a failing exit";
+  EXPECT_NE(raw.err.find("no NMEA sentence"), std::string::npos) << raw.err;
+  EXPECT_NE(raw.err.find("--restore-crlf"), std::string::npos) << raw.err;
   EXPECT_EQ(raw.out, "");
   const CommandResult restored = RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + log);
   EXPECT_EQ(Lines(restored.out).size(), 5U);
@@ -393,8 +395,9 @@ TEST(ParseCommand, GarbageAndOverlongLinesAreDroppedAndTheOutputStaysValidJson) 
   }
   const CommandResult run = RunParse("--now 2026-01-01T00:00:00 " + Quote(input.string()));
   fs::remove(input);
-  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_EQ(run.exitCode, 1) << "the overlong line is reported by the exit too";
   EXPECT_NE(run.err.find("ProcessData: buffer above"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("without a line end"), std::string::npos) << run.err;
   const std::vector<std::string> lines = Lines(run.out);
   ASSERT_FALSE(lines.empty());
   bool replaced = false;
