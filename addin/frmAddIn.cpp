@@ -119,7 +119,7 @@ void frmAddIn::LayOut() {
   cmdGPSAction.Place(60, 5790, 1560, 420);
   cmdOpenNMEA.Place(1740, 5790, 1560, 420);
   cmdAbout.Place(3420, 5790, 1560, 420);
-  cmdGPSAction.SetCaption("Start &GPS");
+  cmdGPSAction.SetCaption(kStartGpsCaption);
   cmdOpenNMEA.SetCaption("Playback...");
   cmdAbout.SetCaption("About");
 

@@ -61,6 +61,9 @@ class frmAddIn : public host::ui::Window, private gps::IntakeListener {
   static constexpr int kTabSatellite = 1;
   static constexpr int kTabOptions = 2;
   static constexpr int kTabSettings = 3;
+  // The receiver button's caption is also its state: Stopped or Running.
+  static constexpr const char* kStartGpsCaption = "Start &GPS";
+  static constexpr const char* kStopGpsCaption = "Stop &GPS";
 
   explicit frmAddIn(MainWindowServices services);
   ~frmAddIn() override;

@@ -6,11 +6,6 @@
 
 namespace orvo::addin {
 
-namespace {
-const char* const kStartCaption = "Start &GPS";
-const char* const kStopCaption = "Stop &GPS";
-}  // namespace
-
 bool frmAddIn::ProcessData(std::string_view text) {
   return intake_.ProcessData(text);
 }
@@ -20,7 +15,7 @@ void frmAddIn::OnChunkReceived(std::string_view chunk) {
 }
 
 void frmAddIn::cmdGPSAction_Click() {
-  if (cmdGPSAction.Caption() == kStartCaption)
+  if (cmdGPSAction.Caption() == kStartGpsCaption)
     StartReceiver();
   else
     StopReceiver();
@@ -51,7 +46,7 @@ void frmAddIn::StartReceiver() {
   step([&] { port.Open(); });
 
   if (failure.empty()) {
-    cmdGPSAction.SetCaption(kStopCaption);
+    cmdGPSAction.SetCaption(kStopGpsCaption);
     EnableReceiverSettings(false);
     gpsRunning_ = true;
     Timer1.SetTimerEnabled(true);
@@ -83,7 +78,7 @@ void frmAddIn::StopReceiver() {
     services_.desktop.MsgBox("Can't close comm port");
     return;
   }
-  cmdGPSAction.SetCaption(kStartCaption);
+  cmdGPSAction.SetCaption(kStartGpsCaption);
   EnableReceiverSettings(true);
   if (gmStop) gmStop(!guideListBuilt);
 }
