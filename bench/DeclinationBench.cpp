@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "host/declination/WorldMagneticModel.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include "gps/NmeaIntake.hpp"
 #include "gps/NmeaParser.hpp"
 #include "host/platform/Clock.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace {
 

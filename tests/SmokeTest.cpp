@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string>
+#include "tests/BuildPaths.hpp"
 
 // The program starts and refuses a command it does not have yet without crashing.
 TEST(Program, StartsAndExitsCleanly) {

@@ -13,6 +13,7 @@
 
 #include "host/declination/DecimalYear.hpp"
 #include "host/declination/WorldMagneticModel.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::host::declination {
 namespace {

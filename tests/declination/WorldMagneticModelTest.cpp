@@ -9,6 +9,7 @@
 #include <numbers>
 #include <string>
 #include <vector>
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::host::declination {
 namespace {

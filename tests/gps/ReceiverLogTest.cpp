@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+#include "tests/BuildPaths.hpp"
 
 namespace {
 

@@ -17,6 +17,7 @@
 #include "host/serial/AsioSerialPort.hpp"
 #include "host/ui/Desktop.hpp"
 #include "tests/TempFolder.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::gps {
 namespace {

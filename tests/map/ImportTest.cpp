@@ -7,6 +7,7 @@
 #include "host/map/MbTiles.hpp"
 #include "host/map/RegionImport.hpp"
 #include "tests/map/MapTestSupport.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::host::map {
 namespace {

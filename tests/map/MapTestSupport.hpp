@@ -18,6 +18,7 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::host::map::testing {
 

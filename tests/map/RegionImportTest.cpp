@@ -11,6 +11,7 @@
 #include "host/map/MbTiles.hpp"
 #include "host/map/Region.hpp"
 #include "tests/map/MapTestSupport.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::host::map {
 namespace {

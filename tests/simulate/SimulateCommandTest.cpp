@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/simulate/NmeaReader.hpp"
+#include "tests/BuildPaths.hpp"
 
 namespace orvo::gps {
 namespace {
