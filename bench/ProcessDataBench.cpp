@@ -1,11 +1,16 @@
-// Sentences per second through ProcessData on real captures, fed as a receiver's serial events
-// would deliver them (chunks of a few hundred bytes, then drained), with the decoders and the
-// fix behind it.
+// Bytes and sentences per second through ProcessData on every receiver capture in
+// tests/data/receivers, fed as a receiver's serial events would deliver them (chunks of a few
+// hundred bytes, then drained), with the decoders and the fix behind it. Each capture is a
+// benchmark of its own, so a receiver whose sentences take a slow path stands out per byte.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "gps/NmeaIntake.hpp"
 #include "gps/NmeaParser.hpp"
@@ -14,24 +19,33 @@
 
 namespace {
 
-std::string ReadCapture(const char* name) {
-  std::ifstream in(std::string(ORVO_SOURCE_DIR) + "/tests/data/receivers/" + name,
-                   std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+namespace fs = std::filesystem;
 
 // Receivers' serial events usually bring one burst of a cycle at a time; 256 bytes is a few
 // sentences, as a 4800 to 115200 baud port delivers them to an event loop.
 constexpr std::size_t kChunkBytes = 256;
 
-void ProcessCapture(benchmark::State& state, const char* name) {
-  const std::string capture = ReadCapture(name);
-  if (capture.empty()) {
-    state.SkipWithError("capture not found");
-    return;
+// The capture as the receiver sent it: many were stored with LF only, and the framing cuts at
+// CR LF, so a bare LF gets its CR back (as the golden files are made).
+std::string ReadCapture(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  const std::string stored = text.str();
+  std::string restored;
+  restored.reserve(stored.size() + stored.size() / 16);
+  char previous = '\0';
+  for (const char c : stored) {
+    if (c == '\n' && previous != '\r') {
+      restored.push_back('\r');
+    }
+    restored.push_back(c);
+    previous = c;
   }
+  return restored;
+}
+
+void ProcessCapture(benchmark::State& state, const std::string& capture) {
   orvo::host::platform::FixedTimeZone zone;
   orvo::host::platform::FixedClock clock(
       orvo::host::platform::DateValue::ParseIso("2026-01-01T00:00:00"));
@@ -54,17 +68,23 @@ void ProcessCapture(benchmark::State& state, const char* name) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * capture.size()));
 }
 
-// A u-blox receiver with many GSV sentences (NMEA 4.10) and CR LF line ends.
-void BM_ProcessData_UbloxZedF9p(benchmark::State& state) {
-  ProcessCapture(state, "ublox-zed-f9p-nmea.log");
-}
-BENCHMARK(BM_ProcessData_UbloxZedF9p);
-
-// A ship's feed of many talkers (5000 sentences).
-void BM_ProcessData_BundgZeus9(benchmark::State& state) {
-  ProcessCapture(state, "bundg_zeus_9.log");
-}
-BENCHMARK(BM_ProcessData_BundgZeus9);
+// One benchmark per capture, in name order, registered before main runs.
+const bool kCapturesRegistered = [] {
+  std::vector<fs::path> captures;
+  for (const auto& entry : fs::directory_iterator(fs::path(ORVO_SOURCE_DIR) / "tests/data/receivers")) {
+    if (entry.path().extension() == ".log") {
+      captures.push_back(entry.path());
+    }
+  }
+  std::sort(captures.begin(), captures.end());
+  for (const fs::path& path : captures) {
+    benchmark::RegisterBenchmark(("BM_ProcessData/" + path.stem().string()).c_str(),
+                                 [capture = ReadCapture(path)](benchmark::State& state) {
+                                   ProcessCapture(state, capture);
+                                 });
+  }
+  return true;
+}();
 
 // The decoders alone on one sentence of each type.
 void BM_DecodeCycle(benchmark::State& state) {

@@ -3,6 +3,8 @@
 #include <exception>
 #include <string>
 
+#include "host/platform/Text.hpp"
+
 namespace orvo::gps {
 namespace {
 
@@ -101,13 +103,7 @@ bool NmeaIntake::HasCompleteSentence() const {
 }
 
 bool NmeaIntake::NonNmeaTextMentionsAstral() const {
-  std::string upper = nonNmeaText_;
-  for (char& c : upper) {
-    if (c >= 'a' && c <= 'z') {
-      c = static_cast<char>(c - 'a' + 'A');
-    }
-  }
-  return upper.find("ASTRAL") != std::string::npos;
+  return host::platform::ToLowerAscii(nonNmeaText_).find("astral") != std::string::npos;
 }
 
 void NmeaIntake::BoundBuffer() {
