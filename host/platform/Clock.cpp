@@ -1,5 +1,6 @@
 #include "host/platform/Clock.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <system_error>
@@ -18,11 +19,30 @@ std::tm LocalNow() {
 }  // namespace
 
 TimeZoneInformation LinuxTimeZoneSource::Current() const {
+  return At(now_ ? now_() : std::time(nullptr));
+}
+
+// The standard offset is the zone's smallest over the year around the instant, and daylight time
+// is in force when the present offset is above it. The C library's own standard offset and
+// daylight flag are not used: the tz database describes some zones (Europe/Dublin) with summer
+// time as standard and a "negative" daylight time in winter.
+TimeZoneInformation LinuxTimeZoneSource::At(std::time_t instant) {
   tzset();
-  const std::tm local = LocalNow();
-  // `timezone` (set by tzset) is the standard offset in seconds west of UTC, the same sense as
-  // the bias: UTC = local standard time + bias.
-  return {static_cast<std::int32_t>(timezone / 60), local.tm_isdst > 0};
+  auto offsetSeconds = [](std::time_t at) {
+    std::tm local{};
+    localtime_r(&at, &local);
+    return static_cast<std::int32_t>(local.tm_gmtoff);  // seconds east of UTC
+  };
+  const std::int32_t present = offsetSeconds(instant);
+  // Weekly samples: a daylight period lasts months, not days.
+  constexpr std::time_t kWeek = 7 * 24 * 3600;
+  constexpr int kWeeksEachSide = 27;
+  std::int32_t standard = present;
+  for (int week = -kWeeksEachSide; week <= kWeeksEachSide; ++week) {
+    standard = std::min(standard, offsetSeconds(instant + week * kWeek));
+  }
+  // Bias has the opposite sense to the offset: UTC = local standard time + bias.
+  return {-standard / 60, present > standard};
 }
 
 DateValue LinuxSystemClock::Now() const {

@@ -2,16 +2,20 @@
 // The computer's clock and time zone, behind interfaces so that tests and `orvo parse --now`
 // can fix them.
 #include <cstdint>
+#include <ctime>
+#include <functional>
 #include <optional>
+#include <utility>
 
 #include "host/platform/DateValue.hpp"
 
 namespace orvo::host::platform {
 
 struct TimeZoneInformation {
-  // Minutes with UTC = local standard time + bias (UTC-5 has 300, UTC+1 has -60).
+  // Minutes with UTC = local standard time + bias (UTC-5 has 300, UTC+1 has -60). Standard time
+  // is the zone's least offset from UTC over the year.
   std::int32_t standardBiasMinutes = 0;
-  // Daylight-saving time is in force now.
+  // The present offset is above the standard one: daylight-saving time is in force.
   bool daylightInForce = false;
 };
 
@@ -34,7 +38,14 @@ class SystemClock {
 // The C library's view of the time zone (TZ, /etc/localtime): tzset and localtime_r.
 class LinuxTimeZoneSource final : public TimeZoneSource {
  public:
+  // The instant to evaluate at, seconds since 1970 UTC: the real clock's unless a test sets one.
+  using Instant = std::function<std::time_t()>;
+  explicit LinuxTimeZoneSource(Instant now = {}) : now_(std::move(now)) {}
   TimeZoneInformation Current() const override;
+  static TimeZoneInformation At(std::time_t instant);
+
+ private:
+  Instant now_;
 };
 
 // The real clock: localtime_r for reading, clock_settime for setting (which needs the right to

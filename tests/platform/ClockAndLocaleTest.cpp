@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include <string>
 #include <system_error>
 
+#include "gps/NmeaParser.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/platform/Locale.hpp"
 
@@ -44,28 +46,49 @@ class ScopedEnvironment {
   std::optional<std::string> previous_;
 };
 
-TEST(LinuxTimeZoneSource, ReadsTheStandardBiasAndDaylightTime) {
-  const LinuxTimeZoneSource source;
-  {
-    const ScopedEnvironment zone("TZ", "UTC0");
-    EXPECT_EQ(source.Current().standardBiasMinutes, 0);
-    EXPECT_FALSE(source.Current().daylightInForce);
-  }
-  {
-    // POSIX rules need no zone files: five hours west, no daylight rule.
-    const ScopedEnvironment zone("TZ", "EST5");
-    EXPECT_EQ(source.Current().standardBiasMinutes, 300);
-    EXPECT_FALSE(source.Current().daylightInForce);
-  }
-  {
-    const ScopedEnvironment zone("TZ", "IST-5:30");
-    EXPECT_EQ(source.Current().standardBiasMinutes, -330);
-  }
-  {
-    // Daylight time all year round: the bias stays the standard one.
-    const ScopedEnvironment zone("TZ", "EST5EDT,0/0,J365/25");
-    EXPECT_EQ(source.Current().standardBiasMinutes, 300);
-    EXPECT_TRUE(source.Current().daylightInForce);
+// The bias the fix carries (minutes added to UTC to give local time) in real zones, on both
+// sides of a change, through a time-zone source whose instant the test sets. Dublin keeps its
+// summer time as standard and a "negative" daylight time in winter; Lord Howe has half an hour
+// of daylight time, which still counts as a full hour; St John's and Kathmandu are not whole
+// hours from UTC.
+TEST(TimeZoneBias, FollowsTheZoneOnBothSidesOfAChange) {
+  struct Case {
+    const char* zone;
+    const char* utc;                   // the instant, UTC
+    std::int32_t standardBiasMinutes;  // UTC = local standard time + bias
+    bool daylight;
+    std::int16_t timeZoneBias;
+  };
+  const Case cases[] = {
+      {"Europe/Dublin", "2026-01-15T12:00:00", 0, false, 0},
+      {"Europe/Dublin", "2026-03-29T00:59:59", 0, false, 0},
+      {"Europe/Dublin", "2026-03-29T01:00:00", 0, true, 60},
+      {"Europe/Dublin", "2026-10-25T00:59:59", 0, true, 60},
+      {"Europe/Dublin", "2026-10-25T01:00:00", 0, false, 0},
+      {"Europe/London", "2026-01-15T12:00:00", 0, false, 0},
+      {"Europe/London", "2026-07-15T12:00:00", 0, true, 60},
+      {"America/St_Johns", "2026-03-08T05:29:59", 210, false, -210},
+      {"America/St_Johns", "2026-03-08T05:30:00", 210, true, -150},
+      {"Australia/Lord_Howe", "2026-04-04T14:59:59", -630, true, 690},
+      {"Australia/Lord_Howe", "2026-04-04T15:00:00", -630, false, 630},
+      {"Asia/Kathmandu", "2026-01-15T12:00:00", -345, false, 345},
+      {"Asia/Kathmandu", "2026-07-15T12:00:00", -345, false, 345},
+      {"UTC", "2026-01-15T12:00:00", 0, false, 0},
+      {"UTC", "2026-07-15T12:00:00", 0, false, 0},
+  };
+  std::time_t instant = 0;
+  LinuxTimeZoneSource source([&instant] { return instant; });
+  FixedClock clock(DateValue::ParseIso("2026-01-01T00:00:00"));
+  for (const Case& c : cases) {
+    const ScopedEnvironment zone("TZ", c.zone);
+    // Seconds since 1970 from the day number: 25569 is 1 January 1970.
+    instant = static_cast<std::time_t>(
+        std::llround((DateValue::ParseIso(c.utc).OleDays() - 25569.0) * 86400.0));
+    const TimeZoneInformation information = source.Current();
+    EXPECT_EQ(information.standardBiasMinutes, c.standardBiasMinutes) << c.zone << " " << c.utc;
+    EXPECT_EQ(information.daylightInForce, c.daylight) << c.zone << " " << c.utc;
+    const gps::NmeaParser parser(source, clock);
+    EXPECT_EQ(parser.Fix().TimeZoneBias, c.timeZoneBias) << c.zone << " " << c.utc;
   }
 }
 
@@ -131,15 +154,6 @@ TEST(LinuxSystemClock, RefusalCarriesThePlatformsErrorText) {
     }
   });
   EXPECT_EQ(report, "refused: SetTimeOfDay: Operation not permitted");
-}
-
-TEST(FixedClock, StandsStillAndRemembersWhatItWasAskedToSet) {
-  FixedClock clock(DateValue::FromCivil(2026, 1, 1, 8, 0, 0));
-  EXPECT_EQ(clock.Now().ToIso(), "2026-01-01T08:00:00");
-  EXPECT_FALSE(clock.LastTimeOfDaySet());
-  clock.SetTimeOfDay(DateValue::FromCivil(2003, 2, 1, 13, 5, 9));
-  EXPECT_EQ(clock.LastTimeOfDaySet()->ToIso(), "1899-12-30T13:05:09");
-  EXPECT_EQ(clock.Now().ToIso(), "2026-01-01T13:05:09");  // the date stays
 }
 
 // The user's separators come from the environment's locale. Only the C locales are installed on
