@@ -23,19 +23,30 @@ bool IsDigit(char c) {
 // always plain decimals ("4807.038", "-12.0", "45"), which std::from_chars reads as they stand;
 // anything else (blanks, a sign "+", an exponent) takes the general reading.
 std::optional<double> NumberIn(std::string_view text) {
-  constexpr std::size_t kPlainLimit = 20;  // far from the ends of a double's range
-  if (!text.empty() && text.size() <= kPlainLimit) {
+  if (text.empty()) {
+    return std::nullopt;  // the commonest field of all
+  }
+  constexpr std::size_t kPlainLimit = 15;  // whole numbers stay exact, decimals far from range
+  if (text.size() <= kPlainLimit) {
+    const bool negative = text.front() == '-';
     bool digit = false;
     bool point = false;
     bool plain = true;
-    for (std::size_t i = text.front() == '-' ? 1 : 0; i < text.size() && plain; ++i) {
+    std::int64_t whole = 0;
+    for (std::size_t i = negative ? 1 : 0; i < text.size() && plain; ++i) {
       if (IsDigit(text[i])) {
         digit = true;
+        whole = whole * 10 + (text[i] - '0');
       } else if (text[i] == '.' && !point) {
         point = true;
       } else {
         plain = false;
       }
+    }
+    if (plain && digit && !point) {
+      // Satellite numbers, angles, counts: exact in a double.
+      const double value = static_cast<double>(whole);
+      return negative ? -value : value;
     }
     if (plain && digit) {
       double value = 0;
