@@ -19,7 +19,6 @@ TEST(FixJson, EveryFieldUnderItsOwnName) {
   fix.GpsDateTime = host::platform::DateValue::ParseIso("2003-02-01T23:59:59");
   fix.LatText = "4807.038";
   const nlohmann::json json = FixToJson(fix);
-  EXPECT_EQ(json.size(), 23U);
   EXPECT_EQ(json["SatId"][0], 0);
   EXPECT_TRUE(json["SatId"][1].is_null());
   EXPECT_EQ(json["SatSNR"][11], 45);

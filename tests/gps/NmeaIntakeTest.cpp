@@ -203,18 +203,7 @@ TEST(SkipToLatestRepeat, FindsTheNewestCompleteRepeat) {
   }
 }
 
-TEST_F(IntakeTest, AutomaticRefreshRunsTheTickOncePerNewPosition) {
-  listener_.automatic = true;
-  intake_.ProcessData(kRmc + kCrLf + kGsa + kCrLf);
-  EXPECT_EQ(listener_.ticks, 1);
-  EXPECT_FALSE(parser_.Fix().NewFix);
-  intake_.ProcessData("");  // the GSA brings no new position
-  EXPECT_EQ(listener_.ticks, 1);
-  intake_.ProcessData(kRmc + kCrLf);
-  EXPECT_EQ(listener_.ticks, 2);
-}
-
-TEST_F(IntakeTest, TimedRefreshLeavesNewFixForTheTimer) {
+TEST_F(IntakeTest, AutomaticRefreshRunsTheTickOncePerNewPositionTimedLeavesItToTheTimer) {
   intake_.ProcessData(kRmc + kCrLf);
   EXPECT_EQ(listener_.ticks, 0);
   EXPECT_TRUE(parser_.Fix().NewFix);
@@ -223,6 +212,11 @@ TEST_F(IntakeTest, TimedRefreshLeavesNewFixForTheTimer) {
   EXPECT_TRUE(intake_.ProcessData("$GPGGA,1235"));
   EXPECT_EQ(listener_.ticks, 1);
   EXPECT_FALSE(parser_.Fix().NewFix);
+  intake_.ProcessData(kCrLf + kGsa + kCrLf);
+  intake_.ProcessData("");
+  EXPECT_EQ(listener_.ticks, 1) << "a GGA cut short and a GSA bring no new position";
+  intake_.ProcessData(kRmc + kCrLf);
+  EXPECT_EQ(listener_.ticks, 2);
 }
 
 TEST_F(IntakeTest, EveryChunkGoesToTheListenerAndCaptureErrorsAreIgnored) {

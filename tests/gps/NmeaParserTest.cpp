@@ -74,22 +74,6 @@ TEST(ResetGpsFix, EmptiesEveryReading) {
   EXPECT_FALSE(expected.SatId[0]);
 }
 
-TEST(GetTimeZoneBias, NegatesTheStandardBiasAndAddsAnHourOfDaylight) {
-  struct Case {
-    std::int32_t standardBias;
-    bool daylight;
-    std::int16_t expected;
-  };
-  const Case cases[] = {
-      {0, false, 0},    {300, false, -300}, {300, true, -240}, {-60, false, 60},
-      {-60, true, 120}, {-330, false, 330}, {-630, true, 690}};  // Lord Howe: the platform's half
-                                                                 // hour is not used
-  for (const Case& c : cases) {
-    Receiver receiver(c.standardBias, c.daylight);
-    EXPECT_EQ(receiver.Parser().GetTimeZoneBias(), c.expected) << c.standardBias;
-  }
-}
-
 TEST(GetTimeZoneBias, AnUnreadableTimeZoneGivesZero) {
   class BrokenZone final : public host::platform::TimeZoneSource {
    public:
@@ -130,55 +114,42 @@ TEST(ParseRMC, ReadsEveryField) {
 
 TEST(ParseRMC, DatesAndTimes) {
   struct Case {
+    std::int32_t standardBias;
     const char* time;
     const char* date;
     const char* expected;
   };
   const Case cases[] = {
-      {"000000", "010203", "2003-02-01T00:00:00"},
-      {"235959", "311299", "1999-12-31T23:59:59"},
-      {"120000", "010190", "1990-01-01T12:00:00"},
-      {"120000", "010189", "2089-01-01T12:00:00"},  // years below 90 are 2000 to 2089
-      {"120000", "311289", "2089-12-31T12:00:00"},
-      {"235959.00", "010203", "2003-02-01T23:59:59"},  // cut to six characters
-      {"235959.999", "010203", "2003-02-01T23:59:59"},
-      {"93000", "010203", "2003-02-01T00:00:00"},   // five characters: date only
-      {"120000", "320103", "2003-02-01T12:00:00"},  // 32 January rolls over
-      {"120000", "011303", "2004-01-01T12:00:00"},  // month 13 rolls over
-      {"120000", "000003", "2002-11-30T12:00:00"},  // month 0 and day 0 step back
-      {"120000", "1203", "1899-12-30T12:00:00"},    // no date: the zero date
+      {0, "000000", "010203", "2003-02-01T00:00:00"},
+      {0, "235959", "311299", "1999-12-31T23:59:59"},
+      {0, "120000", "010190", "1990-01-01T12:00:00"},
+      {0, "120000", "010189", "2089-01-01T12:00:00"},  // years below 90 are 2000 to 2089
+      {0, "120000", "311289", "2089-12-31T12:00:00"},
+      {0, "235959.00", "010203", "2003-02-01T23:59:59"},  // cut to six characters
+      {0, "235959.999", "010203", "2003-02-01T23:59:59"},
+      {0, "93000", "010203", "2003-02-01T00:00:00"},   // five characters: date only
+      {0, "120000", "320103", "2003-02-01T12:00:00"},  // 32 January rolls over
+      {0, "120000", "011303", "2004-01-01T12:00:00"},  // month 13 rolls over
+      {0, "120000", "000003", "2002-11-30T12:00:00"},  // month 0 and day 0 step back
+      {0, "120000", "1203", "1899-12-30T12:00:00"},    // no date: the zero date
+      {0, "123519", "230394*6A", "1899-12-30T12:35:19"},  // RMC ending at the date: no date
+      {300, "020000", "", "1899-12-29T21:00:00"},  // no date, shifted to local time (UTC-5)
+      {300, "", "", "2025-12-31T19:00:00"},        // neither: the stored time shifted once more
   };
   for (const Case& c : cases) {
-    Receiver receiver;
+    Receiver receiver(c.standardBias);
     const std::string sentence =
-        std::string("$GPRMC,") + c.time + ",A,4807.038,N,01131.000,E,0,0," + c.date + ",,*00";
+        std::string("$GPRMC,") + c.time + ",A,4807.038,N,01131.000,E,0,0," + c.date +
+        (std::string(c.date).find('*') == std::string::npos ? ",,*00" : "");
     receiver.Send({sentence.c_str()});
     EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), c.expected) << sentence;
+    EXPECT_EQ(receiver.Fix().UtcDateText, c.date) << sentence;
   }
-}
-
-TEST(ParseRMC, TimeWithoutDateLandsOnTheZeroDateShiftedToLocalTime) {
-  Receiver receiver(300);  // UTC-5
-  receiver.Send({"$GPRMC,020000,A,4807.038,N,01131.000,E,0,0,,,*00"});
-  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1899-12-29T21:00:00");
-}
-
-TEST(ParseRMC, EmptyTimeAndDateShiftTheStoredTimeOnceMore) {
+  // ... and once more with every such sentence.
   Receiver receiver(300);
-  receiver.Send({"$GPRMC,,V,,,,,,,,,,N*53"});
-  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "2025-12-31T19:00:00");
-  receiver.Send({"$GPRMC,,V,,,,,,,,,,N*53"});
+  receiver.Send({"$GPRMC,,V,,,,,,,,,,N*53", "$GPRMC,,V,,,,,,,,,,N*53"});
   EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "2025-12-31T14:00:00");
   EXPECT_TRUE(receiver.Fix().NewFix);
-  EXPECT_EQ(receiver.Fix().FixMode, kFixModeNoFix);
-}
-
-TEST(ParseRMC, TheChecksumStaysOnTheLastField) {
-  // A receiver that ends RMC at the date: the date field carries "*hh" and is no date.
-  Receiver receiver;
-  receiver.Send({"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394*6A"});
-  EXPECT_EQ(receiver.Fix().UtcDateText, "230394*6A");
-  EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1899-12-30T12:35:19");
 }
 
 TEST(ParseGGA, ReadsEveryField) {
@@ -372,16 +343,13 @@ TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
   }
   EXPECT_EQ(fix.SatSNR[8], 11);
   EXPECT_EQ(fix.SentencesSeen, kSeenGSV);
-  EXPECT_TRUE(receiver.messages.empty());
-}
-
-TEST(ParseGSV, AnEmptyLastMessageEmptiesItsWholeGroup) {
-  Receiver receiver;
-  receiver.Send({kGsv1, "$GPGSV,1,1,00*79"});
+  // An empty last message empties its whole group.
+  receiver.Send({"$GPGSV,1,1,00*79"});
   for (std::size_t slot = 0; slot < 4; ++slot) {
-    EXPECT_FALSE(receiver.Fix().SatId[slot]) << slot;
+    EXPECT_FALSE(fix.SatId[slot]) << slot;
   }
-  EXPECT_EQ(receiver.Fix().SatCount, 0);
+  EXPECT_EQ(fix.SatCount, 0);
+  EXPECT_TRUE(receiver.messages.empty());
 }
 
 TEST(Failures, ADecoderStopsAtItsFirstErrorKeepingWhatItStored) {
