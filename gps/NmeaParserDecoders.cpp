@@ -98,11 +98,13 @@ class SentenceDecoder::Fields {
   Fields(std::string_view sentence, std::vector<std::string_view>& storage, DecodeStop& stop)
       : fields_(storage), stop_(stop) {
     fields_.clear();
+    // One pass by hand: fields are a few characters long, too short for a library search to pay.
     std::size_t begin = 0;
-    for (auto comma = sentence.find(','); comma != std::string_view::npos;
-         comma = sentence.find(',', begin)) {
-      fields_.push_back(sentence.substr(begin, comma - begin));
-      begin = comma + 1;
+    for (std::size_t i = 0; i < sentence.size(); ++i) {
+      if (sentence[i] == ',') {
+        fields_.push_back(sentence.substr(begin, i - begin));
+        begin = i + 1;
+      }
     }
     fields_.push_back(sentence.substr(begin));
   }
@@ -146,7 +148,10 @@ bool SentenceDecoder::Number(std::string_view text, double& value) {
 
 // Rounded half to even into 16 bits, as ToInt16 does.
 bool SentenceDecoder::Whole(double number, std::int16_t& value) {
-  const double rounded = host::platform::RoundHalfEven(number);
+  // Receivers send whole numbers here; only a fraction needs the rounding.
+  const bool whole = number >= -32768.0 && number <= 32767.0 &&
+                     number == static_cast<double>(static_cast<std::int32_t>(number));
+  const double rounded = whole ? number : host::platform::RoundHalfEven(number);
   if (std::isnan(rounded) || rounded < std::numeric_limits<std::int16_t>::min() ||
       rounded > std::numeric_limits<std::int16_t>::max()) {
     stop_.reason = DecodeStop::Reason::kTooLarge;
