@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using orvo::testing::OrvoRun;
 
 OrvoRun Declination(std::vector<std::string> arguments, const std::string& input = "",
-            const orvo::testing::Environment& environment = {}) {
+                    const orvo::testing::Environment& environment = {}) {
   arguments.insert(arguments.begin(), "declination");
   return orvo::testing::RunOrvo(arguments, environment, input);
 }
@@ -82,12 +82,12 @@ TEST(DeclinationCommand, RefusesWhatItCannotAnswer) {
 
 TEST(DeclinationCommand, BatchAnswersEveryLineInOrder) {
   const OrvoRun outcome = Declination({"--batch"},
-                              "47.6 -122.3 2026.5\n"
-                              "# a comment\n"
-                              "\n"
-                              "10 10 2031\n"
-                              "x y z\n"
-                              "-90 0 2027 0.5\n");
+                                      "47.6 -122.3 2026.5\n"
+                                      "# a comment\n"
+                                      "\n"
+                                      "10 10 2031\n"
+                                      "x y z\n"
+                                      "-90 0 2027 0.5\n");
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.out,
             Expected(47.6, -122.3, 0.0, 2026.5) + "-\n-\n" + Expected(-90.0, 0.0, 0.5, 2027.0));
