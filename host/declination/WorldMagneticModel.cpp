@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/platform/AppFolder.hpp"
+#include "host/platform/Text.hpp"
 
 namespace orvo::host::declination {
 namespace {
@@ -27,12 +28,7 @@ constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
 
 // ---- reading the coefficient file ----
 
-std::string_view Trim(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  const auto last = text.find_last_not_of(" \t\r\n");
-  return text.substr(first, last - first + 1);
-}
+using platform::Trim;
 
 std::vector<std::string_view> Fields(std::string_view line) {
   std::vector<std::string_view> fields;
