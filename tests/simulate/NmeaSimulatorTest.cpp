@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <tuple>
 
 #include "gps/NmeaIntake.hpp"
 #include "gps/NmeaParser.hpp"
@@ -117,7 +118,9 @@ class SimulatedDrive : public ::testing::Test {
   }
 };
 
-// What ORVO reads from the sentences is what the simulator meant to send.
+// What ORVO reads from the sentences is what the simulator meant to send: 8 to 12 satellites in
+// view, at least four used above the mask with the DOPs of a real fix; from second 40 to 47 no fix
+// and only weak signals, then a fix again further along.
 TEST_F(SimulatedDrive, SentencesReadBackThroughOrvosReceiverCode) {
   std::string text;
   for (const SimulatedEpoch& epoch : Epochs())
@@ -133,18 +136,31 @@ TEST_F(SimulatedDrive, SentencesReadBackThroughOrvosReceiverCode) {
                   second % 60);
     EXPECT_EQ(fix.UtcTimeText, time);
     EXPECT_EQ(fix.UtcDateText, k < 60 ? "311226" : "010127") << time;
+    ASSERT_TRUE(epoch.satellites.size() >= 8 && epoch.satellites.size() <= 12) << time;
     EXPECT_EQ(fix.SatCount, static_cast<int>(epoch.satellites.size())) << time;
+    int used = 0;
+    int heard = 0;
     for (std::size_t slot = 0; slot < epoch.satellites.size(); ++slot) {
-      EXPECT_EQ(fix.SatId[slot], epoch.satellites[slot].prn);
-      EXPECT_EQ(fix.SatElevation[slot], epoch.satellites[slot].elevationDeg);
-      EXPECT_EQ(fix.SatSNR[slot], epoch.satellites[slot].snrDbHz);
+      const SatelliteView& satellite = epoch.satellites[slot];
+      EXPECT_EQ(fix.SatId[slot], satellite.prn);
+      EXPECT_EQ(fix.SatElevation[slot], satellite.elevationDeg);
+      EXPECT_EQ(fix.SatSNR[slot], satellite.snrDbHz);
+      EXPECT_TRUE(!satellite.usedInFix || satellite.elevationDeg >= 10) << time;
+      used += satellite.usedInFix;
+      heard += satellite.snrDbHz.has_value();
     }
+    EXPECT_EQ(epoch.hasFix, k < 40 || k >= 48) << time;
     EXPECT_EQ(fix.FixMode, epoch.hasFix ? kFixMode3D : kFixModeNoFix) << time;
     EXPECT_DOUBLE_EQ(fix.HDOP, std::round(epoch.hdop * 100) / 100) << time;
     if (!epoch.hasFix) {
       EXPECT_EQ(fix.Elevation, kNoValue);
+      EXPECT_EQ(fix.HDOP, 99.99);
+      EXPECT_TRUE(used == 0 && heard <= 2) << time;
       continue;
     }
+    EXPECT_GE(used, 4);
+    EXPECT_NEAR(epoch.pdop, std::hypot(epoch.hdop, epoch.vdop), 1e-9);
+    EXPECT_TRUE(epoch.hdop > 0.5 && epoch.hdop < 3.0) << epoch.hdop;
     EXPECT_NEAR(fix.Latitude, epoch.latitudeDeg, 1e-6) << time;  // 0.0001' is 2e-6°
     EXPECT_NEAR(fix.Longitude, epoch.longitudeDeg, 1e-6) << time;
     EXPECT_NEAR(fix.SpeedKnots, epoch.speedMps / kMpsPerKnot, 0.005) << time;
@@ -188,6 +204,8 @@ TEST_F(SimulatedDrive, DrivesAlongTheRouteWithinTheLimits) {
       EXPECT_TRUE(alongM < 0.01 || alongM > lengthM - 0.01) << "standing still at " << k;
   }
   EXPECT_NEAR(previousAlongM, lengthM, 0.01);
+  EXPECT_GT(Epochs()[48].distanceAlongRouteM - Epochs()[39].distanceAlongRouteM, 20.0)
+      << "the vehicle drove on while the receiver had no fix";
   EXPECT_NEAR(topSpeedMps, options.cruiseSpeedKmh / 3.6, 1e-9);
   EXPECT_TRUE(secondsAtStop == 12 || secondsAtStop == 13) << secondsAtStop;
 
@@ -208,36 +226,6 @@ TEST_F(SimulatedDrive, DrivesAlongTheRouteWithinTheLimits) {
   EXPECT_LT(slowestKmhNear(5), slowestKmhNear(3));
   EXPECT_GT(slowestKmhNear(5), 0.0) << "a bend is not a stop";
   EXPECT_LT(slowestKmhNear(9), 25.0) << "a curve drawn in small steps is still a 90° turn";
-}
-
-// 8 to 12 satellites in view, at least four used above the mask with the DOPs of a real fix;
-// from second 40 to 47 no fix and only weak signals, then it recovers further along.
-TEST_F(SimulatedDrive, SatellitesAndTheLossOfFix) {
-  for (std::size_t k = 0; k < Epochs().size(); ++k) {
-    const SimulatedEpoch& epoch = Epochs()[k];
-    const bool lost = k >= 40 && k < 48;
-    EXPECT_EQ(epoch.hasFix, !lost) << k;
-    ASSERT_GE(epoch.satellites.size(), 8U);
-    ASSERT_LE(epoch.satellites.size(), 12U);
-    int used = 0;
-    int heard = 0;
-    for (const SatelliteView& s : epoch.satellites) {
-      used += s.usedInFix;
-      heard += s.snrDbHz.has_value();
-      EXPECT_TRUE(!s.usedInFix || s.elevationDeg >= 10) << s.prn;
-    }
-    if (lost) {
-      EXPECT_EQ(used, 0);
-      EXPECT_LE(heard, 2);
-      EXPECT_EQ(epoch.hdop, 99.99);
-      continue;
-    }
-    EXPECT_GE(used, 4);
-    EXPECT_NEAR(epoch.pdop, std::hypot(epoch.hdop, epoch.vdop), 1e-9);
-    EXPECT_TRUE(epoch.hdop > 0.5 && epoch.hdop < 3.0) << epoch.hdop;
-  }
-  EXPECT_GT(Epochs()[48].distanceAlongRouteM - Epochs()[39].distanceAlongRouteM, 20.0)
-      << "the vehicle drove on during the loss";
 }
 
 // Altitude from the route when every point has one; stops at the ends wait before setting off
@@ -267,37 +255,26 @@ TEST(NmeaSimulator, AltitudeStopsAtTheEndsAndHemispheres) {
 
 TEST(NmeaSimulator, RefusesRoutesAndOptionsItCannotDrive) {
   const std::vector<RoutePoint> route{{43.73, 7.42, std::nullopt}, {43.731, 7.42, std::nullopt}};
-  struct Case {
-    std::vector<RoutePoint> route;
-    void (*change)(SimulationOptions&);
-    const char* words;
+  SimulationOptions farStop, lateLoss, emptyLoss, tooLate;
+  farStop.stops.push_back({43.74, 7.42, 10.0});
+  lateLoss.lossStartSeconds = 500.0;
+  lateLoss.lossDurationSeconds = 5.0;
+  emptyLoss.lossStartSeconds = 5.0;
+  tooLate.startUtc = std::chrono::sys_days{std::chrono::year{2090} / 1 / 1};
+  const std::tuple<std::vector<RoutePoint>, SimulationOptions, std::string> cases[] = {
+      {{route[0], route[0]}, {}, "at least 2 distinct points"},
+      {{route[0], {91.0, 7.42, std::nullopt}}, {}, "latitude 91"},
+      {route, farStop, "1000 m from the route"},
+      {route, lateLoss, "after the drive has ended (26 s)"},
+      {route, emptyLoss, "a length above 0 s"},
+      {route, tooLate, "1990 to 2089"},
   };
-  const Case cases[] = {
-      {{route[0], route[0]}, [](SimulationOptions&) {}, "at least 2 distinct points"},
-      {{route[0], {91.0, 7.42, std::nullopt}}, [](SimulationOptions&) {}, "latitude 91"},
-      {route,
-       [](SimulationOptions& o) {
-         o.stops.push_back({43.74, 7.42, 10.0});
-       },
-       "1000 m from the route"},
-      {route, [](SimulationOptions& o) { o.lossStartSeconds = 500.0, o.lossDurationSeconds = 5; },
-       "after the drive has ended (26 s)"},
-      {route, [](SimulationOptions& o) { o.lossStartSeconds = 5.0; }, "a length above 0 s"},
-      {route, [](SimulationOptions& o) { o.cruiseSpeedKmh = 0; }, "speed"},
-      {route,
-       [](SimulationOptions& o) {
-         o.startUtc = std::chrono::sys_days{std::chrono::year{2090} / 1 / 1};
-       },
-       "1990 to 2089"},
-  };
-  for (const Case& c : cases) {
-    SimulationOptions options;
-    c.change(options);
+  for (const auto& [points, options, words] : cases) {
     try {
-      static_cast<void>(NmeaSimulator(c.route, options));
-      ADD_FAILURE() << "accepted: " << c.words;
+      static_cast<void>(NmeaSimulator(points, options));
+      ADD_FAILURE() << "accepted: " << words;
     } catch (const SimulationError& error) {
-      EXPECT_NE(std::string(error.what()).find(c.words), std::string::npos) << error.what();
+      EXPECT_NE(std::string(error.what()).find(words), std::string::npos) << error.what();
     }
   }
 }
