@@ -19,14 +19,15 @@ using host::platform::Trim;
 std::string Escape(std::string_view value) {
   std::string escaped;
   for (const char c : value) {
-    if (c == '\\')
+    if (c == '\\') {
       escaped += "\\\\";
-    else if (c == '\n')
+    } else if (c == '\n') {
       escaped += "\\n";
-    else if (c == '\r')
+    } else if (c == '\r') {
       escaped += "\\r";
-    else
+    } else {
       escaped += c;
+    }
   }
   return escaped;
 }
@@ -74,9 +75,10 @@ void SettingsStore::Load() {
     const auto equals = line.find('=');
     if (trimmed.empty() || trimmed.front() == ';' || trimmed.front() == '#' ||
         equals == std::string::npos || Trim(std::string_view(line).substr(0, equals)).empty()) {
-      if (!trimmed.empty() && trimmed.front() != ';' && trimmed.front() != '#')
+      if (!trimmed.empty() && trimmed.front() != ';' && trimmed.front() != '#') {
         Report("Settings: line " + std::to_string(lineNumber) + " of " + file_.string() +
                " is not a setting; it is kept as it is");
+      }
       sections_.back().entries.push_back(Entry{"", line});
       continue;
     }
@@ -149,10 +151,11 @@ void SettingsStore::Write() {
   for (const Section& section : sections_) {
     if (!section.name.empty()) text << '[' << section.name << "]\n";
     for (const Entry& entry : section.entries) {
-      if (entry.key.empty())
+      if (entry.key.empty()) {
         text << entry.value << '\n';
-      else
+      } else {
         text << entry.key << '=' << Escape(entry.value) << '\n';
+      }
     }
   }
   host::platform::WriteFileAtomically(file_, text.str());

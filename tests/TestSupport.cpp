@@ -27,17 +27,19 @@ TempFolder::~TempFolder() {
 ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
     : name_(std::move(name)) {
   if (const char* old = std::getenv(name_.c_str())) previous_ = old;
-  if (value)
+  if (value) {
     ::setenv(name_.c_str(), value->c_str(), 1);
-  else
+  } else {
     ::unsetenv(name_.c_str());
+  }
 }
 
 ScopedEnvironment::~ScopedEnvironment() {
-  if (previous_)
+  if (previous_) {
     ::setenv(name_.c_str(), previous_->c_str(), 1);
-  else
+  } else {
     ::unsetenv(name_.c_str());
+  }
 }
 
 std::string ShellQuote(std::string_view text) {

@@ -140,9 +140,10 @@ WorldMagneticModel WorldMagneticModel::Parse(std::string_view cofText,
       // epoch outside 1900-2200 means the file is something else (geomagnetic models start in
       // 1900).
       const auto epoch = fields.size() >= 2 ? ParseNumber<double>(fields[0]) : std::nullopt;
-      if (!epoch || *epoch < 1900.0 || *epoch > 2200.0)
+      if (!epoch || *epoch < 1900.0 || *epoch > 2200.0) {
         error.Throw(
             {"expected the header `epoch model-name [release-date]`, found \"", line, "\""});
+      }
       model.epochYear_ = *epoch;
       model.name_ = std::string(fields[1]);
       headerRead = true;
@@ -155,9 +156,11 @@ WorldMagneticModel WorldMagneticModel::Parse(std::string_view cofText,
     if (fields.size() != 6) error.Throw({"expected `n m g h gdot hdot`, found \"", line, "\""});
     const auto degree = ParseNumber<int>(fields[0]);
     const auto order = ParseNumber<int>(fields[1]);
-    if (!degree || !order || *degree < 1 || *degree > kMaxDegree || *order < 0 || *order > *degree)
+    if (!degree || !order || *degree < 1 || *degree > kMaxDegree || *order < 0 ||
+        *order > *degree) {
       error.Throw({"degree and order must satisfy 1 <= n <= ", std::to_string(kMaxDegree),
                    " and 0 <= m <= n, found \"", line, "\""});
+    }
     std::array<double, 4> values{};
     for (std::size_t index = 0; index < values.size(); ++index) {
       const auto value = ParseNumber<double>(fields[index + 2]);
@@ -177,9 +180,10 @@ WorldMagneticModel WorldMagneticModel::Parse(std::string_view cofText,
   }
 
   if (!headerRead) throw ModelFileError(sourceName + ": empty magnetic model file");
-  if (!ended)
+  if (!ended) {
     throw ModelFileError(sourceName + ", line " + std::to_string(lineNumber) +
                          ": the file ends without its closing line of 9s (truncated?)");
+  }
   if (coefficientCount == 0) throw ModelFileError(sourceName + ": no coefficients");
   return model;
 }

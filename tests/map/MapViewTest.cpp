@@ -48,10 +48,11 @@ TEST_F(MapViewFixture, FollowsThePagesViewAndRefusesBrokenOnes) {
            {"lat", 95}, {"lat", "43"}, {"width", -5}, {"zoom", nullptr}}) {
     ui::Json broken{{"type", "mapview"}, {"lat", 43},  {"lon", 7},
                     {"zoom", 3},         {"width", 1}, {"height", 1}};
-    if (value.is_null())
+    if (value.is_null()) {
       broken.erase(field);
-    else
+    } else {
       broken[field] = value;
+    }
     EXPECT_TRUE(view.HandleEvent(broken)) << field;
   }
   EXPECT_EQ(reports.size(), 4u);

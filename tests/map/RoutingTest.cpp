@@ -73,9 +73,10 @@ TEST_F(RegionRouting, CasinoToPortHerculeAndOnToFontvieille) {
                           RoutePreference::Shortest);
   ExpectWellFormed(detour, kCasino, kFontvieille);
   double closestToPortMetres = 1e9;
-  for (const RoutePoint& point : detour.points)
+  for (const RoutePoint& point : detour.points) {
     closestToPortMetres =
         std::min(closestToPortMetres, MetresBetween(point.location, kPortHercule));
+  }
   EXPECT_LT(closestToPortMetres, 150.0);
 }
 

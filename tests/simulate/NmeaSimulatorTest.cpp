@@ -198,10 +198,11 @@ TEST_F(SimulatedDrive, DrivesAlongTheRouteWithinTheLimits) {
     }
     previousAlongM = alongM;
     if (epoch.speedMps > 0.0) continue;
-    if (std::abs(alongM - stopAtM) < 0.01)
+    if (std::abs(alongM - stopAtM) < 0.01) {
       ++secondsAtStop;
-    else
+    } else {
       EXPECT_TRUE(alongM < 0.01 || alongM > lengthM - 0.01) << "standing still at " << k;
+    }
   }
   EXPECT_NEAR(previousAlongM, lengthM, 0.01);
   EXPECT_GT(Epochs()[48].distanceAlongRouteM - Epochs()[39].distanceAlongRouteM, 20.0)
