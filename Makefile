@@ -7,7 +7,7 @@ REGION_DIR := $(DATA_HOME)/orvo/regions/monaco
 DEMO       := data/demo/monaco-drive.nmea
 ORVO_ARGS  ?=
 
-.PHONY: all setup build web region run test test-cpp test-asan test-web bench clean
+.PHONY: all setup build web region run test test-cpp test-tidy test-asan test-web bench clean
 
 all: build web
 
@@ -29,10 +29,16 @@ region: build
 run: all region
 	$(BUILD)/orvo --region monaco $(if $(wildcard $(DEMO)),--replay $(DEMO)) $(ORVO_ARGS)
 
-test: all region test-cpp test-asan test-web test-crosscheck
+test: all region test-cpp test-tidy test-asan test-web test-crosscheck
 
 test-cpp: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) --timeout 300
+
+# clang-tidy with the committed .clang-tidy over the C++ sources changed in the last TIDY_COMMITS
+# commits, on two cores; any finding fails.
+TIDY_COMMITS ?= 20
+test-tidy: build
+	@scripts/tidy-changed $(BUILD) $(TIDY_COMMITS)
 
 # Address and undefined-behaviour sanitizers over the unit tests, and a short fuzzing run.
 test-asan: setup

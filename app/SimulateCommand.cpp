@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 
 #include "app/Commands.hpp"
 #include "gps/NmeaSimulator.hpp"
+#include "host/platform/Files.hpp"
 
 namespace orvo::app {
 namespace {
@@ -105,28 +105,6 @@ gps::RouteStop StopOption(std::string_view text) {
           NumberOption("--stop", text.substr(secondComma + 1))};
 }
 
-// Written beside the target and renamed over it, so a failed run leaves an older file whole.
-void WriteFile(const std::filesystem::path& file, const std::string& text) {
-  std::filesystem::path temporary = file;
-  temporary += ".tmp";
-  {
-    std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
-    stream << text;
-    stream.flush();
-    if (!stream) {
-      std::error_code ignored;
-      std::filesystem::remove(temporary, ignored);
-      throw std::runtime_error(file.string() + ": cannot write the output file");
-    }
-  }
-  std::error_code error;
-  std::filesystem::rename(temporary, file, error);
-  if (error) {
-    std::filesystem::remove(temporary, error);
-    throw std::runtime_error(file.string() + ": cannot write the output file");
-  }
-}
-
 }  // namespace
 
 int RunSimulate(const Arguments& arguments) {
@@ -191,7 +169,13 @@ int RunSimulate(const Arguments& arguments) {
       std::cout << text << std::flush;
       return std::cout ? 0 : 1;
     }
-    WriteFile(*outputFile, text);
+    try {
+      // A failed run leaves an older file whole.
+      host::platform::WriteFileAtomically(*outputFile, text);
+    } catch (const std::system_error& error) {
+      throw std::runtime_error(*outputFile + ": cannot write the output file (" +
+                               error.code().message() + ")");
+    }
     std::fprintf(stderr, "orvo simulate: %s: %.2f km in %d s (%d epochs)\n", outputFile->c_str(),
                  simulator.RouteLengthM() / 1000.0, simulator.DurationSeconds(),
                  simulator.DurationSeconds() + 1);

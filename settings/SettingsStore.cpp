@@ -1,44 +1,33 @@
 #include "settings/SettingsStore.hpp"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <sstream>
-#include <system_error>
+
+#include "host/platform/Files.hpp"
+#include "host/platform/Text.hpp"
 
 namespace orvo::settings {
 namespace {
 
-bool SameText(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) ==
-                  std::tolower(static_cast<unsigned char>(y));
-         });
-}
-
-std::string_view Trim(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  const auto last = text.find_last_not_of(" \t\r");
-  return text.substr(first, last - first + 1);
-}
+// Sections and keys are found without regard to ASCII case; keys, section names and Booleans
+// are trimmed of white space, values never (a value may begin or end with spaces).
+using host::platform::EqualsIgnoringAsciiCase;
+using host::platform::Trim;
 
 // Values may hold any text; line ends and backslashes are escaped so a value stays one line.
 std::string Escape(std::string_view value) {
   std::string escaped;
   for (const char c : value) {
-    if (c == '\\')
+    if (c == '\\') {
       escaped += "\\\\";
-    else if (c == '\n')
+    } else if (c == '\n') {
       escaped += "\\n";
-    else if (c == '\r')
+    } else if (c == '\r') {
       escaped += "\\r";
-    else
+    } else {
       escaped += c;
+    }
   }
   return escaped;
 }
@@ -54,16 +43,6 @@ std::string Unescape(std::string_view text) {
     value += next == 'n' ? '\n' : next == 'r' ? '\r' : next;
   }
   return value;
-}
-
-void WriteAll(int descriptor, const std::string& text, const std::filesystem::path& path) {
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const ssize_t n = ::write(descriptor, text.data() + written, text.size() - written);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) throw std::system_error(errno, std::generic_category(), "writing " + path.string());
-    written += static_cast<std::size_t>(n);
-  }
 }
 
 }  // namespace
@@ -96,9 +75,10 @@ void SettingsStore::Load() {
     const auto equals = line.find('=');
     if (trimmed.empty() || trimmed.front() == ';' || trimmed.front() == '#' ||
         equals == std::string::npos || Trim(std::string_view(line).substr(0, equals)).empty()) {
-      if (!trimmed.empty() && trimmed.front() != ';' && trimmed.front() != '#')
+      if (!trimmed.empty() && trimmed.front() != ';' && trimmed.front() != '#') {
         Report("Settings: line " + std::to_string(lineNumber) + " of " + file_.string() +
                " is not a setting; it is kept as it is");
+      }
       sections_.back().entries.push_back(Entry{"", line});
       continue;
     }
@@ -109,8 +89,9 @@ void SettingsStore::Load() {
 }
 
 SettingsStore::Section* SettingsStore::FindSection(std::string_view name) {
-  const auto found = std::find_if(sections_.begin(), sections_.end(),
-                                  [name](const Section& s) { return SameText(s.name, name); });
+  const auto found = std::find_if(sections_.begin(), sections_.end(), [name](const Section& s) {
+    return EqualsIgnoringAsciiCase(s.name, name);
+  });
   return found == sections_.end() ? nullptr : &*found;
 }
 
@@ -123,7 +104,7 @@ std::optional<std::string> SettingsStore::Find(std::string_view section,
   const Section* found = FindSection(section);
   if (found == nullptr) return std::nullopt;
   for (const Entry& entry : found->entries)
-    if (!entry.key.empty() && SameText(entry.key, key)) return entry.value;
+    if (!entry.key.empty() && EqualsIgnoringAsciiCase(entry.key, key)) return entry.value;
   return std::nullopt;
 }
 
@@ -140,7 +121,7 @@ void SettingsStore::SaveSetting(std::string_view section, std::string_view key,
     target = &sections_.back();
   }
   for (Entry& entry : target->entries) {
-    if (entry.key.empty() || !SameText(entry.key, key)) continue;
+    if (entry.key.empty() || !EqualsIgnoringAsciiCase(entry.key, key)) continue;
     if (entry.value == value) return;
     entry.value = value;
     return Changed();
@@ -154,7 +135,7 @@ void SettingsStore::DeleteSetting(std::string_view section, std::string_view key
   if (target == nullptr) return;
   const auto before = target->entries.size();
   std::erase_if(target->entries, [key](const Entry& entry) {
-    return !entry.key.empty() && SameText(entry.key, key);
+    return !entry.key.empty() && EqualsIgnoringAsciiCase(entry.key, key);
   });
   if (target->entries.size() != before) Changed();
 }
@@ -170,34 +151,14 @@ void SettingsStore::Write() {
   for (const Section& section : sections_) {
     if (!section.name.empty()) text << '[' << section.name << "]\n";
     for (const Entry& entry : section.entries) {
-      if (entry.key.empty())
+      if (entry.key.empty()) {
         text << entry.value << '\n';
-      else
+      } else {
         text << entry.key << '=' << Escape(entry.value) << '\n';
+      }
     }
   }
-  std::error_code error;
-  std::filesystem::create_directories(file_.parent_path(), error);
-  const std::filesystem::path temporary = file_.string() + ".tmp";
-  const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (descriptor < 0)
-    throw std::system_error(errno, std::generic_category(), "saving " + file_.string());
-  try {
-    WriteAll(descriptor, text.str(), temporary);
-    if (::fsync(descriptor) != 0)
-      throw std::system_error(errno, std::generic_category(), "flushing " + temporary.string());
-  } catch (...) {
-    ::close(descriptor);
-    throw;
-  }
-  ::close(descriptor);
-  std::filesystem::rename(temporary, file_);
-  // The rename itself must reach the disk too.
-  const int folder = ::open(file_.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder >= 0) {
-    ::fsync(folder);
-    ::close(folder);
-  }
+  host::platform::WriteFileAtomically(file_, text.str());
 }
 
 SettingsStore::Batch::Batch(SettingsStore& store) : store_(store) {
@@ -219,8 +180,8 @@ std::string BooleanText(bool value) {
 
 std::optional<bool> ParseBoolean(std::string_view text) {
   const std::string_view trimmed = Trim(text);
-  if (SameText(trimmed, "true")) return true;
-  if (SameText(trimmed, "false")) return false;
+  if (EqualsIgnoringAsciiCase(trimmed, "true")) return true;
+  if (EqualsIgnoringAsciiCase(trimmed, "false")) return false;
   // As the old conversion did: any number that is not zero is true.
   if (!trimmed.empty() && trimmed.find_first_not_of("+-0123456789.") == std::string_view::npos) {
     try {

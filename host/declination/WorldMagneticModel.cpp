@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/platform/AppFolder.hpp"
+#include "host/platform/Text.hpp"
 
 namespace orvo::host::declination {
 namespace {
@@ -27,12 +28,7 @@ constexpr double kRadiansPerDegree = std::numbers::pi / 180.0;
 
 // ---- reading the coefficient file ----
 
-std::string_view Trim(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  const auto last = text.find_last_not_of(" \t\r\n");
-  return text.substr(first, last - first + 1);
-}
+using platform::Trim;
 
 std::vector<std::string_view> Fields(std::string_view line) {
   std::vector<std::string_view> fields;
@@ -144,9 +140,10 @@ WorldMagneticModel WorldMagneticModel::Parse(std::string_view cofText,
       // epoch outside 1900-2200 means the file is something else (geomagnetic models start in
       // 1900).
       const auto epoch = fields.size() >= 2 ? ParseNumber<double>(fields[0]) : std::nullopt;
-      if (!epoch || *epoch < 1900.0 || *epoch > 2200.0)
+      if (!epoch || *epoch < 1900.0 || *epoch > 2200.0) {
         error.Throw(
             {"expected the header `epoch model-name [release-date]`, found \"", line, "\""});
+      }
       model.epochYear_ = *epoch;
       model.name_ = std::string(fields[1]);
       headerRead = true;
@@ -159,9 +156,11 @@ WorldMagneticModel WorldMagneticModel::Parse(std::string_view cofText,
     if (fields.size() != 6) error.Throw({"expected `n m g h gdot hdot`, found \"", line, "\""});
     const auto degree = ParseNumber<int>(fields[0]);
     const auto order = ParseNumber<int>(fields[1]);
-    if (!degree || !order || *degree < 1 || *degree > kMaxDegree || *order < 0 || *order > *degree)
+    if (!degree || !order || *degree < 1 || *degree > kMaxDegree || *order < 0 ||
+        *order > *degree) {
       error.Throw({"degree and order must satisfy 1 <= n <= ", std::to_string(kMaxDegree),
                    " and 0 <= m <= n, found \"", line, "\""});
+    }
     std::array<double, 4> values{};
     for (std::size_t index = 0; index < values.size(); ++index) {
       const auto value = ParseNumber<double>(fields[index + 2]);
@@ -181,9 +180,10 @@ WorldMagneticModel WorldMagneticModel::Parse(std::string_view cofText,
   }
 
   if (!headerRead) throw ModelFileError(sourceName + ": empty magnetic model file");
-  if (!ended)
+  if (!ended) {
     throw ModelFileError(sourceName + ", line " + std::to_string(lineNumber) +
                          ": the file ends without its closing line of 9s (truncated?)");
+  }
   if (coefficientCount == 0) throw ModelFileError(sourceName + ": no coefficients");
   return model;
 }

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/platform/Text.hpp"
+
 namespace orvo::host::map {
 namespace {
 
@@ -27,11 +29,7 @@ int FlipRow(int zoom, int row) {
   return (1 << zoom) - 1 - row;
 }
 
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-  return text;
-}
+using platform::Trim;
 
 template <typename Number>
 std::optional<Number> ParseNumber(std::string_view text) {

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <system_error>
 
+#include "host/platform/Files.hpp"
+
 namespace orvo::host::platform {
 namespace {
 
@@ -28,11 +30,6 @@ fs::path FirstExisting(const char* environmentOverride, const fs::path& besidePr
   return sourceTree;
 }
 
-fs::path HomeFolder() {
-  const char* home = std::getenv("HOME");
-  return home != nullptr ? fs::path(home) : fs::path("/tmp");
-}
-
 fs::path XdgFolder(const char* variable, const char* fallbackBelowHome) {
   const char* value = std::getenv(variable);
   if (value != nullptr && *value == '/') return value;
@@ -49,14 +46,17 @@ fs::path AppFolder() {
 
 fs::path WebFolder() {
   const fs::path program = ProgramFolder();
-  return FirstExisting("ORVO_WEB_DIR",
-                       program.empty() ? fs::path{} : program / ".." / "web" / "dist",
-                       fs::path(ORVO_INSTALL_DATADIR) / "web",
-                       fs::path(ORVO_SOURCE_DIR) / "web" / "dist");
+  return FirstExisting(
+      "ORVO_WEB_DIR", program.empty() ? fs::path{} : program / ".." / "web" / "dist",
+      fs::path(ORVO_INSTALL_DATADIR) / "web", fs::path(ORVO_SOURCE_DIR) / "web" / "dist");
 }
 
-fs::path UserConfigFolder() { return XdgFolder("XDG_CONFIG_HOME", ".config") / "ORVO"; }
+fs::path UserConfigFolder() {
+  return XdgFolder("XDG_CONFIG_HOME", ".config") / "ORVO";
+}
 
-fs::path UserDataFolder() { return XdgFolder("XDG_DATA_HOME", ".local/share") / "orvo"; }
+fs::path UserDataFolder() {
+  return XdgFolder("XDG_DATA_HOME", ".local/share") / "orvo";
+}
 
 }  // namespace orvo::host::platform

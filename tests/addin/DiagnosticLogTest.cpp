@@ -4,7 +4,7 @@
 
 #include "addin/frmVerbose.hpp"
 #include "host/ui/Desktop.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::addin {
 namespace {

@@ -12,7 +12,7 @@
 #include "host/serial/SerialPort.hpp"
 #include "host/ui/Desktop.hpp"
 #include "settings/SettingsStore.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::testing {
 

@@ -1,7 +1,6 @@
 #include "host/declination/WorldMagneticModel.hpp"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 #include "tests/BuildPaths.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::declination {
 namespace {
@@ -124,7 +124,7 @@ TEST(WorldMagneticModel, PolesAreFiniteAndContinuousWithTheirSurroundings) {
   for (const double latitude : {90.0, -90.0}) {
     const MagneticField reference = FieldOf(model, latitude, 0.0, 0.0, 2027.0);
     for (const double longitude : {-135.0, 0.0, 45.0, 170.0}) {
-      SCOPED_TRACE(testing::Message() << latitude << " " << longitude);
+      SCOPED_TRACE(::testing::Message() << latitude << " " << longitude);
       const MagneticField atPole = FieldOf(model, latitude, longitude, 0.0, 2027.0);
       const MagneticField nearby =
           FieldOf(model, latitude - std::copysign(1e-6, latitude), longitude, 0.0, 2027.0);
@@ -164,9 +164,8 @@ TEST(WorldMagneticModel, MalformedFilesAreRefusedWithFileAndLine) {
 }
 
 TEST(WorldMagneticModel, ReadsFilesFromDiskWhateverTheirLineEndings) {
-  const auto folder =
-      std::filesystem::temp_directory_path() / ("orvo-wmm-test-" + std::to_string(::getpid()));
-  std::filesystem::create_directories(folder);
+  const orvo::testing::TempFolder temp;
+  const std::filesystem::path& folder = temp.Path();
   const auto write = [&](const std::string& name, const std::string& text) {
     std::ofstream(folder / name, std::ios::binary) << text;
     return folder / name;
@@ -186,7 +185,6 @@ TEST(WorldMagneticModel, ReadsFilesFromDiskWhateverTheirLineEndings) {
       std::string::npos);
   EXPECT_NE(ErrorOf([&] { WorldMagneticModel::LoadFile(folder / "none.COF"); }).find("none.COF"),
             std::string::npos);
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 
 #include <nlohmann/json.hpp>
 #include "tests/BuildPaths.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace {
 
@@ -28,49 +29,15 @@ const fs::path kReceivers = fs::path(ORVO_TEST_DATA) / "receivers";
 // The options the golden files were made with (scripts/regenerate-golden).
 const std::string kGoldenOptions = "--now 2026-01-01T00:00:00 --restore-crlf";
 
-struct CommandResult {
-  int exitCode = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string Quote(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) {
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  }
-  return quoted + "'";
-}
-
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using CommandResult = orvo::testing::OrvoRun;
+using orvo::testing::ReadFile;
+const auto& Quote = orvo::testing::ShellQuote;
 
 // Runs `orvo parse` with the given arguments (already quoted as needed) at UTC.
 CommandResult RunParse(const std::string& arguments,
                        const std::string& standardInput = "/dev/null") {
-  const fs::path errors =
-      fs::temp_directory_path() / ("orvo-parse-" + std::to_string(getpid()) + ".err");
-  const std::string command = "TZ=UTC " + Quote(ORVO_BINARY) + " parse " + arguments + " <" +
-                              Quote(standardInput) + " 2>" + Quote(errors.string());
-  CommandResult run;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) {
-    return run;
-  }
-  char buffer[65536];
-  std::size_t got = 0;
-  while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) {
-    run.out.append(buffer, got);
-  }
-  const int status = pclose(pipe);
-  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  run.err = ReadFile(errors);
-  fs::remove(errors);
-  return run;
+  return orvo::testing::RunOrvoCommandLine("parse " + arguments, {{"TZ", "UTC"}},
+                                           ReadFile(standardInput));
 }
 
 std::vector<std::string> Lines(const std::string& text) {

@@ -16,7 +16,7 @@
 #include "addin/frmVerbose.hpp"
 #include "host/serial/AsioSerialPort.hpp"
 #include "host/ui/Desktop.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 #include "tests/BuildPaths.hpp"
 
 namespace orvo::gps {
@@ -142,12 +142,9 @@ TEST_F(ReceiverRoundTrip, ParseCommandReadsASerialDevice) {
   EXPECT_NE(text.find("\"SpeedKnots\":12.5"), std::string::npos) << text;
   EXPECT_NE(text.find("\"VDOP\":1.2"), std::string::npos) << text;
 
-  std::FILE* failing =
-      popen((std::string(ORVO_BINARY) + " parse --serial /nonexistent/tty 2>&1").c_str(), "r");
-  char buffer[4096] = {};
-  const std::size_t n = std::fread(buffer, 1, sizeof buffer - 1, failing);
-  EXPECT_NE(pclose(failing), 0);
-  EXPECT_NE(std::string(buffer, n).find("Can't open comm port"), std::string::npos);
+  const auto failing = orvo::testing::RunOrvo({"parse", "--serial", "/nonexistent/tty"});
+  EXPECT_NE(failing.exitCode, 0);
+  EXPECT_NE((failing.out + failing.err).find("Can't open comm port"), std::string::npos);
 }
 
 }  // namespace

@@ -142,13 +142,15 @@ TEST(MapImportCommand, CommandLineMistakesAndBadFilesExitNonZero) {
   EXPECT_EQ(RegionNameFromFile("alps.pbf"), "alps");
 
   TemporaryFolder home;
-  const auto missing = testing::RunOrvo(home.path(), "region import /nowhere/monaco.osm.pbf");
+  const testing::Environment environment{{"XDG_DATA_HOME", home.path()}};
+  const auto missing =
+      testing::RunOrvoCommandLine("region import /nowhere/monaco.osm.pbf", environment);
   EXPECT_EQ(missing.exitCode, 1);
-  EXPECT_EQ(missing.output, "orvo region: cannot import /nowhere/monaco.osm.pbf: no such file\n");
+  EXPECT_EQ(missing.err, "orvo region: cannot import /nowhere/monaco.osm.pbf: no such file\n");
   for (const char* mistake : {"region", "region import", "region import a.osm.pbf --name",
                               "region import a.osm.pbf b.osm.pbf", "region fly"})
-    EXPECT_EQ(testing::RunOrvo(home.path(), mistake).exitCode, 2) << mistake;
-  EXPECT_NE(testing::RunOrvo(home.path(), "region list").output.find("no regions in"),
+    EXPECT_EQ(testing::RunOrvoCommandLine(mistake, environment).exitCode, 2) << mistake;
+  EXPECT_NE(testing::RunOrvoCommandLine("region list", environment).out.find("no regions in"),
             std::string::npos);
 }
 

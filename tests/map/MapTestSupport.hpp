@@ -1,5 +1,5 @@
 #pragma once
-// Helpers for the map host's tests: temporary folders, running `orvo`, made-up MBTiles files,
+// Helpers for the map host's tests: made-up MBTiles files,
 // gzip decoding, and the Monaco region imported once for all test processes.
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -19,70 +19,27 @@
 #include <string>
 #include <vector>
 #include "tests/BuildPaths.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::map::testing {
 
 namespace fs = std::filesystem;
 
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (fs::temp_directory_path() / "orvo-map-test-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    path_ = pattern;
-  }
-  ~TemporaryFolder() { fs::remove_all(path_); }
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
+// The shared temporary folder, under the name and accessor these tests use.
+struct TemporaryFolder : orvo::testing::TempFolder {
+  const fs::path& path() const { return Path(); }
 };
+using orvo::testing::Environment;
+using orvo::testing::ReadFile;
+using orvo::testing::RunOrvo;
+using orvo::testing::RunOrvoCommandLine;
+using orvo::testing::ScopedEnvironment;
 
-// Sets an environment variable for the life of the object.
-class ScopedEnvironment {
- public:
-  ScopedEnvironment(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    ::setenv(name, value.c_str(), 1);
-  }
-  ~ScopedEnvironment() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
-
-inline std::string Quoted(const fs::path& path) {
-  return "'" + path.string() + "'";
-}
 inline void WriteFile(const fs::path& file, const std::string& text) {
   std::ofstream(file, std::ios::binary) << text;
 }
-inline std::string ReadFile(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 inline fs::path MonacoSource() {
   return fs::path(ORVO_SOURCE_DIR) / "data/regions/monaco.osm.pbf";
-}
-
-struct CommandResult {
-  int exitCode = -1;
-  std::string output;  // stdout and stderr together
-};
-
-// Runs `orvo ARGUMENTS` through the shell with DATA_HOME as XDG_DATA_HOME.
-inline CommandResult RunOrvo(const fs::path& dataHome, const std::string& arguments) {
-  const std::string command =
-      "XDG_DATA_HOME=" + Quoted(dataHome) + " " + ORVO_BINARY + " " + arguments + " 2>&1";
-  CommandResult result;
-  FILE* pipe = ::popen(command.c_str(), "r");
-  std::array<char, 4096> buffer{};
-  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe))
-    result.output.append(buffer.data(), count);
-  const int status = ::pclose(pipe);
-  result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return result;
 }
 
 // An MBTiles file with METADATA and one tile of text per XYZ address in TILES.
@@ -160,10 +117,10 @@ class SharedMonaco {
     ::flock(lock, LOCK_EX);
     if (!IsUpToDate()) {
       fs::remove(Folder() / "region.json");
-      const CommandResult result =
-          RunOrvo(dataHome_, "region import " + Quoted(MonacoSource()) + " --name monaco");
-      WriteFile(dataHome_ / "import-output.txt", result.output);
-      if (result.exitCode != 0) throw std::runtime_error("Monaco import failed: " + result.output);
+      const auto result = RunOrvo({"region", "import", MonacoSource(), "--name", "monaco"},
+                                  {{"XDG_DATA_HOME", dataHome_}});
+      WriteFile(dataHome_ / "import-output.txt", result.out + result.err);
+      if (result.exitCode != 0) throw std::runtime_error("Monaco import failed: " + result.err);
     }
     ::flock(lock, LOCK_SH);
   }

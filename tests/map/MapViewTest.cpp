@@ -43,23 +43,18 @@ TEST_F(MapViewFixture, FollowsThePagesViewAndRefusesBrokenOnes) {
   EXPECT_EQ(view.State().heightPixels, 770);
   EXPECT_EQ(changes, 1);
 
-  for (const ui::Json& broken :
-       {ui::Json{
-            {"type", "mapview"}, {"lat", 95}, {"lon", 7}, {"zoom", 3}, {"width", 1}, {"height", 1}},
-        ui::Json{{"type", "mapview"},
-                 {"lat", "43"},
-                 {"lon", 7},
-                 {"zoom", 3},
-                 {"width", 1},
-                 {"height", 1}},
-        ui::Json{{"type", "mapview"},
-                 {"lat", 43},
-                 {"lon", 7},
-                 {"zoom", 3},
-                 {"width", -5},
-                 {"height", 1}},
-        ui::Json{{"type", "mapview"}, {"lat", 43}, {"lon", 7}}})
-    EXPECT_TRUE(view.HandleEvent(broken));
+  // Out of range, of the wrong type, negative, or missing: reported and ignored.
+  for (const auto& [field, value] : std::vector<std::pair<std::string, ui::Json>>{
+           {"lat", 95}, {"lat", "43"}, {"width", -5}, {"zoom", nullptr}}) {
+    ui::Json broken{{"type", "mapview"}, {"lat", 43},  {"lon", 7},
+                    {"zoom", 3},         {"width", 1}, {"height", 1}};
+    if (value.is_null()) {
+      broken.erase(field);
+    } else {
+      broken[field] = value;
+    }
+    EXPECT_TRUE(view.HandleEvent(broken)) << field;
+  }
   EXPECT_EQ(reports.size(), 4u);
   EXPECT_DOUBLE_EQ(view.State().centreLatitudeDegrees, 43.74);
   EXPECT_FALSE(view.HandleEvent({{"type", "answer"}, {"id", 1}}));

@@ -45,8 +45,8 @@ TEST_F(RegionImport, CommandShowsItsStepsAndKeepsTheToolsOutputInTheLog) {
   EXPECT_EQ(output.find("Filled the tileset"), std::string::npos) << output;  // tilemaker's
   EXPECT_NE(testing::ReadFile(monaco_.Folder() / "import.log").find("Filled the tileset"),
             std::string::npos);
-  const auto list = testing::RunOrvo(monaco_.DataHome(), "region list");
-  EXPECT_EQ(list.output.rfind("monaco  lat 43.", 0), 0u) << list.output;
+  const auto list = testing::RunOrvo({"region", "list"}, {{"XDG_DATA_HOME", monaco_.DataHome()}});
+  EXPECT_EQ(list.out.rfind("monaco  lat 43.", 0), 0u) << list.out;
 }
 
 TEST_F(RegionImport, RegionFileDescribesMonaco) {

@@ -51,7 +51,7 @@ void ExpectWellFormed(const Route& route, const GeoPoint& from, const GeoPoint& 
   EXPECT_NEAR(metres / 1000.0, route.distanceKm, 0.05 * route.distanceKm + 0.01);
 }
 
-TEST_F(RegionRouting, CasinoToPortHercule) {
+TEST_F(RegionRouting, CasinoToPortHerculeAndOnToFontvieille) {
   const std::vector<GeoPoint> waypoints{kCasino, kPortHercule};
   const Route shortest = database_.Calculate(waypoints, "motorcar", RoutePreference::Shortest);
   ExpectWellFormed(shortest, kCasino, kPortHercule);
@@ -66,17 +66,17 @@ TEST_F(RegionRouting, CasinoToPortHercule) {
   const Route quickest = database_.Calculate(waypoints, "motorcar", RoutePreference::Quickest);
   ExpectWellFormed(quickest, kCasino, kPortHercule);
   EXPECT_GE(quickest.distanceKm, shortest.distanceKm - 0.001);
-}
 
-TEST_F(RegionRouting, RouteThroughSeveralWaypointsVisitsEachInTurn) {
+  // Through several waypoints, each in turn.
   const Route detour =
       database_.Calculate(std::vector<GeoPoint>{kCasino, kPortHercule, kFontvieille}, "motorcar",
                           RoutePreference::Shortest);
   ExpectWellFormed(detour, kCasino, kFontvieille);
   double closestToPortMetres = 1e9;
-  for (const RoutePoint& point : detour.points)
+  for (const RoutePoint& point : detour.points) {
     closestToPortMetres =
         std::min(closestToPortMetres, MetresBetween(point.location, kPortHercule));
+  }
   EXPECT_LT(closestToPortMetres, 150.0);
 }
 
@@ -90,15 +90,15 @@ TEST_F(RegionRouting, ImpossibleRequestsSayWhatIsWrong) {
 }
 
 TEST(Routing, MissingDatabaseOrRoutinoDataIsAClearError) {
-  testing::TemporaryFolder folder;
+  const orvo::testing::TempFolder folder;
   try {
-    RoutingDatabase database(folder.path(), "routino");
+    RoutingDatabase database(folder.Path(), "routino");
     ADD_FAILURE() << "loaded a database from an empty folder";
   } catch (const RoutingError& error) {
-    EXPECT_EQ(std::string(error.what()).rfind("no routing database " + folder.path().string(), 0),
+    EXPECT_EQ(std::string(error.what()).rfind("no routing database " + folder.Path().string(), 0),
               0u);
   }
-  EXPECT_THROW(RoutingDatabase(folder.path(), "routino", folder.path() / "nothing"), RoutingError);
+  EXPECT_THROW(RoutingDatabase(folder.Path(), "routino", folder.Path() / "nothing"), RoutingError);
 }
 
 }  // namespace

@@ -16,34 +16,22 @@
 #include "gps/NmeaParser.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/platform/Locale.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::platform {
 namespace {
 
-// Sets an environment variable for one test and puts the old value back afterwards.
+// Sets an environment variable for one test; the C library reads the time zone again when it
+// is set and when the old value is back.
 class ScopedEnvironment {
  public:
-  ScopedEnvironment(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) {
-      previous_ = old;
-    }
-    setenv(name, value, 1);
-    tzset();
-  }
-  ~ScopedEnvironment() {
-    if (previous_) {
-      setenv(name_.c_str(), previous_->c_str(), 1);
-    } else {
-      unsetenv(name_.c_str());
-    }
-    tzset();
-  }
-  ScopedEnvironment(const ScopedEnvironment&) = delete;
-  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+  ScopedEnvironment(const char* name, const char* value) : variable_(name, value) { tzset(); }
 
  private:
-  std::string name_;
-  std::optional<std::string> previous_;
+  struct ReadZoneAgain {
+    ~ReadZoneAgain() { tzset(); }
+  } readZoneAgain_;  // destroyed after variable_
+  orvo::testing::ScopedEnvironment variable_;
 };
 
 // The bias the fix carries (minutes added to UTC to give local time) in real zones, on both
@@ -166,15 +154,11 @@ TEST(UserNumberLocale, FollowsTheEnvironment) {
     EXPECT_EQ(locale.groupingSeparator, ",");  // C names none; the usual partner is taken
     EXPECT_EQ(DecimalSeparator(), ".");
   }
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("orvo-locale-" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
+  const orvo::testing::TempFolder temp;
+  const std::filesystem::path& folder = temp.Path();
   const std::string command =
       "localedef -i de_DE -f UTF-8 " + (folder / "de_DE.UTF-8").string() + " >/dev/null 2>&1";
-  if (std::system(command.c_str()) != 0) {
-    std::filesystem::remove_all(folder);
-    GTEST_SKIP() << "localedef could not build de_DE.UTF-8";
-  }
+  if (std::system(command.c_str()) != 0) GTEST_SKIP() << "localedef could not build de_DE.UTF-8";
   {
     const ScopedEnvironment path("LOCPATH", folder.c_str());
     const ScopedEnvironment all("LC_ALL", "de_DE.UTF-8");
@@ -185,7 +169,6 @@ TEST(UserNumberLocale, FollowsTheEnvironment) {
     // The process's own numeric conversions still use ".".
     EXPECT_EQ(std::to_string(1.5).substr(0, 3), "1.5");
   }
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

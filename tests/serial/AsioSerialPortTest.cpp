@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
-#include <stdlib.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -20,10 +19,12 @@
 #include <utility>
 #include <vector>
 
+#include "tests/TestSupport.hpp"
+
 namespace orvo::host::serial {
 namespace {
 
-using testing::HasSubstr;
+using ::testing::HasSubstr;
 
 // A real pseudo-terminal: the port opens the slave by path, the test plays the receiver on the
 // master. The test keeps its own slave descriptor to read the line settings back.
@@ -85,7 +86,7 @@ class PseudoTerminal {
   std::filesystem::path slavePath_;
 };
 
-class AsioSerialPortTest : public testing::Test {
+class AsioSerialPortTest : public ::testing::Test {
  protected:
   AsioSerialPortTest() { port_->SetDevicePathOverride(kPort, pty_.SlavePath()); }
 
@@ -195,7 +196,7 @@ TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
   receiver.join();
   ASSERT_TRUE(complete) << received_.size() << " of " << sent.size() << " bytes";
   EXPECT_EQ(received_, sent);
-  EXPECT_THAT(events_, testing::Each(kEventReceive));
+  EXPECT_THAT(events_, ::testing::Each(kEventReceive));
   EXPECT_EQ(port_->CommEvent(), kEventReceive);
   EXPECT_EQ(port_->ReadInput(), "");
 }
@@ -203,16 +204,15 @@ TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
 TEST_F(AsioSerialPortTest, WritesReachTheDevice) {
   port_->SetCommPort(kPort);
   EXPECT_THAT([&] { port_->Write("ASTRAL\r\n"); },
-              testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
+              ::testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
   port_->Open();
   port_->Write("ASTRAL\r\n");
   EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
 }
 
 TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
-  std::string pattern = (std::filesystem::temp_directory_path() / "orvo-serial-XXXXXX").string();
-  ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-  const std::filesystem::path folder = pattern;
+  const orvo::testing::TempFolder temp;
+  const std::filesystem::path& folder = temp.Path();
   std::ofstream(folder / "regular-file") << "not a tty";
 
   port_->SetCommPort(kPort);
@@ -235,7 +235,7 @@ TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
   AsioSerialPort searching(io_, {}, DevicePathMap(folder));
   searching.SetCommPort(5);
   EXPECT_THAT([&] { searching.Open(); },
-              testing::ThrowsMessage<SerialError>(HasSubstr("no device found")));
+              ::testing::ThrowsMessage<SerialError>(HasSubstr("no device found")));
   EXPECT_THROW(port_->SetCommPort(0), SerialError);
 
   // A second opener of the same device is refused until the first lets go.
@@ -245,10 +245,9 @@ TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
   EXPECT_THAT(OpenError(), HasSubstr("already open"));
   EXPECT_TRUE(port_->IsOpen());
   EXPECT_THAT([&] { second.Open(); },
-              testing::ThrowsMessage<SerialError>(HasSubstr("in use by another program")));
+              ::testing::ThrowsMessage<SerialError>(HasSubstr("in use by another program")));
   port_->Close();
   EXPECT_NO_THROW(second.Open());
-  std::filesystem::remove_all(folder);
 }
 
 TEST_F(AsioSerialPortTest, ClosesFromTheNotificationAndReopens) {
@@ -265,7 +264,7 @@ TEST_F(AsioSerialPortTest, ClosesFromTheNotificationAndReopens) {
   pty_.Send("two\r\n");
   RunQueuedHandlers();
   EXPECT_EQ(notifications, 1);
-  EXPECT_THAT(diagnostics_, testing::IsEmpty()) << "the cancelled read must end quietly";
+  EXPECT_THAT(diagnostics_, ::testing::IsEmpty()) << "the cancelled read must end quietly";
   EXPECT_EQ(port_->ReadInput(), "");
   EXPECT_THROW(port_->Write("x"), SerialError);
   EXPECT_NO_THROW(port_->Close());

@@ -1,32 +1,27 @@
 #include "host/serial/DevicePathMap.hpp"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::serial {
 namespace {
 
 namespace fs = std::filesystem;
 
-class DevicePathMapTest : public testing::Test {
+class DevicePathMapTest : public ::testing::Test {
  protected:
-  DevicePathMapTest() {
-    std::string pattern = (fs::temp_directory_path() / "orvo-devices-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    folder_ = pattern;
-  }
-  ~DevicePathMapTest() override { fs::remove_all(folder_); }
-
   fs::path Device(const std::string& name) {
     std::ofstream(folder_ / name).put('\0');
     return folder_ / name;
   }
 
-  fs::path folder_;
+  orvo::testing::TempFolder temp_;
+  const fs::path& folder_ = temp_.Path();
 };
 
 std::string ResolveError(const DevicePathMap& map, int portNumber) {

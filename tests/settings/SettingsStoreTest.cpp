@@ -13,7 +13,7 @@
 #include "host/ui/Window.hpp"
 #include "settings/SettingsStore.hpp"
 #include "settings/WindowPlacement.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::settings {
 namespace {

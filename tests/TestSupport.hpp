@@ -1,0 +1,60 @@
+#pragma once
+// What many tests need: a fresh folder, an environment variable set for a while, and the built
+// `orvo` run as a program with its exit code and both outputs.
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orvo::testing {
+
+// A fresh folder for one test, removed with everything in it afterwards.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  const std::filesystem::path& Path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Sets (or, given no value, unsets) an environment variable for the life of the object.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(std::string name, const std::optional<std::string>& value);
+  ~ScopedEnvironment();
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+ private:
+  std::string name_;
+  std::optional<std::string> previous_;
+};
+
+struct OrvoRun {
+  int exitCode = -1;  // -1 when the program did not exit normally (a crash)
+  std::string out;
+  std::string err;
+};
+
+using Environment = std::vector<std::pair<std::string, std::string>>;
+
+// Runs the built `orvo` with these arguments, these variables added to the environment and
+// `input` as its standard input.
+OrvoRun RunOrvo(const std::vector<std::string>& arguments, const Environment& environment = {},
+                std::string_view input = {});
+// The same with the arguments as shell words, quoted where needed (see ShellQuote).
+OrvoRun RunOrvoCommandLine(std::string_view arguments, const Environment& environment = {},
+                           std::string_view input = {});
+
+// `text` as one word for /bin/sh.
+std::string ShellQuote(std::string_view text);
+// The whole file as bytes; empty when it cannot be read.
+std::string ReadFile(const std::filesystem::path& file);
+
+}  // namespace orvo::testing
