@@ -58,7 +58,7 @@ TEST_F(Keyboard, TogglesFlashTheirNewState) {
 
 TEST_F(Keyboard, CaptureKeyReportsWhatTheBoxEndedAs) {
   Press(116);  // F5 without a capture file: refused, the box stays clear
-  EXPECT_EQ(window->chkRecord.Value(), 0);
+  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
   EXPECT_EQ(Flash(), Texts("NMEA Capture", "OFF"));
   EXPECT_EQ(dialogs.Prompts().front(), "Please specify a output file name first.");
 }
@@ -114,8 +114,7 @@ TEST_F(Keyboard, FlashStaysSevenHundredMillisecondsAfterTheLastMessage) {
 }
 
 TEST_F(Keyboard, SingleRCalculatesARouteLaterAndDoubleRSwitchesRecalculation) {
-  int routes = 0;
-  window->calcRouteFromHere = [&] { ++routes; };
+  int& routes = map.routes;
   Press('R');
   scheduler.Advance(Milliseconds(999));
   EXPECT_EQ(routes, 0);
@@ -127,11 +126,11 @@ TEST_F(Keyboard, SingleRCalculatesARouteLaterAndDoubleRSwitchesRecalculation) {
   Press('R');
   scheduler.Advance(Milliseconds(2000));
   EXPECT_EQ(routes, 1) << "a double press calculates nothing";
-  EXPECT_TRUE(window->OffTrackRecalc());
+  EXPECT_TRUE(window->GuidanceState().offTrackRecalc);
   EXPECT_EQ(Flash(), std::nullopt) << "the flash is long gone after two seconds";
   Press('R');
   Press('R');
-  EXPECT_FALSE(window->OffTrackRecalc());
+  EXPECT_FALSE(window->GuidanceState().offTrackRecalc);
   EXPECT_EQ(Flash(), Texts("Off-track re-calc", "OFF"));
 }
 

@@ -14,8 +14,8 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
   Playback() {
     window->Show();
     // Everything the playback feeds is captured, so the test sees exactly what arrived.
-    window->txtRecOutFileName.SetText(capture.string());
-    window->chkRecord.SetValue(1);
+    window->receiver.txtRecOutFileName.SetText(capture.string());
+    window->receiver.chkRecord.SetValue(1);
   }
   std::filesystem::path Write(const std::string& name, const std::string& text) {
     const auto path = folder.Path() / name;
@@ -28,7 +28,7 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
     return text.substr(2);  // the line end that proved the capture file writable
   }
   std::filesystem::path capture = folder.Path() / "fed.nmea";
-  frmPlayback playback{desktop, *window};
+  frmPlayback& playback = window->Playback();
 };
 
 TEST_F(Playback, FeedsSpeedOverFiftyBytesATickAndTheRestAtTheEnd) {
@@ -80,10 +80,11 @@ TEST_F(Playback, MovingThePositionBarSeeksAndPlaybackDrivesTheReadings) {
   scheduler.Advance(Milliseconds(200));
   EXPECT_EQ(Captured(), rmc);
   EXPECT_EQ(window->Fix().FixMode, 2);
-  EXPECT_EQ(window->lblSpeed[0].Caption(), "23") << "the automatic refresh ran";
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "23") << "the automatic refresh ran";
+  desktop.Dispatch({{"type", "move"}, {"window", "frmPlayback"}, {"left", 30}, {"top", 40}});
   playback.Unload();
   EXPECT_EQ(window->Fix().FixMode, 0) << "closing playback resets the fix";
-  EXPECT_FALSE(store.GetSetting("FormLoc", "frmPlayback-X", "").empty());
+  EXPECT_EQ(store.GetSetting("FormLoc", "frmPlayback-X", ""), "30") << "where the user left it";
 }
 
 TEST_F(Playback, PlayingRunsTheMainWindowsRefreshAsALiveReceiverWould) {
@@ -93,7 +94,7 @@ TEST_F(Playback, PlayingRunsTheMainWindowsRefreshAsALiveReceiverWould) {
   EXPECT_TRUE(window->Timer1.TimerEnabled());
   playback.cmdStop.UserClick();
   EXPECT_FALSE(window->Timer1.TimerEnabled());
-  window->cmdGPSAction.UserClick();
+  window->receiver.cmdGPSAction.UserClick();
   playback.cmdPlay.UserClick();
   playback.cmdStop.UserClick();
   EXPECT_TRUE(window->Timer1.TimerEnabled()) << "the running receiver keeps its refresh";

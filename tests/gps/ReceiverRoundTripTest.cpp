@@ -70,14 +70,15 @@ struct ReceiverRoundTrip : ::testing::Test {
   host::platform::FixedClock clock{host::platform::DateValue::FromCivil({2026, 1, 1, 0, 0, 0})};
   host::platform::FixedTimeZone timeZone{0, false};
   host::serial::AsioSerialPort port{io};
-  addin::frmAddIn window{{desktop, store, verbose, clock, timeZone, port, {}}};
+  tracking::ModelDeclination declination;
+  addin::frmAddIn window{{desktop, store, verbose, clock, timeZone, port, declination}};
   PseudoTerminal terminal;
 };
 
 TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
   port.SetDevicePathOverride(3, terminal.path);
-  window.cboPort.SetText("3");
-  window.cmdGPSAction.Press();
+  window.receiver.cboPort.SetText("3");
+  window.receiver.cmdGPSAction.Press();
   ASSERT_TRUE(window.GpsRunning()) << verbose.txtLog.Text();
 
   terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n");
@@ -92,7 +93,7 @@ TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
       RunUntil([&] { return (answer += terminal.Received()).find("\r\n") != std::string::npos; }));
   EXPECT_EQ(answer, "ASTRAL\r\n");
 
-  window.cmdGPSAction.Press();
+  window.receiver.cmdGPSAction.Press();
   EXPECT_FALSE(window.GpsRunning());
   EXPECT_FALSE(port.IsOpen());
   EXPECT_TRUE(dialogs.Prompts().empty());
@@ -107,9 +108,9 @@ TEST_F(ReceiverRoundTrip, PortsThatCannotOpenAreReported) {
   store.SaveSetting("Settings", "Any", "thing");  // so the settings file exists
   for (const auto& [device, settingsText] : failures) {
     port.SetDevicePathOverride(1, device);
-    window.cboPort.SetText("1");
-    window.txtBaud.SetText(settingsText);
-    window.cmdGPSAction.Press();
+    window.receiver.cboPort.SetText("1");
+    window.receiver.txtBaud.SetText(settingsText);
+    window.receiver.cmdGPSAction.Press();
     EXPECT_FALSE(window.GpsRunning()) << device;
     EXPECT_EQ(window.Fix().FixMode, 0);
     ASSERT_EQ(dialogs.Prompts().size(), 1u) << device;
