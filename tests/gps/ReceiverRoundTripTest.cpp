@@ -16,37 +16,14 @@
 #include "addin/frmVerbose.hpp"
 #include "host/serial/AsioSerialPort.hpp"
 #include "host/ui/Desktop.hpp"
+#include "tests/PseudoTerminal.hpp"
 #include "tests/TempFolder.hpp"
 #include "tests/BuildPaths.hpp"
 
 namespace orvo::gps {
 namespace {
 
-struct PseudoTerminal {
-  PseudoTerminal() {
-    char name[256] = {};
-    if (openpty(&master, &slave, name, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
-    path = name;
-    fcntl(master, F_SETFL, fcntl(master, F_GETFL) | O_NONBLOCK);
-  }
-  ~PseudoTerminal() {
-    close(master);
-    close(slave);
-  }
-  void Send(std::string_view text) const {
-    ASSERT_EQ(write(master, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-  std::string Received() const {
-    std::string text;
-    char buffer[256];
-    for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
-      text.append(buffer, static_cast<std::size_t>(n));
-    return text;
-  }
-  int master = -1;
-  int slave = -1;
-  std::string path;
-};
+using orvo::testing::PseudoTerminal;
 
 struct ReceiverRoundTrip : ::testing::Test {
   // Runs the loop until `done`; the deadline only guards against a hang.
@@ -81,13 +58,13 @@ TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
   window.receiver.cmdGPSAction.Press();
   ASSERT_TRUE(window.GpsRunning()) << verbose.txtLog.Text();
 
-  terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n");
+  ASSERT_TRUE(terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n"));
   ASSERT_TRUE(RunUntil([&] { return window.Fix().FixMode == 3; }));
   EXPECT_NEAR(window.Fix().Latitude, 43.73970, 1e-5);
   EXPECT_NEAR(window.Fix().Longitude, 7.42417, 1e-5);
   EXPECT_DOUBLE_EQ(window.Fix().Elevation, 42.0);
 
-  terminal.Send("ASTRAL GPS v1.0 ");
+  ASSERT_TRUE(terminal.Send("ASTRAL GPS v1.0 "));
   std::string answer;
   ASSERT_TRUE(
       RunUntil([&] { return (answer += terminal.Received()).find("\r\n") != std::string::npos; }));
