@@ -115,3 +115,55 @@ TEST_F(Playback, AFileThatCannotBeOpenedIsReportedAndPlaysNothing) {
 
 }  // namespace
 }  // namespace orvo::gps
+
+namespace orvo::gps {
+namespace {
+
+struct PlaybackWindow : ::testing::Test, orvo::testing::MainWindowFixture {
+  PlaybackWindow() { window->Show(); }
+  std::filesystem::path Write(const std::string& name, const std::string& text) {
+    const auto path = folder.Path() / name;
+    std::ofstream(path, std::ios::binary) << text;
+    return path;
+  }
+  frmPlayback& playback = window->Playback();
+};
+
+TEST_F(PlaybackWindow, OpeningAFileWhilePlayingPlaysTheNewFileFromItsStart) {
+  ASSERT_TRUE(playback.OpenFile(Write("first.nmea", std::string(1000, 'a'))));
+  playback.cmdPlay.UserClick();
+  scheduler.Advance(Milliseconds(400));
+  EXPECT_EQ(playback.Position(), 192);
+  dialogs.QueueFile((folder.Path() / "second.nmea").string());
+  Write("second.nmea", std::string(500, 'b'));
+  playback.cmdOpen.UserClick();
+  EXPECT_EQ(playback.Caption(), "Playback - second.nmea");
+  EXPECT_EQ(playback.Position(), 0);
+  EXPECT_EQ(playback.Length(), 500);
+  EXPECT_TRUE(playback.Timer1.TimerEnabled()) << "still playing";
+  scheduler.Advance(Milliseconds(200));
+  EXPECT_EQ(playback.Position(), 96);
+
+  playback.cmdStop.UserClick();
+  ASSERT_TRUE(playback.OpenFile(Write("third.nmea", "abc")));
+  EXPECT_FALSE(playback.Timer1.TimerEnabled()) << "stopped stays stopped";
+  EXPECT_TRUE(playback.cmdPlay.Enabled());
+}
+
+TEST_F(PlaybackWindow, FollowsTheMainWindowsAlwaysOnTop) {
+  playback.Start();
+  EXPECT_TRUE(playback.TopMost()) << "copied when it opens (on by default)";
+  for (const int value : {0, 1, 0}) {
+    window->chkAlwaysTop.SetValue(value);
+    EXPECT_EQ(window->TopMost(), value == 1);
+    EXPECT_EQ(playback.TopMost(), value == 1);
+  }
+  playback.Unload();
+  window->chkAlwaysTop.SetValue(1);
+  EXPECT_FALSE(playback.TopMost()) << "a closed window is not touched";
+  playback.Start();
+  EXPECT_TRUE(playback.TopMost());
+}
+
+}  // namespace
+}  // namespace orvo::gps
