@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "addin/frmShortKeyFlash.hpp"
+#include "host/map/MapView.hpp"
 #include "tests/addin/MainWindowFixture.hpp"
 
 namespace orvo::addin {
@@ -150,6 +151,33 @@ TEST_F(Keyboard, TypingIntoTheTextBoxesTriggersNothing) {
   Press(32);
   Press(191);
   EXPECT_FALSE(Flash()) << "keys outside 33..190 are ignored";
+}
+
+TEST_F(Keyboard, XAndZZoomTheMapBesideOrvo) {
+  host::map::MapView view(desktop);
+  view.SetInitialView(43.7384, 7.4246, 14);
+  tracking::MapViewActions actions(view);
+  window->UseMapActions(actions);
+  const std::vector<std::pair<int, double>> keysToZoom = {{'Z', 15}, {'Z', 16}, {'X', 15},
+                                                          {'X', 14}, {'X', 13}};
+  for (const auto& [key, zoom] : keysToZoom) {
+    Press(key, 1);
+    EXPECT_DOUBLE_EQ(view.State().zoom, zoom) << "key " << static_cast<char>(key);
+  }
+  EXPECT_FALSE(Flash()) << "zooming flashes nothing";
+}
+
+TEST_F(Keyboard, CompassKeysReachTheMapActions) {
+  Press('C');
+  Press('P');
+  EXPECT_EQ(map.locates, 1);
+  EXPECT_EQ(map.pins, 1);
+  window->mnuCompassLocate.SetEnabled(false);
+  window->mnuCompassPushAPin.SetEnabled(false);
+  Press('C');
+  Press('P');
+  EXPECT_EQ(map.locates, 1) << "a disabled menu item is skipped";
+  EXPECT_EQ(map.pins, 1);
 }
 
 }  // namespace
