@@ -52,11 +52,11 @@ frmAddIn::frmAddIn(MainWindowServices services)
       // Where a first start puts the window: beside the map at the page's right edge.
       placement_(*this, services.settings,
                  [this](host::ui::ViewportPixels viewport) {
-                   return settings::FormPlacement::Point(
-                       std::max(0, viewport.width - Width() - 12), 44);
+                   return settings::FormPlacement::Point(std::max(0, viewport.width - Width() - 12),
+                                                         44);
                  }),
       playback_(std::make_unique<gps::frmPlayback>(services.desktop, services.settings,
-                                                  static_cast<gps::PlaybackOwner&>(*this))) {
+                                                   static_cast<gps::PlaybackOwner&>(*this))) {
   LayOut();
   WireHandlers();
 }

@@ -19,6 +19,7 @@
 #include "settings/WindowPlacement.hpp"
 #include "tracking/MagneticDeclination.hpp"
 #include "tracking/MapActions.hpp"
+#include "tracking/MapTracking.hpp"
 #include "tracking/ReadingsPanel.hpp"
 #include "tracking/StatusPanel.hpp"
 #include "tracking/TraceOptions.hpp"

@@ -130,7 +130,8 @@ void frmAddIn::LayOut() {
   onTab(s.lnSkyEastWest, kTabSatellite, 0, 0, 0, 0);
   s.lnSkyEastWest.SetStart(kSkyX - kHorizon, kSkyY);
   s.lnSkyEastWest.SetEnd(kSkyX + kHorizon, kSkyY);
-  for (auto* line : {&s.lnSkyNorthSouth, &s.lnSkyEastWest}) line->SetBorderColor(Rgb(192, 192, 192));
+  for (auto* line : {&s.lnSkyNorthSouth, &s.lnSkyEastWest})
+    line->SetBorderColor(Rgb(192, 192, 192));
   onTab(s.lnSaDir, kTabSatellite, 0, 0, 0, 0);
   s.lnSaDir.SetStart(kSkyX, kSkyY);
   s.lnSaDir.SetEnd(kSkyX, kSkyY - tracking::StatusPanel::kHeadingLineTwips);

@@ -297,8 +297,8 @@ int RunOnSerial(const ParseOptions& options) {
     session->comNMEA_OnComm(eventCode);
     while (!io.stopped() && session->Intake().HasCompleteSentence()) session->ProcessData("");
   });
-  const auto failure = session->Start(
-      gps::ReceiverSettings{std::to_string(kPortNumber), options.baud, options.dtr});
+  const auto failure =
+      session->Start(gps::ReceiverSettings{std::to_string(kPortNumber), options.baud, options.dtr});
   if (failure) {
     std::cerr << "orvo parse: " << *options.serialDevice << ": Can't open comm port: " << *failure
               << '\n';

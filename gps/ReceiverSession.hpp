@@ -21,8 +21,8 @@ namespace orvo::gps {
 inline constexpr int kPortCount = 8;
 
 struct ReceiverSettings {
-  std::string portText;     // the port number as the user wrote it
-  std::string settings;     // "baud,parity,data,stop", passed on unchanged
+  std::string portText;  // the port number as the user wrote it
+  std::string settings;  // "baud,parity,data,stop", passed on unchanged
   bool dtr = false;
 };
 

@@ -21,9 +21,8 @@ frmPlayback::frmPlayback(host::ui::Desktop& desktop, settings::SettingsStore& se
       Timer1(*this, "Timer1", desktop.GetScheduler()),
       owner_(owner),
       // Where a first start puts it: at the page's lower left, clear of the main window.
-      placement_(*this, settings, [](host::ui::ViewportPixels) {
-        return settings::FormPlacement::Point(12, 520);
-      }) {
+      placement_(*this, settings,
+                 [](host::ui::ViewportPixels) { return settings::FormPlacement::Point(12, 520); }) {
   cmdOpen.Place(120, 120, 1380, 400);
   cmdOpen.SetCaption("&Open...");
   cmdPlay.Place(1620, 120, 1380, 400);

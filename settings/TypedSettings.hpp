@@ -40,8 +40,7 @@ class TypedSettings {
 
  private:
   template <class Value, class Convert>
-  Value Read(const char* section, const char* key, const char* defaultText,
-             Convert convert) const;
+  Value Read(const char* section, const char* key, const char* defaultText, Convert convert) const;
 
   SettingsStore& store_;
   host::platform::NumberLocale locale_;

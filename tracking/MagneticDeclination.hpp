@@ -18,8 +18,7 @@ class DeclinationLookup {
   };
   virtual ~DeclinationLookup() = default;
   // At a place (decimal degrees) on a local date and time.
-  virtual Result Declination(double latitude, double longitude,
-                             host::platform::DateValue when) = 0;
+  virtual Result Declination(double latitude, double longitude, host::platform::DateValue when) = 0;
 };
 
 class ModelDeclination final : public DeclinationLookup {

@@ -160,7 +160,8 @@ ReadingsPanel::TextWithSuffix ReadingsPanel::FormatLatLng(bool isLatitude) const
       if (isLatitude)
         return {Cut(fix_.LatText, 0, 2) + "\u00B0" + Cut(fix_.LatText, 2, 6) + fix_.LatHemisphere,
                 ""};
-      return {Cut(fix_.LngText, 0, 3) + "\u00B0" + Cut(fix_.LngText, 3, 6) + fix_.LngHemisphere, ""};
+      return {Cut(fix_.LngText, 0, 3) + "\u00B0" + Cut(fix_.LngText, 3, 6) + fix_.LngHemisphere,
+              ""};
     case 1:
       return {FormatNumber(isLatitude ? fix_.Latitude : fix_.Longitude, "###0.00000", locale_),
               " \u00B0 "};

@@ -106,8 +106,8 @@ void StatusPanel::DrawSkyPlot() {
     if (!elevation) continue;
     // A slot reported without an azimuth sits as if at azimuth 0.
     const double azimuth = fix_.SatAzimuth[slot].value_or(0);
-    const auto [xTwips, yTwips] = PointOnBearing(kSkyCentreX, kSkyCentreY,
-                                                 (90 - *elevation) * kTwipsPerDegree, azimuth);
+    const auto [xTwips, yTwips] =
+        PointOnBearing(kSkyCentreX, kSkyCentreY, (90 - *elevation) * kTwipsPerDegree, azimuth);
     const auto x = static_cast<int>(host::platform::RoundHalfEven(xTwips));
     const auto y = static_cast<int>(host::platform::RoundHalfEven(yTwips));
     if (x <= 0) continue;  // only below the horizon

@@ -158,8 +158,8 @@ TEST_F(Keyboard, XAndZZoomTheMapBesideOrvo) {
   view.SetInitialView(43.7384, 7.4246, 14);
   tracking::MapViewActions actions(view);
   window->UseMapActions(actions);
-  const std::vector<std::pair<int, double>> keysToZoom = {{'Z', 15}, {'Z', 16}, {'X', 15},
-                                                          {'X', 14}, {'X', 13}};
+  const std::vector<std::pair<int, double>> keysToZoom = {
+      {'Z', 15}, {'Z', 16}, {'X', 15}, {'X', 14}, {'X', 13}};
   for (const auto& [key, zoom] : keysToZoom) {
     Press(key, 1);
     EXPECT_DOUBLE_EQ(view.State().zoom, zoom) << "key " << static_cast<char>(key);

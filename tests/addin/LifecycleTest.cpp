@@ -60,7 +60,8 @@ TEST(MainWindowLifecycle, ClosingAndReopeningTheSameWindowKeepsTheReceiverRunnin
     EXPECT_EQ(gpsStart(), "True") << "round " << round;
     EXPECT_EQ(main->Fix().FixMode, 0);
 
-    ASSERT_TRUE(terminal.Send("$GPRMC,120000,A,4344.3820,N,00725.4500,E,12.5,90.0,211126,,*00\r\n"));
+    ASSERT_TRUE(
+        terminal.Send("$GPRMC,120000,A,4344.3820,N,00725.4500,E,12.5,90.0,211126,,*00\r\n"));
     connect.ShowCtrl();
     ASSERT_EQ(connect.MainWindow(), main) << "the same window object";
     EXPECT_TRUE(port.IsOpen()) << "round " << round << ": the load starts the receiver again";
@@ -154,18 +155,21 @@ class FailingWindow final : public frmAddIn {
 };
 
 TEST_F(Lifecycle, ConnectionEventsTrapAndLogTheirFailures) {
-  Connect failing(desktop, store, [this]() -> std::unique_ptr<frmAddIn> {
-    return std::make_unique<FailingWindow>(
-        MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination});
-  }, [this](std::string_view text) { verbose.Log(text, true); });
+  Connect failing(
+      desktop, store,
+      [this]() -> std::unique_ptr<frmAddIn> {
+        return std::make_unique<FailingWindow>(
+            MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination});
+      },
+      [this](std::string_view text) { verbose.Log(text, true); });
   failing.ShowCtrl();
   EXPECT_NO_THROW(failing.AddinInstance_OnDisconnection());
   EXPECT_TRUE(Logged(verbose, "AddinInstance_OnDisconnection: unload failed"));
   EXPECT_EQ(store.GetSetting("Settings", "DisplayOnConnect", ""), "1");
 
-  Connect unmade(desktop, store, []() -> std::unique_ptr<frmAddIn> {
-    throw std::runtime_error("no window");
-  }, [this](std::string_view text) { verbose.Log(text, true); });
+  Connect unmade(
+      desktop, store, []() -> std::unique_ptr<frmAddIn> { throw std::runtime_error("no window"); },
+      [this](std::string_view text) { verbose.Log(text, true); });
   EXPECT_NO_THROW(unmade.ShowCtrl());
   EXPECT_TRUE(Logged(verbose, "ShowCtrl: no window"));
 }
@@ -184,7 +188,8 @@ TEST_F(Lifecycle, ACaptureFileThatStopsTakingTextIsLoggedOnceAndTheStreamGoesOn)
   const std::string& log = verbose.txtLog.Text();
   const auto first = log.find("ProcessData: capture: ");
   ASSERT_NE(first, std::string::npos) << log;
-  EXPECT_EQ(log.find("ProcessData: capture: ", first + 1), std::string::npos) << "once, not per chunk";
+  EXPECT_EQ(log.find("ProcessData: capture: ", first + 1), std::string::npos)
+      << "once, not per chunk";
 }
 
 }  // namespace

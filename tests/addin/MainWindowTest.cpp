@@ -118,7 +118,8 @@ TEST_F(MainWindow, ReceiverStartsStopsAndReportsPortsThatCannotOpen) {
   port.failClose = true;
   window->receiver.cmdGPSAction.UserClick();
   EXPECT_EQ(dialogs.Prompts(), std::vector<std::string>{"Can't close comm port"});
-  EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Stop &GPS") << "a failed stop keeps the Running look";
+  EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Stop &GPS")
+      << "a failed stop keeps the Running look";
   EXPECT_FALSE(window->Timer1.TimerEnabled());
 }
 
@@ -156,7 +157,8 @@ TEST_F(MainWindow, CaptureRefusesBadNamesAndKeepsEveryChunkExactly) {
             std::vector<std::string>{"Please specify a output file name first."});
   dialogs.Forget();
 
-  window->receiver.txtRecOutFileName.SetText((folder.Path() / "no-such-folder" / "x.nmea").string());
+  window->receiver.txtRecOutFileName.SetText(
+      (folder.Path() / "no-such-folder" / "x.nmea").string());
   window->receiver.chkRecord.UserClick();
   EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
   EXPECT_EQ(dialogs.Prompts(),

@@ -16,9 +16,9 @@
 #include "addin/frmVerbose.hpp"
 #include "host/serial/AsioSerialPort.hpp"
 #include "host/ui/Desktop.hpp"
+#include "tests/BuildPaths.hpp"
 #include "tests/PseudoTerminal.hpp"
 #include "tests/TempFolder.hpp"
-#include "tests/BuildPaths.hpp"
 
 namespace orvo::gps {
 namespace {

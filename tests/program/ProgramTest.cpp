@@ -168,8 +168,8 @@ TEST_F(OrvoProgram, ASecondCtrlCAnswersTheQuestionsOfTheClosingItself) {
   beast::websocket::stream<asio::ip::tcp::socket> page(io);
   page.next_layer().connect({asio::ip::make_address("127.0.0.1"), *port});
   const std::string host = "127.0.0.1:" + std::to_string(*port);
-  page.set_option(beast::websocket::stream_base::decorator(
-      [host](beast::websocket::request_type& request) {
+  page.set_option(
+      beast::websocket::stream_base::decorator([host](beast::websocket::request_type& request) {
         request.set(beast::http::field::origin, "http://" + host);
       }));
   page.handshake(host, "/ws");

@@ -49,8 +49,8 @@ TEST_F(Panels, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
   window.reset();
   window = std::make_unique<addin::frmAddIn>(
       addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination, [] {
-                           return host::platform::NumberLocale{",", "."};
-                         }});
+                                  return host::platform::NumberLocale{",", "."};
+                                }});
   window->Show();
   window->readings.SetUnitSpeed(1);
   window->readings.SetUnitElv(1);
@@ -61,7 +61,8 @@ TEST_F(Panels, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
       "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
   window->RefreshTick();
   EXPECT_EQ(window->readings.FormatSpeed(), "185,2");
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0") << "a literal '.' is looked for, on purpose";
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0")
+      << "a literal '.' is looked for, on purpose";
   EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "0");
   EXPECT_EQ(window->readings.lbElv[0].Caption(), "1.234,5 m");
   EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11,51667 \u00B0 ");
@@ -145,7 +146,8 @@ TEST_F(Panels, SkyPlotAndSatelliteListDrawWhatTheReceiverReports) {
   EXPECT_EQ(window->status.txtSaInfo.Text(),
             "Id Db Azm El\r\n01 40 045 90 \r\n02 -- 090 00 \r\n03 00 180 00 \r\n"
             "04 -- 270 45 \r\n05 33 --- -- \r\n17 -- --- -- \r\nHDOP=1.2\r\n");
-  EXPECT_EQ(window->status.txtSaInfo.SelLength(), static_cast<int>(window->status.txtSaInfo.Text().size()));
+  EXPECT_EQ(window->status.txtSaInfo.SelLength(),
+            static_cast<int>(window->status.txtSaInfo.Text().size()));
 }
 
 }  // namespace
