@@ -6,21 +6,30 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <boost/asio/io_context.hpp>
 
 #include "host/map/MapView.hpp"
+#include "host/platform/Clock.hpp"
+#include "host/serial/SerialPort.hpp"
 #include "host/ui/Desktop.hpp"
+#include "tracking/MagneticDeclination.hpp"
 
 namespace orvo::addin {
 
+// What the program gives ORVO: the platform's implementations (made in app/) behind their
+// interfaces, and the host's parts. New host parts go at the end, with a default.
 struct HostServices {
   boost::asio::io_context& io;
   host::ui::Scheduler& scheduler;
   host::ui::Desktop& desktop;
-  std::filesystem::path configFolder;       // where ORVO.ini lives
-  std::optional<std::string> serialDevice;  // --serial: the device for the configured port
-  std::optional<std::string> replayFile;    // --replay: open the playback window with it
+  host::platform::SystemClock& clock;
+  host::platform::TimeZoneSource& timeZone;
+  host::serial::SerialPort& serialPort;
+  tracking::DeclinationLookup& declination;
+  std::filesystem::path configFolder;     // where ORVO.ini lives
+  std::optional<std::string> replayFile;  // --replay: open the playback window with it
   std::string regionName = "monaco";
   std::function<void()> requestQuit;      // ends the program in an orderly way
   host::map::MapView* mapView = nullptr;  // the map beside ORVO, when there is one
@@ -35,6 +44,8 @@ class AddinSession {
 
   // Runs the disconnection (the main window's unload saves the settings). Idempotent.
   void Shutdown();
+  // The diagnostic log, for the platform's parts made outside the session.
+  void Log(std::string_view text);
 
  private:
   struct Parts;

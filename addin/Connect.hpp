@@ -3,6 +3,7 @@
 // and opens the main window on demand.
 #include <functional>
 #include <memory>
+#include <string_view>
 
 #include "addin/frmAddIn.hpp"
 
@@ -13,8 +14,11 @@ class Connect {
   // Makes the main window when it is first needed.
   using MainWindowFactory = std::function<std::unique_ptr<frmAddIn>()>;
 
+  using DiagnosticSink = std::function<void(std::string_view)>;
+
+  // The connection events trap their own errors and end quietly; `diagnostics` hears of them.
   Connect(host::ui::Desktop& desktop, settings::SettingsStore& settings,
-          MainWindowFactory makeMainWindow);
+          MainWindowFactory makeMainWindow, DiagnosticSink diagnostics = {});
   ~Connect();
 
   void AddinInstance_OnConnection();
@@ -28,7 +32,10 @@ class Connect {
  private:
   host::ui::Desktop& desktop_;
   settings::SettingsStore& settings_;
+  void Trapped(const char* procedure, const std::function<void()>& action) const;
+
   MainWindowFactory makeMainWindow_;
+  DiagnosticSink diagnostics_;
   std::unique_ptr<frmAddIn> mainWindow_;
   bool displayOnConnect_ = false;
 };

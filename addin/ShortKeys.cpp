@@ -74,11 +74,9 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
 
   switch (keyCode) {
     case kPageUp:
-      if (guidanceStep) guidanceStep(-1);
-      return;
+      return guidance_->GuidanceStep(-1);
     case kPageDown:
-      if (guidanceStep) guidanceStep(+1);
-      return;
+      return guidance_->GuidanceStep(+1);
     case k1:
     case kT:
       return SSTab.SetTab(kTabTracking);
@@ -92,12 +90,12 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
     case kS:
       return SSTab.SetTab(kTabSettings);
     case kC:
-      if (mnuCompassLocate.Enabled() && locateCurrentPosition) locateCurrentPosition();
+      if (mnuCompassLocate.Enabled()) mapActions_->LocateCurrentPosition();
       return;
     case kG:
-      if (!cmdGPSAction.Enabled()) return;
-      cmdGPSAction.Press();
-      return FlashKey("GPS", gpsRunning_ ? "Started" : "Stoped");
+      if (!receiver.cmdGPSAction.Enabled()) return;
+      receiver.cmdGPSAction.Press();
+      return FlashKey("GPS", receiver.GpsRunning() ? "Started" : "Stoped");
     case kI:
       Toggle(chkTrail);
       return FlashOnOff("Plot Trail", chkTrail);
@@ -114,7 +112,7 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
       if (chkAlwaysTop.onClick) chkAlwaysTop.onClick();
       return;
     case kP:
-      if (mnuCompassPushAPin.Enabled() && pushPinHere) pushPinHere();
+      if (mnuCompassPushAPin.Enabled()) mapActions_->PushPinHere();
       return;
     case kR:
       if (!tmrDoubleClick.TimerEnabled()) {
@@ -122,15 +120,16 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
         return;
       }
       tmrDoubleClick.SetTimerEnabled(false);
-      offTrackRecalc_ = !offTrackRecalc_;
-      if (updateAutoRecalc) updateAutoRecalc();
-      return FlashKey("Off-track re-calc", offTrackRecalc_ ? "ON" : "OFF");
+      {
+        bool& offTrackRecalc = guidance_->State().offTrackRecalc;
+        offTrackRecalc = !offTrackRecalc;
+        guidance_->UpdateAutoRecalc();
+        return FlashKey("Off-track re-calc", offTrackRecalc ? "ON" : "OFF");
+      }
     case kX:
-      if (zoomMap) zoomMap(-1);
-      return;
+      return mapActions_->ZoomMap(-1);
     case kZ:
-      if (zoomMap) zoomMap(+1);
-      return;
+      return mapActions_->ZoomMap(+1);
     case kKeypadPlus:
     case kEqualsPlus:
       if (chkTrkOnMap.Value() == 1 && sclTrackFactor.Value() < sclTrackFactor.Max())
@@ -142,9 +141,9 @@ void frmAddIn::HandleShortKey(int keyCode, int /*shift*/) {
         sclTrackFactor.SetValue(sclTrackFactor.Value() - 1);
       return flashTrackFactor();
     case kF5:
-      Toggle(chkRecord);
-      if (chkRecord.onClick) chkRecord.onClick();
-      return FlashOnOff("NMEA Capture", chkRecord);
+      Toggle(receiver.chkRecord);
+      if (receiver.chkRecord.onClick) receiver.chkRecord.onClick();
+      return FlashOnOff("NMEA Capture", receiver.chkRecord);
     case kF7:
       Toggle(chkGuidance);
       if (chkGuidance.onClick) chkGuidance.onClick();

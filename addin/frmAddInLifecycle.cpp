@@ -3,62 +3,67 @@
 #include "addin/frmAbout.hpp"
 #include "addin/frmAddIn.hpp"
 #include "addin/frmShortKeyFlash.hpp"
-#include "settings/WindowPlacement.hpp"
 
 namespace orvo::addin {
 
+// The host may show the same window object again after the user closed it: every load starts
+// from the controls as a fresh window has them, and runs all its steps again.
 void frmAddIn::OnLoad() {
+  receiver.ShowStopped();
+  tmrDoubleClick.SetTimerEnabled(false);
+  SSTab.SetTab(kTabTracking);
+
   numberLocale_ = services_.numberLocale();
+  readings.SetNumberLocale(numberLocale_);
   LoadSettings();
-  intake_.SetLenDetectRepeat(lenDetectRepeat_);
+  session_.ResetGpsFix();
   Timer1.SetTimerEnabled(false);
   RefreshVisibleTab();
-  if (gpsRunning_) cmdGPSAction.Press();
+  if (receiver.GpsRunning()) receiver.cmdGPSAction.Press();
   lblVersionNo.SetCaption("Version " + VersionText());
-  // Where a first start puts the window: beside the map at the page's right edge.
-  const auto viewport = services_.desktop.Viewport();
-  Move(std::max(0, viewport.width - Width() - 12), 44);
-  settings::LoadFormLoc(*this, services_.settings);
+  placement_.LoadFormLoc();
 }
 
 void frmAddIn::OnUnload() {
-  if (gmStop) gmStop(true);
-  settings::SaveFormLoc(*this, services_.settings);
-  try {
-    services_.serialPort.Close();
-  } catch (const std::exception& error) {
-    LogDiagnostic("Form_Unload", error.what());
-  }
+  const auto step = [this](const char* procedure, const auto& action) {
+    try {
+      action();
+    } catch (const std::exception& error) {
+      LogDiagnostic(procedure, error.what());
+    }
+  };
+  step("GMStop", [this] { guidance_->GMStop(true); });
+  placement_.SaveFormLoc();
+  session_.ClosePort();
   Timer1.SetTimerEnabled(false);
-  if (clearTrailOnUnload) clearTrailOnUnload();
+  step("ClearTrail", [this] { mapTracking_->ClearTrailOnUnload(); });
   SaveSettings();
   if (flash_) flash_->Unload();
-  if (unloadOtherWindows) unloadOtherWindows();
+  playback_->Unload();
+  step("Form_Unload", [this] { guidance_->UnloadWindows(); });
+}
+
+template <class Step>
+void frmAddIn::TickStep(const char* procedure, Step step) {
+  try {
+    step();
+  } catch (const std::exception& error) {
+    LogDiagnostic(procedure, error.what());
+  }
 }
 
 void frmAddIn::RefreshTick() {
-  ComputeDisplayHeading();
-  RefreshVisibleTab();
-  if (updatePositionOnMap) updatePositionOnMap();
-  if (chkGuidance.Value() == 1 && guidanceTick) guidanceTick();
-}
-
-void frmAddIn::RefreshVisibleTab() {
-  switch (SSTab.Tab()) {
-    case kTabTracking:
-      return UpdateTrackTab();
-    case kTabSatellite:
-      return UpdateSatTab();
-    default:
-      return;
-  }
+  TickStep("DisplayHeading", [this] { readings.ComputeDisplayHeading(); });
+  TickStep("RefreshVisibleTab", [this] { status.RefreshVisibleTab(); });
+  TickStep("UpdatePositionOnMap", [this] { mapTracking_->UpdatePositionOnMap(); });
+  if (chkGuidance.Value() == 1) TickStep("GuidanceTick", [this] { guidance_->GuidanceTick(); });
 }
 
 void frmAddIn::ShowAbout() {
   settings::ClearTopMost(*this);
   frmAbout about(services_.desktop);
   about.ShowModal();
-  if (chkAlwaysTop.Value() == 1) settings::SetTopMost(*this);
+  settings::ApplyAlwaysOnTop(*this, chkAlwaysTop.Value());
 }
 
 }  // namespace orvo::addin

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -18,17 +19,14 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
-#include "addin/frmAddIn.hpp"
-#include "addin/frmVerbose.hpp"
 #include "gps/FixJson.hpp"
 #include "gps/NmeaIntake.hpp"
 #include "gps/NmeaParser.hpp"
+#include "gps/ReceiverSession.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/platform/DateValue.hpp"
 #include "host/platform/Numeric.hpp"
 #include "host/serial/AsioSerialPort.hpp"
-#include "host/ui/Desktop.hpp"
-#include "settings/SettingsStore.hpp"
 
 namespace orvo::app {
 namespace {
@@ -139,6 +137,17 @@ class SentencePrinter final : public gps::IntakeListener {
  private:
   std::ostream& out_;
   const gps::NmeaParser& parser_;
+};
+
+// Hands each sentence of a live receiver to `print` as it comes.
+class LivePrinter final : public gps::IntakeListener {
+ public:
+  explicit LivePrinter(std::function<void(std::string_view)> print) : print_(std::move(print)) {}
+  void OnSentence(std::string_view sentence) override { print_(sentence); }
+  bool IsRefreshAutomatic() const override { return true; }
+
+ private:
+  std::function<void(std::string_view)> print_;
 };
 
 // Puts back the CR before every LF that lacks one, also across block boundaries.
@@ -265,41 +274,34 @@ int RunOnStream(const ParseOptions& options) {
 // sentence as it arrives until --count sentences came or the program is interrupted.
 int RunOnSerial(const ParseOptions& options) {
   boost::asio::io_context io;
-  host::ui::AsioScheduler scheduler(io);
-  host::ui::ConsoleDialogs dialogs(std::cerr, "orvo parse: ");
-  host::ui::Desktop desktop(scheduler, dialogs);
-  // Nothing is loaded from or saved to the user's settings: the window is never loaded.
-  settings::SettingsStore settings(std::filesystem::path{});
-  addin::frmVerbose verbose(desktop, "/dev/null");
+  const auto report = [](std::string_view message) {
+    std::cerr << "orvo parse: " << message << '\n';
+  };
   host::platform::LinuxSystemClock clock;
   host::platform::LinuxTimeZoneSource timeZone;
-  host::serial::AsioSerialPort port(
-      io, [](std::string_view message) { std::cerr << "orvo parse: " << message << '\n'; });
+  host::serial::AsioSerialPort port(io, report);
   constexpr int kPortNumber = 1;
   port.SetDevicePathOverride(kPortNumber, *options.serialDevice);
-  addin::frmAddIn window(
-      addin::MainWindowServices{desktop, settings, verbose, clock, timeZone, port, {}});
-  window.cboPort.SetText(std::to_string(kPortNumber));
-  window.txtBaud.SetText(options.baud);
-  window.chkDTR.SetValue(options.dtr ? 1 : 0);
-  window.sclRefreshRate.SetValue(0);
-  window.Intake().SetLenDetectRepeat(options.lenDetectRepeat.value_or(INT32_MAX));
 
   std::int64_t printed = 0;
-  window.onSentence = [&](std::string_view sentence) {
-    gps::WriteSentenceRecord(std::cout, sentence, window.Fix());
+  std::optional<gps::ReceiverSession> session;
+  LivePrinter printer([&](std::string_view sentence) {
+    gps::WriteSentenceRecord(std::cout, sentence, session->Fix());
     std::cout.flush();
     if (options.count && ++printed >= *options.count) io.stop();
-  };
-  // After the window has taken its one sentence of a chunk, the rest are printed at once too.
-  port.SetOnComm([&](int eventCode) {
-    window.comNMEA_OnComm(eventCode);
-    while (!io.stopped() && window.Intake().HasCompleteSentence()) window.ProcessData("");
   });
-  window.cmdGPSAction_Click();
-  if (!window.GpsRunning()) {
-    std::cerr << "orvo parse: " << *options.serialDevice << ": "
-              << verbose.txtLog.Text().substr(0, verbose.txtLog.Text().find('\r')) << '\n';
+  session.emplace(port, timeZone, clock, &printer, report);
+  session->Intake().SetLenDetectRepeat(options.lenDetectRepeat.value_or(INT32_MAX));
+  // After the session has taken its one sentence of a chunk, the rest are printed at once too.
+  port.SetOnComm([&](int eventCode) {
+    session->comNMEA_OnComm(eventCode);
+    while (!io.stopped() && session->Intake().HasCompleteSentence()) session->ProcessData("");
+  });
+  const auto failure =
+      session->Start(gps::ReceiverSettings{std::to_string(kPortNumber), options.baud, options.dtr});
+  if (failure) {
+    std::cerr << "orvo parse: " << *options.serialDevice << ": Can't open comm port: " << *failure
+              << '\n';
     return 1;
   }
   boost::asio::signal_set signals(io, SIGINT, SIGTERM);

@@ -13,14 +13,18 @@
 
 #include "addin/AddinSession.hpp"
 #include "app/Commands.hpp"
+#include "gps/ReceiverSession.hpp"
 #include "host/map/MapView.hpp"
 #include "host/map/MbTiles.hpp"
 #include "host/map/Region.hpp"
 #include "host/platform/AppFolder.hpp"
+#include "host/platform/Clock.hpp"
+#include "host/serial/AsioSerialPort.hpp"
 #include "host/ui/Desktop.hpp"
 #include "host/ui/PageDialogs.hpp"
 #include "host/ui/Scheduler.hpp"
 #include "host/ui/WebBridge.hpp"
+#include "tracking/MagneticDeclination.hpp"
 
 namespace orvo::app {
 namespace {
@@ -192,7 +196,8 @@ class Program {
         desktop_(scheduler_, dialogs_),
         mapView_(desktop_),
         bridge_(io_, desktop_, BridgeOptions(options)),
-        signals_(io_, SIGINT, SIGTERM) {
+        signals_(io_, SIGINT, SIGTERM),
+        serialPort_(io_, [this](std::string_view text) { Log(text); }) {
     const auto log = [](std::string_view text) { std::clog << "orvo: " << text << '\n'; };
     dialogs_.diagnostics = log;
     desktop_.diagnostics = log;
@@ -202,6 +207,10 @@ class Program {
     desktop_.extraEvents = [this](const Json& event) { return ExtraEvent(event); };
     bridge_.AddSnapshotPart([this](Json& snapshot) { dialogs_.AddToSnapshot(snapshot); });
     bridge_.AddSnapshotPart([this](Json& snapshot) { mapView_.AddToSnapshot(snapshot); });
+    // --serial names the receiver's device whatever port number the user chose.
+    if (options.serialDevice)
+      for (int port = 1; port <= gps::kPortCount; ++port)
+        serialPort_.SetDevicePathOverride(port, *options.serialDevice);
   }
 
   int Run() {
@@ -225,9 +234,18 @@ class Program {
     }
     WaitForSignal();
 
-    services_.emplace(addin::HostServices{io_, scheduler_, desktop_, options_.configFolder,
-                                          options_.serialDevice, options_.replayFile,
-                                          options_.region, [this] { RequestQuit(); }, &mapView_});
+    services_.emplace(addin::HostServices{.io = io_,
+                                          .scheduler = scheduler_,
+                                          .desktop = desktop_,
+                                          .clock = clock_,
+                                          .timeZone = timeZone_,
+                                          .serialPort = serialPort_,
+                                          .declination = declination_,
+                                          .configFolder = options_.configFolder,
+                                          .replayFile = options_.replayFile,
+                                          .regionName = options_.region,
+                                          .requestQuit = [this] { RequestQuit(); },
+                                          .mapView = &mapView_});
     session_.emplace(*services_);
     std::cout << "ORVO is running at " << bridge_.Url() << std::endl;
 
@@ -242,6 +260,14 @@ class Program {
     bridge.port = options.port;
     bridge.token = options.token;
     return bridge;
+  }
+
+  // Until ORVO's own log exists, the platform's parts report to standard error.
+  void Log(std::string_view text) {
+    if (session_)
+      session_->Log(text);
+    else
+      std::clog << "orvo: " << text << '\n';
   }
 
   bool ExtraEvent(const Json& event) {
@@ -300,6 +326,10 @@ class Program {
   host::map::MapView mapView_;
   host::ui::WebBridge bridge_;
   asio::signal_set signals_;
+  host::platform::LinuxSystemClock clock_;
+  host::platform::LinuxTimeZoneSource timeZone_;
+  host::serial::AsioSerialPort serialPort_;
+  tracking::ModelDeclination declination_;
   std::optional<addin::HostServices> services_;
   std::optional<addin::AddinSession> session_;
   bool quitRequested_ = false;

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
-#include "addin/frmAddIn.hpp"
 #include "gps/Capture.hpp"
 #include "host/platform/Numeric.hpp"
 #include "host/ui/Desktop.hpp"
-#include "settings/WindowPlacement.hpp"
 
 namespace orvo::gps {
 
-frmPlayback::frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow)
+frmPlayback::frmPlayback(host::ui::Desktop& desktop, settings::SettingsStore& settings,
+                         PlaybackOwner& owner)
     : Window(desktop, "frmPlayback", "Playback", 330, 150),
       cmdOpen(*this, "cmdOpen"),
       cmdPlay(*this, "cmdPlay"),
@@ -20,7 +19,10 @@ frmPlayback::frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow
       scrSpeed(*this, "scrSpeed", host::ui::ScrollBar::Orientation::Horizontal),
       lblSpeed(*this, "lblSpeed"),
       Timer1(*this, "Timer1", desktop.GetScheduler()),
-      main_(mainWindow) {
+      owner_(owner),
+      // Where a first start puts it: at the page's lower left, clear of the main window.
+      placement_(*this, settings,
+                 [](host::ui::ViewportPixels) { return settings::FormPlacement::Point(12, 520); }) {
   cmdOpen.Place(120, 120, 1380, 400);
   cmdOpen.SetCaption("&Open...");
   cmdPlay.Place(1620, 120, 1380, 400);
@@ -31,8 +33,6 @@ frmPlayback::frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow
   scrFPos.SetRange(0, 0);
   lblFPos.Place(120, 960, 4620, 270);
   scrSpeed.Place(120, 1380, 3000, 270);
-  // Where a first start puts it: at the page's lower left, clear of the main window.
-  Move(12, 520);
   scrSpeed.SetRange(0, kMaxSpeed);
   scrSpeed.SetChanges(1200, 9600);
   lblSpeed.Place(3240, 1380, 1700, 270);
@@ -63,14 +63,14 @@ void frmPlayback::Start() {
 }
 
 void frmPlayback::OnLoad() {
-  scrSpeed.SetValue(std::clamp(main_.BaudRate(), 0, kMaxSpeed));
+  scrSpeed.SetValue(std::clamp(owner_.BaudRate(), 0, kMaxSpeed));
   scrSpeed.onChange();
   Timer1.SetTimerEnabled(false);
   cmdPlay.SetEnabled(file_.is_open());
   cmdStop.SetEnabled(false);
-  ResetDisplays();
+  ResetFix();
   ShowPosition();
-  settings::LoadFormLoc(*this, main_.Settings());
+  placement_.LoadFormLoc();
   UpdateShowTopFromParent();
 }
 
@@ -79,13 +79,12 @@ void frmPlayback::OnUnload() {
   file_.close();
   length_ = 0;
   position_ = 0;
-  ResetDisplays();
-  settings::SaveFormLoc(*this, main_.Settings());
+  ResetFix();
+  placement_.SaveFormLoc();
 }
 
 bool frmPlayback::OpenFile(const std::filesystem::path& file) {
   Load();
-  Stop();
   std::ifstream opened(file, std::ios::binary);
   std::error_code error;
   const auto size = std::filesystem::file_size(file, error);
@@ -97,8 +96,9 @@ bool frmPlayback::OpenFile(const std::filesystem::path& file) {
   file_ = std::move(opened);
   length_ = static_cast<std::int64_t>(size);
   position_ = 0;
-  cmdPlay.SetEnabled(true);
-  ResetDisplays();
+  // The timer is left as it was: a playing window plays on with the new file.
+  cmdPlay.SetEnabled(!Timer1.TimerEnabled());
+  ResetFix();
   ShowPosition();
   return true;
 }
@@ -108,11 +108,11 @@ void frmPlayback::Play() {
   Timer1.SetTimerEnabled(true);
   cmdPlay.SetEnabled(false);
   cmdStop.SetEnabled(true);
-  main_.PlaybackPlaying(true);
+  owner_.PlaybackPlaying(true);
 }
 
 void frmPlayback::Stop() {
-  if (Timer1.TimerEnabled()) main_.PlaybackPlaying(false);
+  if (Timer1.TimerEnabled()) owner_.PlaybackPlaying(false);
   Timer1.SetTimerEnabled(false);
   cmdPlay.SetEnabled(file_.is_open());
   cmdStop.SetEnabled(false);
@@ -126,7 +126,7 @@ void frmPlayback::Tick() {
     // End of the file, or a speed too low to feed a byte: back to the start.
     position_ = 0;
     cmdStop.Press();
-    ResetDisplays();
+    ResetFix();
     ShowPosition();
     return;
   }
@@ -137,12 +137,11 @@ void frmPlayback::Tick() {
   file_.clear();
   position_ += count;
   ShowPosition();
-  main_.ProcessData(chunk);
+  owner_.ProcessData(chunk);
 }
 
-void frmPlayback::ResetDisplays() {
-  main_.ResetGpsFix();
-  main_.UpdateTrackTab();
+void frmPlayback::ResetFix() {
+  owner_.ResetGpsFix();
 }
 
 std::int64_t frmPlayback::BytesPerPositionStep() const {
@@ -169,10 +168,7 @@ void frmPlayback::Seek(std::int64_t position) {
 }
 
 void frmPlayback::UpdateShowTopFromParent() {
-  if (main_.chkAlwaysTop.Value() == 1)
-    settings::SetTopMost(*this);
-  else
-    settings::ClearTopMost(*this);
+  settings::ApplyAlwaysOnTop(*this, owner_.AlwaysOnTop() ? 1 : 0);
 }
 
 }  // namespace orvo::gps

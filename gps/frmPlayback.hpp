@@ -5,14 +5,27 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include "host/ui/Window.hpp"
-
-namespace orvo::addin {
-class frmAddIn;
-}
+#include "settings/WindowPlacement.hpp"
 
 namespace orvo::gps {
+
+// What playback needs of the window that owns it (the main window).
+class PlaybackOwner {
+ public:
+  virtual ~PlaybackOwner() = default;
+  virtual bool ProcessData(std::string_view text) = 0;
+  // Empties the fix and refreshes the tracking tab (ResetGpsFix, then UpdateTrackTab).
+  virtual void ResetGpsFix() = 0;
+  // Playing stands in for a running receiver, whose start runs the refresh timer.
+  virtual void PlaybackPlaying(bool playing) = 0;
+  // The owner's "Always on top" state, which the playback window copies.
+  virtual bool AlwaysOnTop() const = 0;
+  // Where the speed bar starts: the receiver's baud rate.
+  virtual int BaudRate() const = 0;
+};
 
 class frmPlayback final : public host::ui::Window {
  public:
@@ -23,12 +36,13 @@ class frmPlayback final : public host::ui::Window {
   // The position bar never has more steps than this; larger files move in bigger steps.
   static constexpr std::int64_t kMaxPositionSteps = 100000;
 
-  frmPlayback(host::ui::Desktop& desktop, addin::frmAddIn& mainWindow);
+  frmPlayback(host::ui::Desktop& desktop, settings::SettingsStore& settings, PlaybackOwner& owner);
   ~frmPlayback() override;
 
   // Opens the window (cmdOpenNMEA).
   void Start();
-  // Opens a file without asking (`orvo --replay FILE`); false, with a message, when it cannot.
+  // Opens a file (cmdOpen, or `orvo --replay FILE`): playing goes on with the new file, stopped
+  // stays stopped. False, with a message, when it cannot; the old file then stays.
   bool OpenFile(const std::filesystem::path& file);
   // Copies the main window's always-on-top state.
   void UpdateShowTopFromParent();
@@ -53,13 +67,14 @@ class frmPlayback final : public host::ui::Window {
   void Tick();
   void Play();
   void Stop();
-  void ResetDisplays();
+  void ResetFix();
   void ShowPosition();
   void ShowPositionText();
   void Seek(std::int64_t position);
   std::int64_t BytesPerPositionStep() const;
 
-  addin::frmAddIn& main_;
+  PlaybackOwner& owner_;
+  settings::FormPlacement placement_;
   std::ifstream file_;
   std::int64_t length_ = 0;
   std::int64_t position_ = 0;

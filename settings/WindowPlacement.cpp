@@ -1,9 +1,8 @@
 #include "settings/WindowPlacement.hpp"
 
 #include <charconv>
-#include <optional>
 
-#include "host/ui/Desktop.hpp"
+#include "host/platform/Numeric.hpp"
 
 namespace orvo::settings {
 namespace {
@@ -26,6 +25,13 @@ void ClearTopMost(host::ui::Window& window) {
   window.SetTopMost(false);
 }
 
+void ApplyAlwaysOnTop(host::ui::Window& window, int checkBoxValue) {
+  if (checkBoxValue == 1)
+    SetTopMost(window);
+  else
+    ClearTopMost(window);
+}
+
 void LoadFormLoc(host::ui::Window& window, const SettingsStore& store) {
   const host::ui::ViewportPixels desktop = window.GetDesktop().Viewport();
   const auto read = [&](const char* suffix) {
@@ -45,15 +51,54 @@ void SaveFormLoc(const host::ui::Window& window, SettingsStore& store) {
   store.SaveSetting(kFormLocSection, window.Name() + "-Y", std::to_string(window.Top()));
 }
 
-void ApplyCommaReset(SettingsStore& store) {
+FormPlacement::FormPlacement(host::ui::Window& window, SettingsStore& store, FirstPlace firstPlace)
+    : window_(window),
+      store_(store),
+      firstPlace_(std::move(firstPlace)),
+      self_(std::make_shared<FormPlacement*>(this)) {}
+
+void FormPlacement::Place() {
+  host::ui::Desktop& desktop = window_.GetDesktop();
+  const auto [x, y] = firstPlace_(desktop.Viewport());
+  window_.Move(x, y);
+  if (desktop.ViewportReported()) settings::LoadFormLoc(window_, store_);
+  placedAt_ = Point(window_.Left(), window_.Top());
+}
+
+bool FormPlacement::WherePlaced() const {
+  return placedAt_ == Point(window_.Left(), window_.Top());
+}
+
+void FormPlacement::LoadFormLoc() {
+  Place();
+  host::ui::Desktop& desktop = window_.GetDesktop();
+  if (desktop.ViewportReported()) return;
+  desktop.WhenViewportReported([weak = std::weak_ptr<FormPlacement*>(self_)] {
+    const auto self = weak.lock();
+    if (!self) return;
+    FormPlacement& placement = **self;
+    // A window the user has moved meanwhile stays where the user put it.
+    if (placement.window_.IsLoaded() && placement.WherePlaced()) placement.Place();
+  });
+}
+
+void FormPlacement::SaveFormLoc() {
+  if (!placedAt_ || WherePlaced()) return;
+  settings::SaveFormLoc(window_, store_);
+}
+
+void ApplyCommaReset(SettingsStore& store,
+                     const std::function<void(std::string_view)>& diagnostics) {
   try {
     if (ParseBoolean(store.GetSetting("Settings", "CommaReset1", "False")).value_or(false)) return;
     SettingsStore::Batch batch(store);
     store.SaveSetting("Settings", "CommaReset1", "True");
-    const long port = WholeNumber(store.GetSetting("Settings", "Port", "1")).value_or(1);
-    store.SaveSetting("Settings", "Port", std::to_string(port + 1));
-  } catch (const std::exception&) {
-    // The migration is a courtesy; a store that cannot be written is reported when saving.
+    // Read as any stored number is read: blanks around it are allowed (" 3" is port 3).
+    const std::int32_t port = host::platform::ToInt32(store.GetSetting("Settings", "Port", "1"));
+    store.SaveSetting("Settings", "Port", std::to_string(static_cast<long>(port) + 1));
+  } catch (const std::exception& error) {
+    // The migration is a courtesy: the user is not troubled with it.
+    if (diagnostics) diagnostics(std::string("ApplyCommaReset: ") + error.what());
   }
 }
 

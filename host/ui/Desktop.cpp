@@ -1,6 +1,7 @@
 #include "host/ui/Desktop.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include "host/ui/Window.hpp"
 
@@ -23,6 +24,16 @@ void Desktop::AddMenuCommand(std::string id, std::string caption, std::function<
 void Desktop::SetViewport(ViewportPixels viewport) {
   if (viewport.width <= 0 || viewport.height <= 0) return;
   viewport_ = viewport;
+  if (viewportReported_) return;
+  viewportReported_ = true;
+  for (auto& action : std::exchange(viewportWaiters_, {})) action();
+}
+
+void Desktop::WhenViewportReported(std::function<void()> action) {
+  if (viewportReported_)
+    action();
+  else
+    viewportWaiters_.push_back(std::move(action));
 }
 
 Window* Desktop::FindWindow(std::string_view name) const {

@@ -41,6 +41,10 @@ class Desktop {
   // The page's viewport: the desktop rectangle of the windows.
   ViewportPixels Viewport() const { return viewport_; }
   void SetViewport(ViewportPixels viewport);
+  // Until a page has reported its viewport, Viewport() is only a default guess.
+  bool ViewportReported() const { return viewportReported_; }
+  // Runs `action` once when the first viewport arrives (at once if one already has).
+  void WhenViewportReported(std::function<void()> action);
 
   // Loaded windows, back to front.
   const std::vector<Window*>& Windows() const { return windows_; }
@@ -74,6 +78,8 @@ class Desktop {
   Scheduler& scheduler_;
   DialogService& dialogs_;
   ViewportPixels viewport_;
+  bool viewportReported_ = false;
+  std::vector<std::function<void()>> viewportWaiters_;
   std::vector<Window*> windows_;
   std::vector<MenuCommand> commands_;
   std::vector<UiObserver*> observers_;

@@ -26,7 +26,7 @@ TEST_F(ConnectFixture, MenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
   ASSERT_NE(connect.MainWindow(), nullptr);
   EXPECT_TRUE(connect.MainWindow()->Visible());
   EXPECT_TRUE(connect.DisplayOnConnect());
-  connect.MainWindow()->cboPort.SetText("6");
+  connect.MainWindow()->receiver.cboPort.SetText("6");
 
   connect.AddinInstance_OnDisconnection();
   EXPECT_FALSE(connect.MainWindow()->IsLoaded());
@@ -39,7 +39,7 @@ TEST_F(ConnectFixture, MenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
   next.AddinInstance_OnConnection();
   next.AddinInstance_OnStartupComplete();
   ASSERT_NE(next.MainWindow(), nullptr);
-  EXPECT_EQ(next.MainWindow()->cboPort.Text(), "6");
+  EXPECT_EQ(next.MainWindow()->receiver.cboPort.Text(), "6");
   EXPECT_EQ(windowsMade, 1);
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "addin/frmShortKeyFlash.hpp"
+#include "host/map/MapView.hpp"
 #include "tests/addin/MainWindowFixture.hpp"
 
 namespace orvo::addin {
@@ -58,7 +59,7 @@ TEST_F(Keyboard, TogglesFlashTheirNewState) {
 
 TEST_F(Keyboard, CaptureKeyReportsWhatTheBoxEndedAs) {
   Press(116);  // F5 without a capture file: refused, the box stays clear
-  EXPECT_EQ(window->chkRecord.Value(), 0);
+  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
   EXPECT_EQ(Flash(), Texts("NMEA Capture", "OFF"));
   EXPECT_EQ(dialogs.Prompts().front(), "Please specify a output file name first.");
 }
@@ -114,8 +115,7 @@ TEST_F(Keyboard, FlashStaysSevenHundredMillisecondsAfterTheLastMessage) {
 }
 
 TEST_F(Keyboard, SingleRCalculatesARouteLaterAndDoubleRSwitchesRecalculation) {
-  int routes = 0;
-  window->calcRouteFromHere = [&] { ++routes; };
+  int& routes = map.routes;
   Press('R');
   scheduler.Advance(Milliseconds(999));
   EXPECT_EQ(routes, 0);
@@ -127,11 +127,11 @@ TEST_F(Keyboard, SingleRCalculatesARouteLaterAndDoubleRSwitchesRecalculation) {
   Press('R');
   scheduler.Advance(Milliseconds(2000));
   EXPECT_EQ(routes, 1) << "a double press calculates nothing";
-  EXPECT_TRUE(window->OffTrackRecalc());
+  EXPECT_TRUE(window->GuidanceState().offTrackRecalc);
   EXPECT_EQ(Flash(), std::nullopt) << "the flash is long gone after two seconds";
   Press('R');
   Press('R');
-  EXPECT_FALSE(window->OffTrackRecalc());
+  EXPECT_FALSE(window->GuidanceState().offTrackRecalc);
   EXPECT_EQ(Flash(), Texts("Off-track re-calc", "OFF"));
 }
 
@@ -151,6 +151,33 @@ TEST_F(Keyboard, TypingIntoTheTextBoxesTriggersNothing) {
   Press(32);
   Press(191);
   EXPECT_FALSE(Flash()) << "keys outside 33..190 are ignored";
+}
+
+TEST_F(Keyboard, XAndZZoomTheMapBesideOrvo) {
+  host::map::MapView view(desktop);
+  view.SetInitialView(43.7384, 7.4246, 14);
+  tracking::MapViewActions actions(view);
+  window->UseMapActions(actions);
+  const std::vector<std::pair<int, double>> keysToZoom = {
+      {'Z', 15}, {'Z', 16}, {'X', 15}, {'X', 14}, {'X', 13}};
+  for (const auto& [key, zoom] : keysToZoom) {
+    Press(key, 1);
+    EXPECT_DOUBLE_EQ(view.State().zoom, zoom) << "key " << static_cast<char>(key);
+  }
+  EXPECT_FALSE(Flash()) << "zooming flashes nothing";
+}
+
+TEST_F(Keyboard, CompassKeysReachTheMapActions) {
+  Press('C');
+  Press('P');
+  EXPECT_EQ(map.locates, 1);
+  EXPECT_EQ(map.pins, 1);
+  window->mnuCompassLocate.SetEnabled(false);
+  window->mnuCompassPushAPin.SetEnabled(false);
+  Press('C');
+  Press('P');
+  EXPECT_EQ(map.locates, 1) << "a disabled menu item is skipped";
+  EXPECT_EQ(map.pins, 1);
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "addin/frmAddIn.hpp"
 #include "addin/frmVerbose.hpp"
@@ -59,14 +61,37 @@ class FakeSerialPort final : public host::serial::SerialPort {
   CommEventHandler onComm;
 };
 
+// A declination the test chooses; nothing stands for "the model has no value here".
+class FixedDeclination final : public tracking::DeclinationLookup {
+ public:
+  Result Declination(double, double, host::platform::DateValue) override { return {degrees, {}}; }
+  std::optional<double> degrees = 10.0;
+};
+
+// Counts what the main window asks of the map and the map step.
+struct CountingMapFeatures final : tracking::MapActions, tracking::MapTracking {
+  void LocateCurrentPosition() override { ++locates; }
+  void PushPinHere() override { ++pins; }
+  void CalcRouteFromHere() override { ++routes; }
+  void ZoomMap(int direction) override { zooms.push_back(direction); }
+  void UpdatePositionOnMap() override {
+    ++ticks;
+    if (failTick) throw std::runtime_error("map step failed");
+  }
+  int locates = 0, pins = 0, routes = 0, ticks = 0;
+  bool failTick = false;
+  std::vector<int> zooms;
+};
+
 struct MainWindowFixture {
   MainWindowFixture() { Make(); }
 
   void Make() {
     window.reset();
-    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{
-        desktop, store, verbose, clock, timeZone, port,
-        [this](double, double, host::platform::DateValue) { return declination; }});
+    window = std::make_unique<addin::frmAddIn>(
+        addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination});
+    window->UseMapActions(map);
+    window->UseMapTracking(map);
   }
   // A fresh window on the same store: what the next start of the program sees.
   void Reopen() {
@@ -84,7 +109,8 @@ struct MainWindowFixture {
   host::platform::FixedClock clock{host::platform::DateValue::FromCivil({2026, 11, 21, 9, 30, 0})};
   host::platform::FixedTimeZone timeZone{0, false};
   FakeSerialPort port;
-  std::optional<double> declination = 10.0;
+  FixedDeclination declination;
+  CountingMapFeatures map;
   std::unique_ptr<addin::frmAddIn> window;
 };
 

@@ -10,63 +10,58 @@ namespace {
 using host::ui::Milliseconds;
 using orvo::testing::MainWindowFixture;
 
-struct MainWindow : ::testing::Test, MainWindowFixture {
-  void Feed(const std::string& text) {
-    // One sentence is dispatched per call; empty calls dispatch the rest, as playback does.
-    window->ProcessData(text);
-    while (window->Intake().HasCompleteSentence()) window->ProcessData("");
-  }
-};
+struct MainWindow : ::testing::Test, MainWindowFixture {};
 
 TEST_F(MainWindow, FirstRunWithAnEmptyStoreShowsTheDefaults) {
   window->Show();
-  EXPECT_EQ(window->cboPort.Text(), "2");  // the one-time migration moved port 1 to 2
-  EXPECT_EQ(window->txtBaud.Text(), "4800,n,8,1");
-  EXPECT_EQ(window->chkDTR.Value(), 1);
+  EXPECT_EQ(window->receiver.cboPort.Text(), "2");  // the one-time migration moved port 1 to 2
+  EXPECT_EQ(window->receiver.txtBaud.Text(), "4800,n,8,1");
+  EXPECT_EQ(window->receiver.chkDTR.Value(), 1);
   EXPECT_EQ(window->sclRefreshRate.Value(), 2);
   EXPECT_EQ(window->lblRefreshRate.Caption(), "2 sec");
   EXPECT_EQ(window->chkTrkOnMap.Value(), 1);
   EXPECT_EQ(window->lblTrackFactor.Caption(), "Auto");
   EXPECT_EQ(window->chkTrail.Value(), 1);
   EXPECT_TRUE(window->TopMost());
-  EXPECT_EQ(window->lblSpeed[3].Caption(), "MPH");
-  EXPECT_EQ(window->lblCourse[3].Caption(), "T");
+  EXPECT_EQ(window->readings.lblSpeed[3].Caption(), "MPH");
+  EXPECT_EQ(window->readings.lblCourse[3].Caption(), "T");
   EXPECT_EQ(window->BaudRate(), 4800);
   EXPECT_FALSE(window->Timer1.TimerEnabled()) << "the load stops the refresh timer";
   EXPECT_EQ(window->lblVersionNo.Caption().rfind("Version ", 0), 0u);
-  EXPECT_EQ(window->lblGPSState[0].Caption(), "No GPS");
+  EXPECT_EQ(window->status.lblGPSState[0].Caption(), "No GPS");
 }
 
 TEST_F(MainWindow, EverySettingSurvivesUnloadAndLoad) {
+  desktop.SetViewport({1280, 800});
   window->Show();
-  window->cboPort.SetText("5");
-  window->txtBaud.SetText("9600,e,7,2");
-  window->chkDTR.SetValue(0);
+  window->receiver.cboPort.SetText("5");
+  window->receiver.txtBaud.SetText("9600,e,7,2");
+  window->receiver.chkDTR.SetValue(0);
   window->sclRefreshRate.SetValue(0);
   window->sclTrackFactor.SetValue(7);
-  window->mnuUnitElvMeter.UserClick();
-  window->mnuUnitSpeedKnot.UserClick();
-  window->mnuUnitLatLngT.UserClick();
-  window->mnuUnitHeadingMag.UserClick();
+  window->readings.mnuUnitElvMeter.UserClick();
+  window->readings.mnuUnitSpeedKnot.UserClick();
+  window->readings.mnuUnitLatLngT.UserClick();
+  window->readings.mnuUnitHeadingMag.UserClick();
   window->chkTrkOnMap.SetValue(0);
   window->chkTrail.SetValue(0);
   window->chkAlwaysTop.SetValue(0);
   window->mnuPosPPStyleGPS.UserClick();
-  window->txtRecOutFileName.SetText((folder.Path() / "drive.nmea").string());
+  window->receiver.txtRecOutFileName.SetText((folder.Path() / "drive.nmea").string());
   window->Move(40, 30);
   Reopen();
 
-  EXPECT_EQ(window->cboPort.Text(), "5");
-  EXPECT_EQ(window->txtBaud.Text(), "9600,e,7,2");
+  EXPECT_EQ(window->receiver.cboPort.Text(), "5");
+  EXPECT_EQ(window->receiver.txtBaud.Text(), "9600,e,7,2");
   EXPECT_EQ(window->BaudRate(), 9600);
-  EXPECT_EQ(window->chkDTR.Value(), 0);
+  EXPECT_EQ(window->receiver.chkDTR.Value(), 0);
   EXPECT_EQ(window->lblRefreshRate.Caption(), "GPS Auto");
   EXPECT_EQ(window->sclTrackFactor.Value(), 7);
   EXPECT_FALSE(window->sclTrackFactor.Enabled()) << "tracking off disables the factor";
-  EXPECT_EQ(window->UnitElv(), 1);
-  EXPECT_EQ(window->lblSpeed[3].Caption(), "Kt");
-  EXPECT_TRUE(window->mnuUnitLatLngT.Checked());
-  EXPECT_EQ(window->lblCourse[3].Caption(), "M");
+  EXPECT_EQ(window->readings.UnitElv(), 1);
+  EXPECT_EQ(window->readings.lblSpeed[3].Caption(), "Kt");
+  EXPECT_TRUE(window->readings.mnuUnitLatLngT.Checked());
+  EXPECT_EQ(window->readings.lblCourse[3].Caption(), "M");
   EXPECT_EQ(window->chkTrail.Value(), 0);
   EXPECT_FALSE(window->TopMost());
   EXPECT_EQ(window->PosPPStyle(), 0);
@@ -83,34 +78,34 @@ TEST_F(MainWindow, DamagedValuesFallBackToTheirDefaultsAndAreLogged) {
   store.SaveSetting("Settings", "UnitSpeed", "99999");
   window->Show();
   EXPECT_EQ(window->sclRefreshRate.Value(), 2);
-  EXPECT_EQ(window->UnitSpeed(), 0);
+  EXPECT_EQ(window->readings.UnitSpeed(), 0);
   EXPECT_NE(verbose.txtLog.Text().find("LoadSettings: Refresh"), std::string::npos);
 }
 
 TEST_F(MainWindow, ReceiverStartsStopsAndReportsPortsThatCannotOpen) {
   window->Show();
   window->SSTab.SetTab(frmAddIn::kTabSettings);
-  window->cmdGPSAction.UserClick();
-  EXPECT_EQ(window->cmdGPSAction.Caption(), "Stop &GPS");
+  window->receiver.cmdGPSAction.UserClick();
+  EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Stop &GPS");
   EXPECT_TRUE(port.open);
   EXPECT_EQ(port.commPort, 2);
   EXPECT_TRUE(port.dtr);
-  EXPECT_FALSE(window->cboPort.Enabled());
-  EXPECT_FALSE(window->cmdOpenNMEA.Enabled());
+  EXPECT_FALSE(window->receiver.cboPort.Enabled());
+  EXPECT_FALSE(window->receiver.cmdOpenNMEA.Enabled());
   EXPECT_TRUE(window->Timer1.TimerEnabled());
   EXPECT_EQ(window->SSTab.Tab(), frmAddIn::kTabTracking);
 
-  window->cmdGPSAction.UserClick();
-  EXPECT_EQ(window->cmdGPSAction.Caption(), "Start &GPS");
+  window->receiver.cmdGPSAction.UserClick();
+  EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Start &GPS");
   EXPECT_FALSE(port.open);
-  EXPECT_TRUE(window->txtBaud.Enabled());
+  EXPECT_TRUE(window->receiver.txtBaud.Enabled());
   EXPECT_TRUE(dialogs.Prompts().empty());
 
   for (const bool badPortText : {true, false}) {
     port.failOpen = !badPortText;
-    window->cboPort.SetText(badPortText ? "COM" : "3");
-    window->cmdGPSAction.UserClick();
-    EXPECT_EQ(window->cmdGPSAction.Caption(), "Start &GPS");
+    window->receiver.cboPort.SetText(badPortText ? "COM" : "3");
+    window->receiver.cmdGPSAction.UserClick();
+    EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Start &GPS");
     EXPECT_FALSE(port.open) << "a failed start leaves no port open";
     EXPECT_FALSE(window->GpsRunning());
     ASSERT_EQ(dialogs.Prompts().size(), 1u);
@@ -119,32 +114,33 @@ TEST_F(MainWindow, ReceiverStartsStopsAndReportsPortsThatCannotOpen) {
   }
 
   port.failOpen = false;
-  window->cmdGPSAction.UserClick();
+  window->receiver.cmdGPSAction.UserClick();
   port.failClose = true;
-  window->cmdGPSAction.UserClick();
+  window->receiver.cmdGPSAction.UserClick();
   EXPECT_EQ(dialogs.Prompts(), std::vector<std::string>{"Can't close comm port"});
-  EXPECT_EQ(window->cmdGPSAction.Caption(), "Stop &GPS") << "a failed stop keeps the Running look";
+  EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Stop &GPS")
+      << "a failed stop keeps the Running look";
   EXPECT_FALSE(window->Timer1.TimerEnabled());
 }
 
 TEST_F(MainWindow, ReceiverRunningAtUnloadStartsAgainAtTheNextLoad) {
   window->Show();
-  window->cmdGPSAction.UserClick();
+  window->receiver.cmdGPSAction.UserClick();
   Reopen();
   EXPECT_TRUE(window->GpsRunning());
-  EXPECT_EQ(window->cmdGPSAction.Caption(), "Stop &GPS");
+  EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Stop &GPS");
 }
 
 TEST_F(MainWindow, ReceivedSentencesReachTheReadingsAndAnAstralReceiverIsAnswered) {
   window->Show();
   window->sclRefreshRate.SetValue(0);  // automatic: the tick runs when a position arrives
-  window->cmdGPSAction.UserClick();
+  window->receiver.cmdGPSAction.UserClick();
   port.Receive("$GPRMC,123519,A,4807.038,N,01131.000,E,100.0,84.4,230394,003.1,W*6A\r\n");
   EXPECT_EQ(window->Fix().FixMode, 2);
-  EXPECT_EQ(window->lblSpeed[0].Caption(), "115");
-  EXPECT_EQ(window->lblSpeed[1].Caption(), "1");
-  EXPECT_EQ(window->lblLat[0].Caption(), "48\u00B007.038N");
-  EXPECT_EQ(window->lblGPSState[0].Caption(), "2-D");
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "115");
+  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "1");
+  EXPECT_EQ(window->readings.lblLat[0].Caption(), "48\u00B007.038N");
+  EXPECT_EQ(window->status.lblGPSState[0].Caption(), "2-D");
 
   port.Receive("ASTRAL ready, waiting");
   EXPECT_EQ(port.written, "ASTRAL\r\n");
@@ -152,164 +148,34 @@ TEST_F(MainWindow, ReceivedSentencesReachTheReadingsAndAnAstralReceiverIsAnswere
   EXPECT_EQ(port.written, "ASTRAL\r\n");
 }
 
-TEST_F(MainWindow, ReadingsFollowTheChosenUnits) {
-  window->Show();
-  Feed(
-      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
-      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,359.96,230394,003.1,W*6A\r\n");
-  window->RefreshTick();
-  EXPECT_EQ(window->lbElv[0].Caption(), "4,050.2 ft");
-  EXPECT_TRUE(window->lbElv[0].Enabled());
-  EXPECT_EQ(window->lblCourse[0].Caption(), "360");
-  EXPECT_EQ(window->lblCourse[1].Caption(), "0");
-  EXPECT_EQ(window->lblLng[0].Caption(), "011\u00B031.000W");
-
-  window->SetUnitSpeed(1);
-  window->SetUnitElv(1);
-  window->SetUnitLatLng(1);
-  window->RefreshTick();
-  EXPECT_EQ(window->lblSpeed[0].Caption(), "185");
-  EXPECT_EQ(window->lblSpeed[1].Caption(), "2");
-  EXPECT_EQ(window->lbElv[0].Caption(), "1,234.5 m");
-  EXPECT_EQ(window->lblLng[0].Caption(), "-11.51667 \u00B0 ");
-
-  window->SetUnitSpeed(7);  // outside the table: empty text shows as 0 0
-  window->SetUnitLatLng(5);
-  window->RefreshTick();
-  EXPECT_EQ(window->lblSpeed[0].Caption(), "0");
-  EXPECT_EQ(window->lblLat[0].Caption(), "");
-}
-
-TEST_F(MainWindow, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
-  window.reset();
-  window = std::make_unique<frmAddIn>(
-      MainWindowServices{desktop, store, verbose, clock, timeZone, port, {}, [] {
-                           return host::platform::NumberLocale{",", "."};
-                         }});
-  window->Show();
-  window->SetUnitSpeed(1);
-  window->SetUnitElv(1);
-  window->SetUnitLatLng(1);
-  Feed(
-      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
-      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,84.4,230394,003.1,W*6A\r\n"
-      "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
-  window->RefreshTick();
-  EXPECT_EQ(window->FormatSpeed(), "185,2");
-  EXPECT_EQ(window->lblSpeed[0].Caption(), "0") << "a literal '.' is looked for, on purpose";
-  EXPECT_EQ(window->lblSpeed[1].Caption(), "0");
-  EXPECT_EQ(window->lbElv[0].Caption(), "1.234,5 m");
-  EXPECT_EQ(window->lblLng[0].Caption(), "-11,51667 \u00B0 ");
-  window->SSTab.SetTab(frmAddIn::kTabSatellite);
-  EXPECT_NE(window->txtSaInfo.Text().find("HDOP=1,2\r\n"), std::string::npos);
-  window->Unload();
-  EXPECT_EQ(store.GetSetting("TraceOpt", "ThreasholdKnot", ""), "0.00216")
-      << "always stored with '.'";
-  EXPECT_EQ(store.GetSetting("Settings", "dStopDetTKt", ""), "4");
-}
-
-TEST_F(MainWindow, MagneticHeadingSubtractsTheDeclinationAndSaysWhenThereIsNone) {
-  window->Show();
-  window->SetUnitHeading(1);
-  EXPECT_EQ(window->lblCourse[2].BackColor(), "#ffff80");
-  const auto headingFor = [&](const char* course, std::optional<double> declinationDegrees) {
-    declination = declinationDegrees;
-    Feed(std::string("$GPRMC,123519,A,4807.038,N,01131.000,E,10.0,") + course + ",230394,,*00\r\n");
-    window->RefreshTick();
-    return window->DisplayHeading();
-  };
-  EXPECT_DOUBLE_EQ(headingFor("2", 10.0), 352);
-  EXPECT_DOUBLE_EQ(headingFor("350", -15.0), 365);
-  EXPECT_EQ(window->FormatHeading(), "365.0m");
-  headingFor("90", std::nullopt);
-  EXPECT_EQ(window->lblCourse[0].Caption(), "---");
-  window->SetUnitHeading(0);
-  EXPECT_DOUBLE_EQ(headingFor("90", std::nullopt), 90);
-  EXPECT_EQ(window->lblCourse[2].BackColor(), "#80b7af");
-}
-
-TEST_F(MainWindow, NoFixDimsTheReadingsAndShowsNoTime) {
-  window->Show();
-  window->RefreshTick();
-  EXPECT_EQ(window->lblCourse[0].Caption(), "0");
-  EXPECT_FALSE(window->lblLat[0].Enabled());
-  EXPECT_EQ(window->lbElv[0].Caption(), "N/A");
-  EXPECT_FALSE(window->lbElv[0].Enabled());
-  EXPECT_EQ(window->lblGPSTime[0].Caption(), "");
-  EXPECT_FALSE(window->mnuCompassSyncTime.Enabled());
-  window->lblGPSTime[0].UserClick();
-  EXPECT_FALSE(clock.LastTimeOfDaySet()) << "no clock change without any data";
-
-  Feed("$GPRMC,235959.00,V,,,,,,,,,,N*00\r\n");
-  window->RefreshTick();
-  EXPECT_EQ(window->lblGPSState[0].Caption(), "Acquiring");
-  EXPECT_EQ(window->dwGPSState[0].FillColor(), "#ff0000");
-  EXPECT_EQ(window->lblGPSTime[0].Caption(), "11:59:59 PM");
-  EXPECT_EQ(window->lblGPSTime[0].ToolTipText(), "(click to sync the system time)");
-  EXPECT_TRUE(window->mnuCompassSyncTime.Enabled());
-  window->lblGPSTime[0].UserClick();
-  ASSERT_TRUE(clock.LastTimeOfDaySet());
-  EXPECT_EQ(clock.LastTimeOfDaySet()->Format("hh:mm:ss"), "23:59:59");
-
-  Feed("$GPRMC,081500,A,4807.038,N,01131.000,E,0.0,0.0,010203,,*00\r\n");
-  window->RefreshTick();
-  EXPECT_EQ(window->lblGPSTime[0].ToolTipText(), "02/01/03 (click to sync the system time)");
-}
-
-TEST_F(MainWindow, SkyPlotAndSatelliteListDrawWhatTheReceiverReports) {
-  window->Show();
-  window->SSTab.SetTab(frmAddIn::kTabSatellite);
-  Feed(
-      "$GPGSV,2,1,06,01,90,045,40,02,00,090,,03,00,180,00,04,45,270,*70\r\n"
-      "$GPGSV,2,2,06,05,,,33,17,,,*70\r\n"
-      "$GPGSA,A,3,01,02,03,,,,,,,,,,2.5,1.2,,*00\r\n");
-  window->RefreshTick();
-  const auto at = [&](int slot) {
-    return std::make_pair(window->lblSP[slot].Left(), window->lblSP[slot].Top());
-  };
-  EXPECT_EQ(at(0), std::make_pair(787, 1117));
-  EXPECT_EQ(at(1), std::make_pair(1237, 1117));
-  EXPECT_EQ(at(2), std::make_pair(787, 1567));
-  EXPECT_EQ(window->lblSaID[1].Left(), 1337);
-  EXPECT_EQ(window->lblSaID[1].Caption(), "2");
-  EXPECT_EQ(window->lblSP[1].ForeColor(), "#808080") << "no signal: grey";
-  EXPECT_EQ(window->lblSP[2].ForeColor(), "#00ff00") << "a signal of 0 is still a signal";
-  EXPECT_FALSE(window->lblSP[4].Visible()) << "no elevation, no dot";
-  EXPECT_FALSE(window->lblSP[6].Visible());
-  EXPECT_EQ(window->lblSaNumber.Caption(), "6");
-  EXPECT_EQ(window->txtSaInfo.Text(),
-            "Id Db Azm El\r\n01 40 045 90 \r\n02 -- 090 00 \r\n03 00 180 00 \r\n"
-            "04 -- 270 45 \r\n05 33 --- -- \r\n17 -- --- -- \r\nHDOP=1.2\r\n");
-  EXPECT_EQ(window->txtSaInfo.SelLength(), static_cast<int>(window->txtSaInfo.Text().size()));
-}
-
 TEST_F(MainWindow, CaptureRefusesBadNamesAndKeepsEveryChunkExactly) {
   window->Show();
-  window->txtRecOutFileName.SetText("   ");
-  window->chkRecord.UserClick();
-  EXPECT_EQ(window->chkRecord.Value(), 0);
+  window->receiver.txtRecOutFileName.SetText("   ");
+  window->receiver.chkRecord.UserClick();
+  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
   EXPECT_EQ(dialogs.Prompts(),
             std::vector<std::string>{"Please specify a output file name first."});
   dialogs.Forget();
 
-  window->txtRecOutFileName.SetText((folder.Path() / "no-such-folder" / "x.nmea").string());
-  window->chkRecord.UserClick();
-  EXPECT_EQ(window->chkRecord.Value(), 0);
+  window->receiver.txtRecOutFileName.SetText(
+      (folder.Path() / "no-such-folder" / "x.nmea").string());
+  window->receiver.chkRecord.UserClick();
+  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
   EXPECT_EQ(dialogs.Prompts(),
             std::vector<std::string>{"NMEA Capture: Can't open file to write. "});
 
   const auto file = folder.Path() / "capture.nmea";
-  window->txtRecOutFileName.SetText(file.string());
-  window->chkRecord.UserClick();
-  EXPECT_FALSE(window->txtRecOutFileName.Enabled());
+  window->receiver.txtRecOutFileName.SetText(file.string());
+  window->receiver.chkRecord.UserClick();
+  EXPECT_FALSE(window->receiver.txtRecOutFileName.Enabled());
   std::string expected = "\r\n";
   for (const std::string& chunk : {std::string("$GPRMC,1"), std::string("23519,A\r\n\x00\xff", 11),
                                    std::string("junk without dollar")}) {
     window->ProcessData(chunk);
     expected += chunk;
   }
-  window->chkRecord.UserClick();
-  EXPECT_TRUE(window->txtRecOutFileName.Enabled());
+  window->receiver.chkRecord.UserClick();
+  EXPECT_TRUE(window->receiver.txtRecOutFileName.Enabled());
   window->ProcessData("after capture");
   std::ifstream in(file, std::ios::binary);
   const std::string captured((std::istreambuf_iterator<char>(in)),
@@ -319,8 +185,7 @@ TEST_F(MainWindow, CaptureRefusesBadNamesAndKeepsEveryChunkExactly) {
 
 TEST_F(MainWindow, RefreshRateDrivesTheTimer) {
   window->Show();
-  int ticks = 0;
-  window->updatePositionOnMap = [&] { ++ticks; };
+  int& ticks = map.ticks;
   window->sclRefreshRate.SetValue(3);
   EXPECT_EQ(window->Timer1.Interval(), 3000);
   scheduler.Advance(Milliseconds(9000));

@@ -14,8 +14,8 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
   Playback() {
     window->Show();
     // Everything the playback feeds is captured, so the test sees exactly what arrived.
-    window->txtRecOutFileName.SetText(capture.string());
-    window->chkRecord.SetValue(1);
+    window->receiver.txtRecOutFileName.SetText(capture.string());
+    window->receiver.chkRecord.SetValue(1);
   }
   std::filesystem::path Write(const std::string& name, const std::string& text) {
     const auto path = folder.Path() / name;
@@ -28,7 +28,7 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
     return text.substr(2);  // the line end that proved the capture file writable
   }
   std::filesystem::path capture = folder.Path() / "fed.nmea";
-  frmPlayback playback{desktop, *window};
+  frmPlayback& playback = window->Playback();
 };
 
 TEST_F(Playback, FeedsSpeedOverFiftyBytesATickAndTheRestAtTheEnd) {
@@ -80,10 +80,11 @@ TEST_F(Playback, MovingThePositionBarSeeksAndPlaybackDrivesTheReadings) {
   scheduler.Advance(Milliseconds(200));
   EXPECT_EQ(Captured(), rmc);
   EXPECT_EQ(window->Fix().FixMode, 2);
-  EXPECT_EQ(window->lblSpeed[0].Caption(), "23") << "the automatic refresh ran";
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "23") << "the automatic refresh ran";
+  desktop.Dispatch({{"type", "move"}, {"window", "frmPlayback"}, {"left", 30}, {"top", 40}});
   playback.Unload();
   EXPECT_EQ(window->Fix().FixMode, 0) << "closing playback resets the fix";
-  EXPECT_FALSE(store.GetSetting("FormLoc", "frmPlayback-X", "").empty());
+  EXPECT_EQ(store.GetSetting("FormLoc", "frmPlayback-X", ""), "30") << "where the user left it";
 }
 
 TEST_F(Playback, PlayingRunsTheMainWindowsRefreshAsALiveReceiverWould) {
@@ -93,7 +94,7 @@ TEST_F(Playback, PlayingRunsTheMainWindowsRefreshAsALiveReceiverWould) {
   EXPECT_TRUE(window->Timer1.TimerEnabled());
   playback.cmdStop.UserClick();
   EXPECT_FALSE(window->Timer1.TimerEnabled());
-  window->cmdGPSAction.UserClick();
+  window->receiver.cmdGPSAction.UserClick();
   playback.cmdPlay.UserClick();
   playback.cmdStop.UserClick();
   EXPECT_TRUE(window->Timer1.TimerEnabled()) << "the running receiver keeps its refresh";
@@ -110,6 +111,58 @@ TEST_F(Playback, AFileThatCannotBeOpenedIsReportedAndPlaysNothing) {
   EXPECT_EQ(playback.Length(), 3);
   EXPECT_EQ(dialogs.FileRequests().back().filter,
             "NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|All (*.*)|*.*");
+}
+
+}  // namespace
+}  // namespace orvo::gps
+
+namespace orvo::gps {
+namespace {
+
+struct PlaybackWindow : ::testing::Test, orvo::testing::MainWindowFixture {
+  PlaybackWindow() { window->Show(); }
+  std::filesystem::path Write(const std::string& name, const std::string& text) {
+    const auto path = folder.Path() / name;
+    std::ofstream(path, std::ios::binary) << text;
+    return path;
+  }
+  frmPlayback& playback = window->Playback();
+};
+
+TEST_F(PlaybackWindow, OpeningAFileWhilePlayingPlaysTheNewFileFromItsStart) {
+  ASSERT_TRUE(playback.OpenFile(Write("first.nmea", std::string(1000, 'a'))));
+  playback.cmdPlay.UserClick();
+  scheduler.Advance(Milliseconds(400));
+  EXPECT_EQ(playback.Position(), 192);
+  dialogs.QueueFile((folder.Path() / "second.nmea").string());
+  Write("second.nmea", std::string(500, 'b'));
+  playback.cmdOpen.UserClick();
+  EXPECT_EQ(playback.Caption(), "Playback - second.nmea");
+  EXPECT_EQ(playback.Position(), 0);
+  EXPECT_EQ(playback.Length(), 500);
+  EXPECT_TRUE(playback.Timer1.TimerEnabled()) << "still playing";
+  scheduler.Advance(Milliseconds(200));
+  EXPECT_EQ(playback.Position(), 96);
+
+  playback.cmdStop.UserClick();
+  ASSERT_TRUE(playback.OpenFile(Write("third.nmea", "abc")));
+  EXPECT_FALSE(playback.Timer1.TimerEnabled()) << "stopped stays stopped";
+  EXPECT_TRUE(playback.cmdPlay.Enabled());
+}
+
+TEST_F(PlaybackWindow, FollowsTheMainWindowsAlwaysOnTop) {
+  playback.Start();
+  EXPECT_TRUE(playback.TopMost()) << "copied when it opens (on by default)";
+  for (const int value : {0, 1, 0}) {
+    window->chkAlwaysTop.SetValue(value);
+    EXPECT_EQ(window->TopMost(), value == 1);
+    EXPECT_EQ(playback.TopMost(), value == 1);
+  }
+  playback.Unload();
+  window->chkAlwaysTop.SetValue(1);
+  EXPECT_FALSE(playback.TopMost()) << "a closed window is not touched";
+  playback.Start();
+  EXPECT_TRUE(playback.TopMost());
 }
 
 }  // namespace

@@ -16,37 +16,14 @@
 #include "addin/frmVerbose.hpp"
 #include "host/serial/AsioSerialPort.hpp"
 #include "host/ui/Desktop.hpp"
-#include "tests/TestSupport.hpp"
 #include "tests/BuildPaths.hpp"
+#include "tests/PseudoTerminal.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::gps {
 namespace {
 
-struct PseudoTerminal {
-  PseudoTerminal() {
-    char name[256] = {};
-    if (openpty(&master, &slave, name, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
-    path = name;
-    fcntl(master, F_SETFL, fcntl(master, F_GETFL) | O_NONBLOCK);
-  }
-  ~PseudoTerminal() {
-    close(master);
-    close(slave);
-  }
-  void Send(std::string_view text) const {
-    ASSERT_EQ(write(master, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-  std::string Received() const {
-    std::string text;
-    char buffer[256];
-    for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
-      text.append(buffer, static_cast<std::size_t>(n));
-    return text;
-  }
-  int master = -1;
-  int slave = -1;
-  std::string path;
-};
+using orvo::testing::PseudoTerminal;
 
 struct ReceiverRoundTrip : ::testing::Test {
   // Runs the loop until `done`; the deadline only guards against a hang.
@@ -70,29 +47,30 @@ struct ReceiverRoundTrip : ::testing::Test {
   host::platform::FixedClock clock{host::platform::DateValue::FromCivil({2026, 1, 1, 0, 0, 0})};
   host::platform::FixedTimeZone timeZone{0, false};
   host::serial::AsioSerialPort port{io};
-  addin::frmAddIn window{{desktop, store, verbose, clock, timeZone, port, {}}};
+  tracking::ModelDeclination declination;
+  addin::frmAddIn window{{desktop, store, verbose, clock, timeZone, port, declination}};
   PseudoTerminal terminal;
 };
 
 TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
   port.SetDevicePathOverride(3, terminal.path);
-  window.cboPort.SetText("3");
-  window.cmdGPSAction.Press();
+  window.receiver.cboPort.SetText("3");
+  window.receiver.cmdGPSAction.Press();
   ASSERT_TRUE(window.GpsRunning()) << verbose.txtLog.Text();
 
-  terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n");
+  ASSERT_TRUE(terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n"));
   ASSERT_TRUE(RunUntil([&] { return window.Fix().FixMode == 3; }));
   EXPECT_NEAR(window.Fix().Latitude, 43.73970, 1e-5);
   EXPECT_NEAR(window.Fix().Longitude, 7.42417, 1e-5);
   EXPECT_DOUBLE_EQ(window.Fix().Elevation, 42.0);
 
-  terminal.Send("ASTRAL GPS v1.0 ");
+  ASSERT_TRUE(terminal.Send("ASTRAL GPS v1.0 "));
   std::string answer;
   ASSERT_TRUE(
       RunUntil([&] { return (answer += terminal.Received()).find("\r\n") != std::string::npos; }));
   EXPECT_EQ(answer, "ASTRAL\r\n");
 
-  window.cmdGPSAction.Press();
+  window.receiver.cmdGPSAction.Press();
   EXPECT_FALSE(window.GpsRunning());
   EXPECT_FALSE(port.IsOpen());
   EXPECT_TRUE(dialogs.Prompts().empty());
@@ -107,9 +85,9 @@ TEST_F(ReceiverRoundTrip, PortsThatCannotOpenAreReported) {
   store.SaveSetting("Settings", "Any", "thing");  // so the settings file exists
   for (const auto& [device, settingsText] : failures) {
     port.SetDevicePathOverride(1, device);
-    window.cboPort.SetText("1");
-    window.txtBaud.SetText(settingsText);
-    window.cmdGPSAction.Press();
+    window.receiver.cboPort.SetText("1");
+    window.receiver.txtBaud.SetText(settingsText);
+    window.receiver.cmdGPSAction.Press();
     EXPECT_FALSE(window.GpsRunning()) << device;
     EXPECT_EQ(window.Fix().FixMode, 0);
     ASSERT_EQ(dialogs.Prompts().size(), 1u) << device;

@@ -1,0 +1,196 @@
+// The main window's load, unload and refresh tick on the real settings file: closing and opening
+// the same window again, saved places, and failures that must neither stop ORVO nor go unseen.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include <boost/asio/io_context.hpp>
+
+#include "addin/Connect.hpp"
+#include "addin/frmVerbose.hpp"
+#include "host/serial/AsioSerialPort.hpp"
+#include "tests/PseudoTerminal.hpp"
+#include "tests/addin/MainWindowFixture.hpp"
+
+namespace orvo::addin {
+namespace {
+
+using host::ui::Milliseconds;
+using orvo::testing::MainWindowFixture;
+
+bool Logged(const frmVerbose& verbose, std::string_view text) {
+  return verbose.txtLog.Text().find(text) != std::string::npos;
+}
+
+// The host shows the same window object again after the user closed it ("display on connect"):
+// a receiver running at the close starts again, and stays saved as running.
+TEST(MainWindowLifecycle, ClosingAndReopeningTheSameWindowKeepsTheReceiverRunning) {
+  boost::asio::io_context io;
+  host::ui::AsioScheduler scheduler{io};
+  host::ui::ScriptedDialogs dialogs;
+  host::ui::Desktop desktop{scheduler, dialogs};
+  orvo::testing::TempFolder folder;
+  settings::SettingsStore store{folder.Path() / "ORVO.ini"};
+  frmVerbose verbose{desktop, folder.Path() / "ORVO.log"};
+  host::platform::FixedClock clock{host::platform::DateValue::FromCivil({2026, 1, 1, 0, 0, 0})};
+  host::platform::FixedTimeZone timeZone{0, false};
+  host::serial::AsioSerialPort port{io};
+  orvo::testing::PseudoTerminal terminal;
+  orvo::testing::FixedDeclination declination;
+  for (int number = 1; number <= gps::kPortCount; ++number)
+    port.SetDevicePathOverride(number, terminal.path);
+  Connect connect(desktop, store, [&] {
+    return std::make_unique<frmAddIn>(
+        MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination});
+  });
+  const auto close = [&] { desktop.Dispatch({{"type", "close"}, {"window", "frmAddIn"}}); };
+  const auto gpsStart = [&] { return store.GetSetting("Settings", "GPSStart", ""); };
+
+  connect.ShowCtrl();
+  frmAddIn* main = connect.MainWindow();
+  main->receiver.cmdGPSAction.UserClick();
+  ASSERT_TRUE(port.IsOpen()) << verbose.txtLog.Text();
+  EXPECT_EQ(main->receiver.cmdGPSAction.Caption(), "Stop &GPS");
+
+  for (int round = 1; round <= 2; ++round) {
+    close();
+    EXPECT_FALSE(main->IsLoaded());
+    EXPECT_FALSE(port.IsOpen()) << "round " << round << ": the unload closes the port";
+    EXPECT_EQ(gpsStart(), "True") << "round " << round;
+    EXPECT_EQ(main->Fix().FixMode, 0);
+
+    ASSERT_TRUE(
+        terminal.Send("$GPRMC,120000,A,4344.3820,N,00725.4500,E,12.5,90.0,211126,,*00\r\n"));
+    connect.ShowCtrl();
+    ASSERT_EQ(connect.MainWindow(), main) << "the same window object";
+    EXPECT_TRUE(port.IsOpen()) << "round " << round << ": the load starts the receiver again";
+    EXPECT_EQ(main->receiver.cmdGPSAction.Caption(), "Stop &GPS");
+    EXPECT_FALSE(main->receiver.cboPort.Enabled());
+    EXPECT_TRUE(main->GpsRunning());
+    EXPECT_EQ(main->Fix().FixMode, 0) << "the load resets the fix";
+  }
+  EXPECT_TRUE(dialogs.Prompts().empty());
+  main->receiver.cmdGPSAction.UserClick();
+  close();
+  EXPECT_EQ(gpsStart(), "False") << "stopped by the user: stays stopped";
+}
+
+struct Lifecycle : ::testing::Test, MainWindowFixture {};
+
+// Places are checked against a viewport a page reported, never against a guess; a place nobody
+// moved is never written back.
+TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
+  store.SaveSetting("FormLoc", "frmAddIn-X", "1500");
+  store.SaveSetting("FormLoc", "frmAddIn-Y", "100");
+  window->Show();
+  EXPECT_NE(window->Left(), 1500) << "no page yet: 1500 is not known to fit";
+  window->Unload();
+  EXPECT_EQ(store.GetSetting("FormLoc", "frmAddIn-X", ""), "1500") << "not overwritten";
+
+  window->Show();
+  desktop.SetViewport({1920, 1080});
+  EXPECT_EQ(window->Left(), 1500) << "placed once the page reported its viewport";
+  EXPECT_EQ(window->Top(), 100);
+  window->Unload();
+  window->Show();
+  EXPECT_EQ(window->Left(), 1500) << "with a viewport known, placed at once";
+
+  desktop.Dispatch({{"type", "move"}, {"window", "frmAddIn"}, {"left", 300}, {"top", 60}});
+  window->Unload();
+  EXPECT_EQ(store.GetSetting("FormLoc", "frmAddIn-X", ""), "300") << "the user's place is saved";
+  store.SaveSetting("FormLoc", "frmAddIn-X", "5000");
+  window->Show();
+  EXPECT_NE(window->Left(), 5000) << "beyond the viewport: left where ORVO put it";
+}
+
+TEST_F(Lifecycle, TheOneTimePortMigrationAddsOneToTheStoredNumber) {
+  const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
+      {std::nullopt, "2"}, {"1", "2"}, {" 3", "4"}, {"7 ", "8"}, {"COM", "COM"}};
+  for (const auto& [stored, migrated] : cases) {
+    settings::SettingsStore other(folder.Path() / "migrate.ini");
+    other.DeleteSetting("Settings", "CommaReset1");
+    other.DeleteSetting("Settings", "Port");
+    if (stored) other.SaveSetting("Settings", "Port", *stored);
+    std::string log;
+    settings::ApplyCommaReset(other, [&](std::string_view text) { log += text; });
+    EXPECT_EQ(other.GetSetting("Settings", "Port", ""), migrated) << stored.value_or("(none)");
+    EXPECT_EQ(other.GetSetting("Settings", "CommaReset1", ""), "True");
+    EXPECT_EQ(log.starts_with("ApplyCommaReset: "), migrated == "COM") << log;
+    settings::ApplyCommaReset(other);
+    EXPECT_EQ(other.GetSetting("Settings", "Port", ""), migrated) << "runs once only";
+  }
+}
+
+TEST_F(Lifecycle, ASettingsFileThatCannotBeWrittenIsShownAtUnload) {
+  window->Show();
+  window->receiver.cboPort.SetText("4");
+  // A folder where the store writes its temporary file: refused even to the superuser.
+  std::filesystem::create_directory(store.File().string() + ".tmp");
+  window->Unload();
+  ASSERT_EQ(dialogs.Prompts().size(), 1u);
+  EXPECT_TRUE(dialogs.Prompts()[0].starts_with("SaveSettings: ")) << dialogs.Prompts()[0];
+  EXPECT_TRUE(Logged(verbose, "SaveSettings: "));
+}
+
+TEST_F(Lifecycle, AFailingStepOfTheRefreshTickIsLoggedAndTheTimerGoesOn) {
+  window->Show();
+  window->sclRefreshRate.SetValue(1);
+  window->chkGuidance.SetValue(1);
+  map.failTick = true;
+  scheduler.Advance(Milliseconds(3000));
+  EXPECT_EQ(map.ticks, 3);
+  EXPECT_TRUE(window->Timer1.TimerEnabled());
+  EXPECT_TRUE(Logged(verbose, "UpdatePositionOnMap: map step failed"));
+}
+
+// A window whose unload fails, and a window that cannot be made: the connection events end
+// quietly and the log says why.
+class FailingWindow final : public frmAddIn {
+ public:
+  using frmAddIn::frmAddIn;
+
+ protected:
+  void OnUnload() override { throw std::runtime_error("unload failed"); }
+};
+
+TEST_F(Lifecycle, ConnectionEventsTrapAndLogTheirFailures) {
+  Connect failing(
+      desktop, store,
+      [this]() -> std::unique_ptr<frmAddIn> {
+        return std::make_unique<FailingWindow>(
+            MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination});
+      },
+      [this](std::string_view text) { verbose.Log(text, true); });
+  failing.ShowCtrl();
+  EXPECT_NO_THROW(failing.AddinInstance_OnDisconnection());
+  EXPECT_TRUE(Logged(verbose, "AddinInstance_OnDisconnection: unload failed"));
+  EXPECT_EQ(store.GetSetting("Settings", "DisplayOnConnect", ""), "1");
+
+  Connect unmade(
+      desktop, store, []() -> std::unique_ptr<frmAddIn> { throw std::runtime_error("no window"); },
+      [this](std::string_view text) { verbose.Log(text, true); });
+  EXPECT_NO_THROW(unmade.ShowCtrl());
+  EXPECT_TRUE(Logged(verbose, "ShowCtrl: no window"));
+}
+
+TEST_F(Lifecycle, ACaptureFileThatStopsTakingTextIsLoggedOnceAndTheStreamGoesOn) {
+  window->Show();
+  const auto folderOfCapture = folder.Path() / "captures";
+  std::filesystem::create_directory(folderOfCapture);
+  window->receiver.txtRecOutFileName.SetText((folderOfCapture / "drive.nmea").string());
+  window->receiver.chkRecord.UserClick();
+  ASSERT_EQ(window->receiver.chkRecord.Value(), 1);
+  std::filesystem::remove_all(folderOfCapture);
+  for (int chunk = 0; chunk < 3; ++chunk)
+    window->ProcessData("$GPRMC,081500,A,4807.038,N,01131.000,E,0.0,0.0,010203,,*00\r\n");
+  EXPECT_EQ(window->Fix().FixMode, 2) << "the sentences still arrive";
+  const std::string& log = verbose.txtLog.Text();
+  const auto first = log.find("ProcessData: capture: ");
+  ASSERT_NE(first, std::string::npos) << log;
+  EXPECT_EQ(log.find("ProcessData: capture: ", first + 1), std::string::npos)
+      << "once, not per chunk";
+}
+
+}  // namespace
+}  // namespace orvo::addin

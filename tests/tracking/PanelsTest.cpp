@@ -1,0 +1,154 @@
+// The readings and the status panel as the main window shows them: units, formats, the magnetic
+// heading, the fix-state lamps, the sky plot, the satellite list and the GPS clock.
+#include <gtest/gtest.h>
+
+#include "tests/addin/MainWindowFixture.hpp"
+
+namespace orvo::tracking {
+namespace {
+
+using orvo::testing::MainWindowFixture;
+
+struct Panels : ::testing::Test, MainWindowFixture {
+  void Feed(const std::string& text) {
+    // One sentence is dispatched per call; empty calls dispatch the rest, as playback does.
+    window->ProcessData(text);
+    while (window->Session().Intake().HasCompleteSentence()) window->ProcessData("");
+  }
+};
+
+TEST_F(Panels, ReadingsFollowTheChosenUnits) {
+  window->Show();
+  Feed(
+      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
+      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,359.96,230394,003.1,W*6A\r\n");
+  window->RefreshTick();
+  EXPECT_EQ(window->readings.lbElv[0].Caption(), "4,050.2 ft");
+  EXPECT_TRUE(window->readings.lbElv[0].Enabled());
+  EXPECT_EQ(window->readings.lblCourse[0].Caption(), "360");
+  EXPECT_EQ(window->readings.lblCourse[1].Caption(), "0");
+  EXPECT_EQ(window->readings.lblLng[0].Caption(), "011\u00B031.000W");
+
+  window->readings.SetUnitSpeed(1);
+  window->readings.SetUnitElv(1);
+  window->readings.SetUnitLatLng(1);
+  window->RefreshTick();
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "185");
+  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "2");
+  EXPECT_EQ(window->readings.lbElv[0].Caption(), "1,234.5 m");
+  EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11.51667 \u00B0 ");
+
+  window->readings.SetUnitSpeed(7);  // outside the table: empty text shows as 0 0
+  window->readings.SetUnitLatLng(5);
+  window->RefreshTick();
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0");
+  EXPECT_EQ(window->readings.lblLat[0].Caption(), "");
+}
+
+TEST_F(Panels, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
+  window.reset();
+  window = std::make_unique<addin::frmAddIn>(
+      addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination, [] {
+                                  return host::platform::NumberLocale{",", "."};
+                                }});
+  window->Show();
+  window->readings.SetUnitSpeed(1);
+  window->readings.SetUnitElv(1);
+  window->readings.SetUnitLatLng(1);
+  Feed(
+      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
+      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,84.4,230394,003.1,W*6A\r\n"
+      "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
+  window->RefreshTick();
+  EXPECT_EQ(window->readings.FormatSpeed(), "185,2");
+  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0")
+      << "a literal '.' is looked for, on purpose";
+  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "0");
+  EXPECT_EQ(window->readings.lbElv[0].Caption(), "1.234,5 m");
+  EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11,51667 \u00B0 ");
+  window->SSTab.SetTab(addin::frmAddIn::kTabSatellite);
+  EXPECT_NE(window->status.txtSaInfo.Text().find("HDOP=1,2\r\n"), std::string::npos);
+  window->Unload();
+  EXPECT_EQ(store.GetSetting("TraceOpt", "ThreasholdKnot", ""), "0.00216")
+      << "always stored with '.'";
+  EXPECT_EQ(store.GetSetting("Settings", "dStopDetTKt", ""), "4");
+}
+
+TEST_F(Panels, MagneticHeadingSubtractsTheDeclinationAndSaysWhenThereIsNone) {
+  window->Show();
+  window->readings.SetUnitHeading(1);
+  EXPECT_EQ(window->readings.lblCourse[2].BackColor(), "#ffff80");
+  const auto headingFor = [&](const char* course, std::optional<double> declinationDegrees) {
+    declination.degrees = declinationDegrees;
+    Feed(std::string("$GPRMC,123519,A,4807.038,N,01131.000,E,10.0,") + course + ",230394,,*00\r\n");
+    window->RefreshTick();
+    return window->readings.DisplayHeading();
+  };
+  EXPECT_DOUBLE_EQ(headingFor("2", 10.0), 352);
+  EXPECT_DOUBLE_EQ(headingFor("350", -15.0), 365);
+  EXPECT_EQ(window->readings.FormatHeading(), "365.0m");
+  headingFor("90", std::nullopt);
+  EXPECT_EQ(window->readings.lblCourse[0].Caption(), "---");
+  window->readings.SetUnitHeading(0);
+  EXPECT_DOUBLE_EQ(headingFor("90", std::nullopt), 90);
+  EXPECT_EQ(window->readings.lblCourse[2].BackColor(), "#80b7af");
+}
+
+TEST_F(Panels, NoFixDimsTheReadingsAndShowsNoTime) {
+  window->Show();
+  window->RefreshTick();
+  EXPECT_EQ(window->readings.lblCourse[0].Caption(), "0");
+  EXPECT_FALSE(window->readings.lblLat[0].Enabled());
+  EXPECT_EQ(window->readings.lbElv[0].Caption(), "N/A");
+  EXPECT_FALSE(window->readings.lbElv[0].Enabled());
+  EXPECT_EQ(window->status.lblGPSTime[0].Caption(), "");
+  EXPECT_FALSE(window->mnuCompassSyncTime.Enabled());
+  window->status.lblGPSTime[0].UserClick();
+  EXPECT_FALSE(clock.LastTimeOfDaySet()) << "no clock change without any data";
+
+  Feed("$GPRMC,235959.00,V,,,,,,,,,,N*00\r\n");
+  window->RefreshTick();
+  EXPECT_EQ(window->status.lblGPSState[0].Caption(), "Acquiring");
+  EXPECT_EQ(window->status.dwGPSState[0].FillColor(), "#ff0000");
+  EXPECT_EQ(window->status.lblGPSTime[0].Caption(), "11:59:59 PM");
+  EXPECT_EQ(window->status.lblGPSTime[0].ToolTipText(), "(click to sync the system time)");
+  EXPECT_TRUE(window->mnuCompassSyncTime.Enabled());
+  window->status.lblGPSTime[0].UserClick();
+  ASSERT_TRUE(clock.LastTimeOfDaySet());
+  EXPECT_EQ(clock.LastTimeOfDaySet()->Format("hh:mm:ss"), "23:59:59");
+
+  Feed("$GPRMC,081500,A,4807.038,N,01131.000,E,0.0,0.0,010203,,*00\r\n");
+  window->RefreshTick();
+  EXPECT_EQ(window->status.lblGPSTime[0].ToolTipText(), "02/01/03 (click to sync the system time)");
+}
+
+TEST_F(Panels, SkyPlotAndSatelliteListDrawWhatTheReceiverReports) {
+  window->Show();
+  window->SSTab.SetTab(addin::frmAddIn::kTabSatellite);
+  Feed(
+      "$GPGSV,2,1,06,01,90,045,40,02,00,090,,03,00,180,00,04,45,270,*70\r\n"
+      "$GPGSV,2,2,06,05,,,33,17,,,*70\r\n"
+      "$GPGSA,A,3,01,02,03,,,,,,,,,,2.5,1.2,,*00\r\n");
+  window->RefreshTick();
+  const auto at = [&](int slot) {
+    return std::make_pair(window->status.lblSP[slot].Left(), window->status.lblSP[slot].Top());
+  };
+  EXPECT_EQ(at(0), std::make_pair(787, 1117));
+  EXPECT_EQ(at(1), std::make_pair(1237, 1117));
+  EXPECT_EQ(at(2), std::make_pair(787, 1567));
+  EXPECT_EQ(window->status.lblSaID[1].Left(), 1337);
+  EXPECT_EQ(window->status.lblSaID[1].Caption(), "2");
+  EXPECT_EQ(window->status.lblSP[1].ForeColor(), "#808080") << "no signal: grey";
+  EXPECT_EQ(window->status.lblSP[2].ForeColor(), "#00ff00") << "a signal of 0 is still a signal";
+  EXPECT_FALSE(window->status.lblSP[4].Visible()) << "no elevation, no dot";
+  EXPECT_FALSE(window->status.lblSP[6].Visible());
+  EXPECT_EQ(window->status.lblSaNumber.Caption(), "6");
+  EXPECT_EQ(window->status.txtSaInfo.Text(),
+            "Id Db Azm El\r\n01 40 045 90 \r\n02 -- 090 00 \r\n03 00 180 00 \r\n"
+            "04 -- 270 45 \r\n05 33 --- -- \r\n17 -- --- -- \r\nHDOP=1.2\r\n");
+  EXPECT_EQ(window->status.txtSaInfo.SelLength(),
+            static_cast<int>(window->status.txtSaInfo.Text().size()));
+}
+
+}  // namespace
+}  // namespace orvo::tracking
