@@ -24,12 +24,15 @@ function element(id: string): HTMLElement {
 }
 
 async function loadRegion(): Promise<Region> {
+  // Without an answer the page shows the whole world; orvo's snapshot then moves the map to
+  // its own view.
   const fallback: Region = {
     name: '',
     available: false,
-    centre: { latitude: 43.7384, longitude: 7.4246 },
+    centre: { latitude: 0, longitude: 0 },
     minZoom: 0,
     maxZoom: 18,
+    initialZoom: 2,
   };
   try {
     const response = await fetch(`/region.json${location.search}`);
