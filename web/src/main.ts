@@ -11,6 +11,7 @@ import { accessKeyOf } from './ui/accessKeys';
 import { DesktopView } from './ui/desktop';
 import { MenuBar } from './ui/menuBar';
 import { ModalsView } from './ui/modals';
+import { virtualKeyCode } from './ui/keyCodes';
 import { shiftBits } from './ui/units';
 
 const THEME_KEY = 'orvo.theme';
@@ -158,7 +159,7 @@ async function start(): Promise<void> {
         consumedKey = event.code;
         return;
       }
-      if (RESERVED_KEY_CODES.has(event.keyCode)) event.preventDefault();
+      if (RESERVED_KEY_CODES.has(virtualKeyCode(event))) event.preventDefault();
       // Alt alone would move the browser's focus to its own menu.
       if (event.key === 'Alt') event.preventDefault();
     },
@@ -179,7 +180,7 @@ async function start(): Promise<void> {
       if ((event.target as HTMLElement | null)?.closest?.('#modals')) return;
       const window = desktop.keyWindow();
       if (!window) return;
-      send({ type: 'key', window, event: 'keyup', keyCode: event.keyCode, shift: shiftBits(event) });
+      send({ type: 'key', window, event: 'keyup', keyCode: virtualKeyCode(event), shift: shiftBits(event) });
     },
     true,
   );
