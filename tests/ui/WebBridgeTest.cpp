@@ -319,8 +319,8 @@ class CountingSource : public SnapshotSource {
     Json part{{"type", "pins"}, {"add", Json::array()}};
     if (next_ == 0) part["reset"] = true;
     for (int end = std::min(kItems, next_ + 5000); next_ < end; ++next_)
-      part["add"].push_back(Json::array({next_, "ORVO_" + std::to_string(next_), 43.7, 7.4, 1,
-                                         std::string(40, 'n'), 0}));
+      part["add"].push_back(Json::array(
+          {next_, "ORVO_" + std::to_string(next_), 43.7, 7.4, 1, std::string(40, 'n'), 0}));
     return part;
   }
   static constexpr int kItems = 100000;
