@@ -25,10 +25,11 @@ void frmVerbose::Log(std::string_view text, bool addLineEnd) {
   try {
     std::string line(text);
     if (addLineEnd) line += "\r\n";
-    const std::string all = txtLog.Text() + line;
-    txtLog.SetText(all);
+    // The window keeps the newest lines and the pages get only what is added; the file, when
+    // asked for, keeps everything.
+    txtLog.AppendText(line, kLinesShown);
     // The caret at the end keeps the newest text in view.
-    txtLog.Select(static_cast<int>(all.size()), 0);
+    txtLog.Select(static_cast<int>(txtLog.Text().size()), 0);
     if (chkLogfile.Value() == 1) {
       std::ofstream file(logFile_, std::ios::binary | std::ios::app);
       file.write(line.data(), static_cast<std::streamsize>(line.size()));

@@ -1,5 +1,6 @@
 #pragma once
 // The diagnostic log: what ORVO noticed but did not trouble the user with.
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -10,6 +11,9 @@ namespace orvo::addin {
 
 class frmVerbose final : public host::ui::Window {
  public:
+  // The lines the window keeps; older ones are only in ORVO.log.
+  static constexpr std::size_t kLinesShown = 5000;
+
   explicit frmVerbose(host::ui::Desktop& desktop, std::filesystem::path logFile = "ORVO.log");
 
   // Appends to the window and, with "Log to file" set, to ORVO.log. Never fails.

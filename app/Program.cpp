@@ -183,6 +183,11 @@ RegionInfo ReadRegionInfo(const std::string& name) {
     info.problem = std::string(error.what()) + "; " + howToBuild;
     info.page["message"] = "The map region \"" + name + "\" cannot be shown: " + howToBuild;
   }
+  // Zoom 14 shows a town's streets; a region that stops short of it opens at its limit. The
+  // page opens there too.
+  const int minZoom = info.page.at("minZoom").get<int>();
+  info.page["initialZoom"] =
+      std::clamp(14, minZoom, std::max(minZoom, info.page.at("maxZoom").get<int>()));
   return info;
 }
 
@@ -219,12 +224,9 @@ class Program {
     bridge_.SetRegion(region.page);
     if (region.tiles) bridge_.SetTileSource(region.tiles);
     const Json& centre = region.page.at("centre");
-    // Zoom 14 shows a town's streets; a region that stops short of it opens at its limit.
-    const int zoom = std::clamp(
-        14, region.page.at("minZoom").get<int>(),
-        std::max(region.page.at("minZoom").get<int>(), region.page.at("maxZoom").get<int>()));
     mapView_.SetInitialView(centre.at("latitude").get<double>(),
-                            centre.at("longitude").get<double>(), zoom);
+                            centre.at("longitude").get<double>(),
+                            region.page.at("initialZoom").get<int>());
 
     try {
       bridge_.Start();

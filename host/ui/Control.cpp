@@ -18,6 +18,15 @@ std::string FromBgr(std::uint32_t bgr) {
              static_cast<int>((bgr >> 16) & 0xFF));
 }
 
+std::string KeepLastLines(std::string text, std::size_t keepLines) {
+  std::size_t lineEnds = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  if (lineEnds <= keepLines) return text;
+  std::size_t cut = 0;
+  for (; lineEnds > keepLines; --lineEnds) cut = text.find('\n', cut) + 1;
+  text.erase(0, cut);
+  return text;
+}
+
 Control::Control(Window& owner, std::string kind, std::string name, std::optional<int> index)
     : owner_(owner), kind_(std::move(kind)), name_(std::move(name)), index_(index) {
   properties_ = Json{{"kind", kind_},   {"name", name_}, {"index", nullptr}, {"enabled", true},
@@ -50,8 +59,9 @@ void Control::SetContainer(const Control& container, std::optional<int> tab) {
 bool Control::Set(const char* key, Json value) {
   auto found = properties_.find(key);
   if (found != properties_.end() && *found == value) return false;
+  Json previous = found != properties_.end() ? std::move(*found) : Json(nullptr);
   properties_[key] = value;
-  owner_.ControlChanged(*this, key, value);
+  owner_.ControlChanged(*this, key, previous, value);
   return true;
 }
 
@@ -141,6 +151,14 @@ TextBox::TextBox(Window& owner, std::string name, std::optional<int> index)
 
 void TextBox::SetText(std::string text) {
   if (Set("text", std::move(text))) Raise(onChange);
+}
+
+void TextBox::AppendText(std::string_view text, std::size_t keepLines) {
+  if (text.empty()) return;
+  std::string& stored = Stored("text").get_ref<std::string&>();
+  stored.append(text);
+  stored = KeepLastLines(std::move(stored), keepLines);
+  Owner().ControlAppended(*this, std::string(text), keepLines);
 }
 
 void TextBox::Select(int start, int length) {

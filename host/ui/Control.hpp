@@ -5,6 +5,7 @@
 // Positions and sizes of controls are in twips (15 to a CSS pixel), the unit the windows are laid
 // out in. Assigning a check box's or a scroll bar's value from code raises its Click or Change
 // handler exactly as the user's action does: the window logic relies on it.
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -99,6 +100,8 @@ class Control {
   }
   // Records the change and tells the pages; no message when nothing changed.
   bool Set(const char* key, Json value);
+  // The stored value itself, for changes that tell the pages their own way.
+  Json& Stored(const char* key) { return properties_[key]; }
   static void Raise(const std::function<void()>& handler) {
     if (handler) handler();
   }
@@ -111,6 +114,10 @@ class Control {
   std::optional<int> index_;
   Json properties_;
 };
+
+// TEXT without its oldest lines, so that at most `keepLines` line ends ("\n") remain. The page
+// trims appended text by the same rule.
+std::string KeepLastLines(std::string text, std::size_t keepLines);
 
 class Label : public Control {
  public:
@@ -161,6 +168,9 @@ class TextBox : public Control {
   std::string Text() const { return Get<std::string>("text"); }
   // Raises Change when the text changes.
   void SetText(std::string text);
+  // Adds text at the end and keeps only the last `keepLines` lines; pages are sent only the
+  // added text. Does not raise Change: only code appends (a log).
+  void AppendText(std::string_view text, std::size_t keepLines);
   void SetMultiLine(bool multiLine) { Set("multiLine", multiLine); }
   void SetLocked(bool locked) { Set("locked", locked); }
   int SelStart() const { return Get<int>("selStart"); }

@@ -86,6 +86,11 @@ void Desktop::Publish(const Json& message) {
   for (UiObserver* observer : observers) observer->UiMessage(message);
 }
 
+void Desktop::PublishChange(const Json& message, const Json& previous) {
+  const auto observers = observers_;
+  for (UiObserver* observer : observers) observer->UiChange(message, previous);
+}
+
 void Desktop::Report(std::string_view text) const {
   if (diagnostics) diagnostics(text);
 }

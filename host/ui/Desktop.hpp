@@ -18,6 +18,9 @@ class UiObserver {
  public:
   virtual ~UiObserver() = default;
   virtual void UiMessage(const Json& message) = 0;
+  // A property change ("set" or "window") with the value it had before, so that an observer
+  // can tell a change undone within one turn from a real one.
+  virtual void UiChange(const Json& message, const Json& /*previous*/) { UiMessage(message); }
 };
 
 struct ViewportPixels {
@@ -57,6 +60,7 @@ class Desktop {
   void AddObserver(UiObserver& observer);
   void RemoveObserver(UiObserver& observer);
   void Publish(const Json& message);
+  void PublishChange(const Json& message, const Json& previous);
 
   // One event from a page. Unknown or malformed events are reported to `diagnostics` and
   // otherwise ignored.

@@ -1,9 +1,11 @@
 #include "host/ui/PageDialogs.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
+
+#include "host/platform/Files.hpp"
+#include "host/platform/Text.hpp"
 
 namespace orvo::host::ui {
 namespace {
@@ -11,9 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
-  return text;
+  return platform::Trim(text, " \t");
 }
 
 std::vector<std::string_view> Split(std::string_view text, char separator) {
@@ -38,7 +38,8 @@ const char* ButtonsName(MsgBoxButtons buttons) {
   return "okOnly";
 }
 
-// The answers each kind of box can give, the cautious one first.
+// The answers each kind of box can give, the cautious one first: it is also what Escape gives
+// and what a question asked with nobody to answer takes.
 std::vector<std::string> Results(std::string_view buttons) {
   if (buttons == "okCancel") return {"cancel", "ok"};
   if (buttons == "yesNo") return {"no", "yes"};
@@ -55,11 +56,6 @@ MsgBoxResult ResultValue(std::string_view result) {
 Json CautiousAnswer(const Json& message) {
   if (message.at("kind") == "file") return Json{{"path", nullptr}};
   return Json{{"result", Results(message.at("buttons").get<std::string>()).front()}};
-}
-
-fs::path HomeFolder() {
-  const char* home = std::getenv("HOME");
-  return home != nullptr && *home == '/' ? fs::path(home) : fs::path("/");
 }
 
 }  // namespace
@@ -84,13 +80,14 @@ MsgBoxResult PageDialogs::ShowMessage(const MessageRequest& request) {
                                {"kind", "message"},
                                {"title", request.title},
                                {"prompt", request.prompt},
-                               {"buttons", ButtonsName(request.buttons)}});
+                               {"buttons", ButtonsName(request.buttons)},
+                               {"escape", Results(ButtonsName(request.buttons)).front()}});
   return ResultValue(answer.at("result").get<std::string>());
 }
 
 std::optional<std::string> PageDialogs::ChooseFile(const FileRequest& request) {
   // The chooser opens in the folder of the initial path, with its name filled in.
-  fs::path folder = HomeFolder();
+  fs::path folder = platform::HomeFolder();
   std::string fileName;
   if (!request.initialPath.empty()) {
     const fs::path initial = fs::path(request.initialPath).lexically_normal();

@@ -4,11 +4,17 @@
 // the user's events back.
 //
 // Everything runs on the program's io_context, on its one thread: the bridge calls the desktop
-// directly and needs no locks. A page that connects gets a snapshot, then every change as it
-// happens; a page that goes away is forgotten, and one that comes back gets a fresh snapshot.
+// directly and needs no locks. A page that connects gets a snapshot, then every change; a page
+// that goes away is forgotten, and one that comes back gets a fresh snapshot.
+//
+// What changes in one turn of the event loop reaches the pages as one frame, a JSON array of
+// messages (see MessageBatch). Features other than the windows (the map's pins) use the same
+// channel: they queue their own messages, add their own parts to every snapshot, and take page
+// messages of their own types.
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +25,8 @@
 
 #include "host/ui/Control.hpp"
 #include "host/ui/Desktop.hpp"
+#include "host/ui/HttpText.hpp"
+#include "host/ui/MessageBatch.hpp"
 
 namespace orvo::host::ui {
 
@@ -35,6 +43,19 @@ class TileSource {
   virtual std::optional<std::string> Tile(int z, int x, int y) = 0;
 };
 
+// A feature's share of the snapshot a page gets when it connects: messages handed out one at a
+// time, each only once the page has taken the one before, so that a snapshot of any size
+// reaches the page without being built in memory at once. Each part is sent as it is when it is
+// asked for; changes made meanwhile reach the page as live messages, so the page's handling of
+// the feature's messages must let a later message win (an "add" of a known item updates it, a
+// "remove" of an unknown one does nothing).
+class SnapshotSource {
+ public:
+  virtual ~SnapshotSource() = default;
+  // The next message, or nothing when the snapshot is complete.
+  virtual std::optional<Json> Next() = 0;
+};
+
 struct WebBridgeOptions {
   std::string address = "127.0.0.1";
   unsigned short port = 8080;  // 0: any free port (tests)
@@ -42,8 +63,9 @@ struct WebBridgeOptions {
   std::string token;
   std::filesystem::path webFolder;   // the built page; empty: platform::WebFolder()
   std::filesystem::path dataFolder;  // served below /data/; empty: platform::AppFolder()
-  // A page that falls this far behind is dropped; it reconnects and gets a snapshot. A snapshot
-  // of every window is a few hundred kilobytes at most, so 8 MiB is a page that stopped reading.
+  // A page whose live traffic falls this far behind is dropped; it reconnects and gets a
+  // snapshot. A tick sends a few kilobytes, so 8 MiB is a page that stopped reading. Snapshot
+  // parts do not count: they are only made once the page has taken the one before.
   std::size_t maxQueuedBytes = 8u << 20;
 };
 
@@ -83,8 +105,25 @@ class WebBridge final : public UiObserver {
     snapshotParts_.push_back(std::move(part));
   }
 
+  // Feature channels.
+  // Queues a message for every page; it joins the frame of this turn, after what was queued
+  // before it.
+  void Queue(Json message);
+  // MAKE is asked for a fresh source for every page that connects; its parts follow the
+  // desktop's snapshot, in the order the sources were added.
+  using SnapshotSourceMaker = std::function<std::unique_ptr<SnapshotSource>()>;
+  void AddSnapshotSource(SnapshotSourceMaker make) { snapshotSources_.push_back(std::move(make)); }
+  // Page messages whose "type" is TYPE go to HANDLER instead of the desktop. A handler that
+  // throws is reported and the page stays.
+  using PageMessageHandler = std::function<void(const Json&)>;
+  void OnPageMessage(std::string type, PageMessageHandler handler);
+
+  // Sends what this turn has queued now (it is sent at the end of the turn anyway).
+  void Flush();
+
   // Desktop messages, sent to every page.
   void UiMessage(const Json& message) override;
+  void UiChange(const Json& message, const Json& previous) override;
 
   // Bad requests, malformed page messages, dropped pages.
   std::function<void(std::string_view)> diagnostics;
@@ -100,6 +139,7 @@ class WebBridge final : public UiObserver {
   friend class Responder;
 
   void Report(std::string_view text) const;
+  void FlushAtEndOfTurn();
   Json PageSnapshot() const;
   void PageOpened(const std::shared_ptr<PageSession>& page);
   void PageClosed(const PageSession* page);
@@ -119,13 +159,10 @@ class WebBridge final : public UiObserver {
   std::shared_ptr<TileSource> tiles_;
   Json region_ = Json::object();
   std::vector<std::function<void(Json&)>> snapshotParts_;
+  std::vector<SnapshotSourceMaker> snapshotSources_;
+  std::map<std::string, PageMessageHandler, std::less<>> pageHandlers_;
+  MessageBatch batch_;
+  bool flushPending_ = false;
 };
-
-// True for 127.0.0.0/8, ::1 and "localhost".
-bool IsLoopbackAddress(std::string_view address);
-
-// Whether a file name matches a chooser pattern such as "*.nmea" ('*' any run, '?' one
-// character; letters compare without case, as the old file dialogs did).
-bool MatchesFilePattern(std::string_view name, std::string_view pattern);
 
 }  // namespace orvo::host::ui

@@ -1,6 +1,7 @@
 #include "host/ui/Window.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include "host/ui/Desktop.hpp"
 
@@ -97,21 +98,35 @@ void Window::Detach(Control& control) {
   std::erase(controls_, &control);
 }
 
-void Window::ControlChanged(const Control& control, const char* key, const Json& value) {
+void Window::ControlChanged(const Control& control, const char* key, const Json& previous,
+                            const Json& value) {
+  if (!loaded_ || !control.Rendered()) return;
+  desktop_.PublishChange(Json{{"type", "set"},
+                              {"window", name_},
+                              {"control", control.Id()},
+                              {"property", key},
+                              {"value", value}},
+                         previous);
+}
+
+void Window::ControlAppended(const Control& control, const std::string& text,
+                             std::size_t keepLines) {
   if (!loaded_ || !control.Rendered()) return;
   desktop_.Publish(Json{{"type", "set"},
                         {"window", name_},
                         {"control", control.Id()},
-                        {"property", key},
-                        {"value", value}});
+                        {"property", "text"},
+                        {"append", text},
+                        {"keepLines", keepLines}});
 }
 
 void Window::Set(const char* key, Json value) {
-  if (properties_[key] == value) return;
-  properties_[key] = value;
+  Json& current = properties_[key];
+  if (current == value) return;
+  Json previous = std::exchange(current, value);
   if (loaded_)
-    desktop_.Publish(
-        Json{{"type", "window"}, {"window", name_}, {"property", key}, {"value", value}});
+    desktop_.PublishChange(
+        Json{{"type", "window"}, {"window", name_}, {"property", key}, {"value", value}}, previous);
 }
 
 }  // namespace orvo::host::ui

@@ -62,7 +62,10 @@ class Window {
   // Used by controls.
   void Attach(Control& control);
   void Detach(Control& control);
-  void ControlChanged(const Control& control, const char* key, const Json& value);
+  void ControlChanged(const Control& control, const char* key, const Json& previous,
+                      const Json& value);
+  // Text added at the end of a text box, of which the box keeps the last `keepLines` lines.
+  void ControlAppended(const Control& control, const std::string& text, std::size_t keepLines);
 
  protected:
   virtual void OnLoad() {}

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <functional>
 
 #include "host/ui/Control.hpp"
 #include "host/ui/Desktop.hpp"
+#include "host/ui/MessageBatch.hpp"
 #include "host/ui/Window.hpp"
 
 namespace orvo::host::ui {
@@ -154,6 +156,56 @@ TEST_F(ControlFixture, UnloadClosesTheWindowInEveryPage) {
   ASSERT_FALSE(recorder.messages.empty());
   EXPECT_EQ(recorder.messages.back()["type"], "close");
   EXPECT_TRUE(desktop.Windows().empty());
+}
+
+}  // namespace
+}  // namespace orvo::host::ui
+
+namespace orvo::host::ui {
+namespace {
+
+Json SetMessage(const char* control, Json value) {
+  return Json{{"type", "set"},
+              {"window", "w"},
+              {"control", control},
+              {"property", "p"},
+              {"value", std::move(value)}};
+}
+
+TEST(MessageBatch, CoalescesChangesWithinATurnButNotAcrossAWindowsReopening) {
+  struct Case {
+    const char* what;
+    std::function<void(MessageBatch&)> turn;
+    std::string frame;
+  };
+  const Json open{{"type", "open"}, {"window", {{"name", "w"}}}};
+  const Json append{{"type", "set"},      {"window", "w"},   {"control", "t"},
+                    {"property", "text"}, {"append", "a\n"}, {"keepLines", 5}};
+  const std::vector<Case> cases = {
+      {"undone",
+       [](MessageBatch& b) {
+         b.AddChange(SetMessage("c", 1), 0), b.AddChange(SetMessage("c", 0), 1);
+       },
+       ""},
+      {"twice",
+       [](MessageBatch& b) {
+         b.AddChange(SetMessage("c", 1), 0), b.AddChange(SetMessage("c", 2), 1);
+       },
+       R"([{"control":"c","property":"p","type":"set","value":2,"window":"w"}])"},
+      {"reopened",
+       [&](MessageBatch& b) {
+         b.AddChange(SetMessage("c", 1), 0), b.Add(open), b.AddChange(SetMessage("c", 0), 1);
+       },
+       R"([{"control":"c","property":"p","type":"set","value":1,"window":"w"},{"type":"open","window":{"name":"w"}},{"control":"c","property":"p","type":"set","value":0,"window":"w"}])"},
+      {"appends", [&](MessageBatch& b) { b.Add(append), b.Add(append); },
+       R"([{"append":"a\na\n","control":"t","keepLines":5,"property":"text","type":"set","window":"w"}])"},
+  };
+  for (const Case& c : cases) {
+    MessageBatch batch;
+    c.turn(batch);
+    EXPECT_EQ(batch.Take(), c.frame) << c.what;
+    EXPECT_TRUE(batch.Empty()) << c.what;
+  }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -96,11 +97,20 @@ class Page {
   }
   bool Connected() const { return !error_; }
 
+  // The next message; a frame carries the messages of one turn.
   Json Next() {
-    beast::flat_buffer buffer;
-    ws_.read(buffer);
-    return Json::parse(beast::buffers_to_string(buffer.data()));
+    while (pending_.empty()) {
+      beast::flat_buffer buffer;
+      ws_.read(buffer);
+      ++frames;
+      for (Json& message : Json::parse(beast::buffers_to_string(buffer.data())))
+        pending_.push_back(std::move(message));
+    }
+    Json message = std::move(pending_.front());
+    pending_.pop_front();
+    return message;
   }
+  int frames = 0;
   // The next message of TYPE; others on the way are skipped.
   Json Next(const std::string& type) {
     for (;;) {
@@ -121,6 +131,7 @@ class Page {
 
  private:
   asio::io_context io_;
+  std::deque<Json> pending_;
   websocket::stream<tcp::socket> ws_{io_};
   beast::error_code error_;
 };
@@ -291,12 +302,86 @@ TEST_F(WebBridgeTest, APageThatFallsTooFarBehindIsDroppedAndComesBack) {
   // More than the limit at once: the writes cannot keep up within one turn of the loop.
   OnLoop([this] {
     for (int i = 0; i < 20; ++i)
-      window_.label.SetCaption(std::string(500, static_cast<char>('a' + i)));
+      bridge_->Queue(Json{{"type", "note"}, {"text", std::string(500, 'a')}});
   });
   EXPECT_TRUE(slow.ClosedByServer());
   EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 0u);
   Page again(port);
   EXPECT_EQ(again.Next().at("type"), "snapshot");
+}
+
+// 100,000 items of ~100 bytes in parts of 5,000: a snapshot of about 10 MB, beyond the limit
+// for live traffic, that reaches the page whole.
+class CountingSource : public SnapshotSource {
+ public:
+  std::optional<Json> Next() override {
+    if (next_ >= kItems) return std::nullopt;
+    Json part{{"type", "pins"}, {"add", Json::array()}};
+    if (next_ == 0) part["reset"] = true;
+    for (int end = std::min(kItems, next_ + 5000); next_ < end; ++next_)
+      part["add"].push_back(Json::array(
+          {next_, "ORVO_" + std::to_string(next_), 43.7, 7.4, 1, std::string(40, 'n'), 0}));
+    return part;
+  }
+  static constexpr int kItems = 100000;
+
+ private:
+  int next_ = 0;
+};
+
+TEST_F(WebBridgeTest, FeaturesSendSnapshotsOfAnySizeQueueMessagesAndTakeTheirOwnTypes) {
+  WebBridgeOptions options = Options();
+  options.maxQueuedBytes = 1u << 20;
+  const unsigned short port = Start(options);
+  std::vector<Json> received;
+  OnLoop([this, &received] {
+    bridge_->AddSnapshotSource([] { return std::make_unique<CountingSource>(); });
+    bridge_->OnPageMessage("pin", [&received](const Json& message) {
+      if (message.value("action", "") == "fail") throw std::runtime_error("no such pin");
+      received.push_back(message);
+    });
+    return 0;
+  });
+  Page page(port);
+  EXPECT_EQ(page.Next().at("type"), "snapshot");
+  std::size_t items = 0;
+  for (int part = 0; items < CountingSource::kItems; ++part) {
+    const Json message = page.Next();
+    ASSERT_EQ(message.at("type"), "pins");
+    EXPECT_EQ(message.value("reset", false), part == 0);
+    items += message.at("add").size();
+  }
+  EXPECT_EQ(items, static_cast<std::size_t>(CountingSource::kItems));
+
+  // One turn: queued messages and changes in one frame; a change undone sends nothing, one made
+  // twice sends its last value.
+  const int framesBefore = page.frames;
+  OnLoop([this] {
+    bridge_->Queue(Json{{"type", "pins"}, {"remove", {7}}});
+    window_.check.SetVisible(false);
+    window_.check.SetVisible(true);
+    window_.label.SetCaption("one");
+    window_.label.SetCaption("two");
+    return 0;
+  });
+  EXPECT_EQ(page.Next().at("remove"), Json::array({7}));
+  const Json set = page.Next();
+  EXPECT_EQ(page.frames, framesBefore + 1);
+  EXPECT_EQ(set.at("control"), "lblState");
+  EXPECT_EQ(set.at("value"), "two");
+
+  page.Send({{"type", "pin"}, {"id", 3}, {"action", "fail"}});
+  page.Send({{"type", "pin"}, {"id", 3}, {"action", "delete"}});
+  page.Send({{"type", "front"}, {"window", "frmTest"}});  // still the desktop's
+  OnLoop([this] { return bridge_->PageCount(); });
+  for (int i = 0; i < 100 && OnLoop([&received] { return received.size(); }) == 0; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  const Json deleted{{"type", "pin"}, {"id", 3}, {"action", "delete"}};
+  EXPECT_EQ(OnLoop([&received] { return received; }), std::vector<Json>{deleted});
+  EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 1u);
+  EXPECT_TRUE(std::any_of(diagnostics_.begin(), diagnostics_.end(), [](const std::string& text) {
+    return text.find("no such pin") != std::string::npos;
+  }));
 }
 
 TEST_F(WebBridgeTest, QuestionsWaitForAPageAndAreAnsweredFromAnyPage) {

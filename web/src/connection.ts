@@ -25,11 +25,39 @@ export class Connection {
   private attempt = 0;
   private timer: ReturnType<typeof setTimeout> | null = null;
 
+  // Messages of types that a feature has claimed with `on`, else this.
   onMessage: (message: ServerMessage) => void = () => {};
   onState: (state: ConnectionState) => void = () => {};
   onOpen: () => void = () => {};
 
+  private readonly handlers = new Map<string, (message: ServerMessage) => void>();
+
   constructor(private readonly url: string) {}
+
+  // Messages of TYPE go to HANDLER (the map's pins, for instance) instead of onMessage.
+  on(type: string, handler: (message: ServerMessage) => void): void {
+    this.handlers.set(type, handler);
+  }
+
+  // One frame: the messages of one turn of orvo's loop, applied in order.
+  receive(data: string): void {
+    let parsed: unknown;
+    try {
+      parsed = JSON.parse(data);
+    } catch {
+      console.warn('orvo: a frame that is not JSON was ignored');
+      return;
+    }
+    for (const message of (Array.isArray(parsed) ? parsed : [parsed]) as ServerMessage[]) {
+      const handler = typeof message?.type === 'string' ? this.handlers.get(message.type) : undefined;
+      try {
+        (handler ?? this.onMessage)(message);
+      } catch (error) {
+        // One message that fails must not cost the page the rest of the frame.
+        console.error('orvo: handling a message failed', error);
+      }
+    }
+  }
 
   start(): void {
     this.open('connecting');
@@ -52,16 +80,7 @@ export class Connection {
       this.onState('open');
       this.onOpen();
     };
-    socket.onmessage = (event) => {
-      let message: ServerMessage;
-      try {
-        message = JSON.parse(String(event.data));
-      } catch {
-        console.warn('orvo: a message that is not JSON was ignored');
-        return;
-      }
-      this.onMessage(message);
-    };
+    socket.onmessage = (event) => this.receive(String(event.data));
     socket.onclose = () => {
       if (this.socket !== socket) return;
       this.socket = null;

@@ -11,6 +11,7 @@ import { accessKeyOf } from './ui/accessKeys';
 import { DesktopView } from './ui/desktop';
 import { MenuBar } from './ui/menuBar';
 import { ModalsView } from './ui/modals';
+import { virtualKeyCode } from './ui/keyCodes';
 import { shiftBits } from './ui/units';
 
 const THEME_KEY = 'orvo.theme';
@@ -24,12 +25,15 @@ function element(id: string): HTMLElement {
 }
 
 async function loadRegion(): Promise<Region> {
+  // Without an answer the page shows the whole world; orvo's snapshot then moves the map to
+  // its own view.
   const fallback: Region = {
     name: '',
     available: false,
-    centre: { latitude: 43.7384, longitude: 7.4246 },
+    centre: { latitude: 0, longitude: 0 },
     minZoom: 0,
     maxZoom: 18,
+    initialZoom: 2,
   };
   try {
     const response = await fetch(`/region.json${location.search}`);
@@ -155,7 +159,7 @@ async function start(): Promise<void> {
         consumedKey = event.code;
         return;
       }
-      if (RESERVED_KEY_CODES.has(event.keyCode)) event.preventDefault();
+      if (RESERVED_KEY_CODES.has(virtualKeyCode(event))) event.preventDefault();
       // Alt alone would move the browser's focus to its own menu.
       if (event.key === 'Alt') event.preventDefault();
     },
@@ -176,7 +180,7 @@ async function start(): Promise<void> {
       if ((event.target as HTMLElement | null)?.closest?.('#modals')) return;
       const window = desktop.keyWindow();
       if (!window) return;
-      send({ type: 'key', window, event: 'keyup', keyCode: event.keyCode, shift: shiftBits(event) });
+      send({ type: 'key', window, event: 'keyup', keyCode: virtualKeyCode(event), shift: shiftBits(event) });
     },
     true,
   );

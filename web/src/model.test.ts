@@ -1,5 +1,5 @@
 import { describe, expect, it } from 'vitest';
-import { applyMessage, emptyModel, keyTarget, menuChildren, stackingOrder } from './model';
+import { applyMessage, emptyModel, keepLastLines, keyTarget, menuChildren, stackingOrder } from './model';
 import type { ServerMessage, WindowSnapshot } from './protocol';
 
 function window(name: string, extra: Partial<WindowSnapshot> = {}): WindowSnapshot {
@@ -44,6 +44,9 @@ describe('the page’s model of the desktop', () => {
       applyMessage(model, { type: 'set', window: 'frmAddIn', control: 'lblSpeed(0)', property: 'caption', value: '47.3' }),
     ).toEqual({ kind: 'control', window: 'frmAddIn', control: 'lblSpeed(0)', property: 'caption' });
     expect(model.windows.get('frmAddIn')?.controls.get('lblSpeed(0)')?.caption).toBe('47.3');
+    for (const line of ['a\r\n', 'b\r\n', 'c\r\n'])
+      applyMessage(model, { type: 'set', window: 'frmAddIn', control: 'lblSpeed(0)', property: 'log', append: line, keepLines: 2 });
+    expect(model.windows.get('frmAddIn')?.controls.get('lblSpeed(0)')?.log).toBe('b\r\nc\r\n');
     applyMessage(model, { type: 'window', window: 'frmAddIn', property: 'left', value: 40 });
     expect(model.windows.get('frmAddIn')?.properties.left).toBe(40);
     expect(applyMessage(model, { type: 'set', window: 'frmNone', control: 'x', property: 'a', value: 1 }).kind).toBe('ignored');
@@ -91,5 +94,16 @@ describe('the page’s model of the desktop', () => {
     expect(main && menuChildren(main, 'mnuCompass').map(([id]) => id)).toEqual(['mnuLocate']);
     expect(applyMessage(model, { type: 'popup', window: 'frmAddIn', menu: 'mnuCompass', x: 15, y: 30 }).kind).toBe('popup');
     expect(applyMessage(model, { type: 'popup', window: 'frmAddIn', menu: 'mnuNone', x: 0, y: 0 }).kind).toBe('ignored');
+  });
+
+  it('keeps the last lines of appended text by the same rule as orvo', () => {
+    const cases: [string, number, string][] = [
+      ['', 2, ''],
+      ['a\nb\n', 2, 'a\nb\n'],
+      ['a\nb\nc\n', 2, 'b\nc\n'],
+      ['a\nb\nc\nunfinished', 2, 'b\nc\nunfinished'],
+      ['a\nb\n', 0, ''],
+    ];
+    for (const [text, keep, kept] of cases) expect(keepLastLines(text, keep)).toBe(kept);
   });
 });

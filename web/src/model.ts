@@ -42,6 +42,16 @@ function windowModel(snapshot: WindowSnapshot): WindowModel {
   return { name: snapshot.name, properties, controls: map };
 }
 
+// TEXT without its oldest lines, so that at most KEEP line ends remain: the rule orvo trims a
+// text box by, so that both hold the same text.
+export function keepLastLines(text: string, keep: number): string {
+  let lineEnds = 0;
+  for (let at = text.indexOf('\n'); at >= 0; at = text.indexOf('\n', at + 1)) lineEnds += 1;
+  let cut = 0;
+  for (; lineEnds > keep; lineEnds -= 1) cut = text.indexOf('\n', cut) + 1;
+  return text.slice(cut);
+}
+
 function hasType(value: unknown): boolean {
   return typeof value === 'object' && value !== null && typeof (value as { type?: unknown }).type === 'string';
 }
@@ -90,7 +100,9 @@ export function applyMessage(model: DesktopModel, message: ServerMessage): Chang
     case 'set': {
       const properties = model.windows.get(message.window)?.controls.get(message.control);
       if (!properties) return { kind: 'ignored', reason: 'unknown control' };
-      properties[message.property] = message.value;
+      if ('append' in message)
+        properties[message.property] = keepLastLines(String(properties[message.property] ?? '') + message.append, message.keepLines);
+      else properties[message.property] = message.value;
       return { kind: 'control', window: message.window, control: message.control, property: message.property };
     }
     case 'command': {
@@ -114,6 +126,8 @@ export function applyMessage(model: DesktopModel, message: ServerMessage): Chang
     case 'ended':
       model.ended = true;
       return { kind: 'ended' };
+    case 'pins':
+      return { kind: 'ignored', reason: 'pins are the map\'s' };
     default:
       return { kind: 'ignored', reason: `unknown type ${(message as { type: string }).type}` };
   }

@@ -38,6 +38,7 @@ export interface MessageModal {
   title: string;
   prompt: string;
   buttons: 'okOnly' | 'okCancel' | 'yesNo';
+  escape?: 'ok' | 'cancel' | 'yes' | 'no'; // what Escape answers
 }
 
 export interface FileModal {
@@ -73,12 +74,16 @@ export type ServerMessage =
   | { type: 'front'; window: string }
   | { type: 'window'; window: string; property: string; value: unknown }
   | { type: 'set'; window: string; control: string; property: string; value: unknown }
+  // Text added at the end of a text box, which keeps its last `keepLines` lines.
+  | { type: 'set'; window: string; control: string; property: string; append: string; keepLines: number }
   | { type: 'command'; id: string; caption: string }
   | { type: 'popup'; window: string; menu: string; x: number; y: number }
   | Modal
   | { type: 'modalclose'; id: number }
   | ({ type: 'mapgoto' } & MapViewMessage)
-  | { type: 'ended' };
+  | { type: 'ended' }
+  // Messages of features with their own handlers (see onMessage in connection.ts).
+  | { type: 'pins'; [field: string]: unknown };
 
 // page → orvo
 export type PageMessage =

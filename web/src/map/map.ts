@@ -15,6 +15,7 @@ export interface Region {
   centre: { latitude: number; longitude: number };
   minZoom: number;
   maxZoom: number;
+  initialZoom: number; // where orvo's own view of the map starts
   message?: string;
 }
 
@@ -58,7 +59,7 @@ export class MapDisplay {
       controls: [],
       view: new View({
         center: fromLonLat([region.centre.longitude, region.centre.latitude]),
-        zoom: Math.min(region.maxZoom, 15),
+        zoom: region.initialZoom,
         maxZoom: 20,
       }),
     });

@@ -2,10 +2,8 @@ import { describe, expect, it } from 'vitest';
 import { escapeResult, formatSize, joinPath, parentFolder } from './modals';
 
 describe('modal questions', () => {
-  it('answer Escape with the cautious button, where there is one', () => {
-    expect(escapeResult('okCancel')).toBe('cancel');
-    expect(escapeResult('okOnly')).toBe('ok');
-    expect(escapeResult('yesNo')).toBeNull();
+  it('answer Escape as orvo says, and not at all when it says nothing', () => {
+    expect([escapeResult({ escape: 'no' }), escapeResult({ escape: 'cancel' }), escapeResult({})]).toEqual(['no', 'cancel', null]);
   });
 
   it('join the chosen name to the folder shown, unless it is a full path', () => {

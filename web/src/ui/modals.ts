@@ -26,11 +26,10 @@ const BUTTONS: Record<MessageModal['buttons'], [Result, string][]> = {
   ],
 };
 
-// What Escape answers: the box's cautious button, where it has one to spare.
-export function escapeResult(buttons: MessageModal['buttons']): Result | null {
-  if (buttons === 'okCancel') return 'cancel';
-  if (buttons === 'okOnly') return 'ok';
-  return null;
+// What Escape answers: orvo names it with the question (its cautious answer); without it,
+// Escape does nothing.
+export function escapeResult(modal: Pick<MessageModal, 'escape'>): Result | null {
+  return modal.escape ?? null;
 }
 
 export function joinPath(folder: string, name: string): string {
@@ -144,7 +143,7 @@ export class ModalsView {
     const keys = (event: KeyboardEvent): boolean => {
       if (event.type !== 'keydown') return true;
       if (event.key === 'Escape') {
-        const result = escapeResult(modal.buttons);
+        const result = escapeResult(modal);
         if (result) answer(result);
         return true;
       }
