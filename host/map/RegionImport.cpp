@@ -251,55 +251,6 @@ void RunTool(const fs::path& program, const std::vector<std::string>& arguments,
                           log.File().string());
 }
 
-// --- The sea ---------------------------------------------------------------------------------
-
-// tilemaker's configuration reads the sea from this shapefile in its working folder.
-constexpr const char* kSeaShapefile = "sea";
-
-std::string BoundsArgument(const GeoBounds& bounds) {
-  std::array<char, 96> text{};
-  std::snprintf(text.data(), text.size(), "%.7f,%.7f,%.7f,%.7f", bounds.westDegrees,
-                bounds.southDegrees, bounds.eastDegrees, bounds.northDegrees);
-  return text.data();
-}
-
-// Writes FOLDER/sea.shp, empty when the extract has no sea. Returns the bounds it closed the
-// coastline against when the extract's header has none, for tilemaker to clip to the same.
-std::optional<GeoBounds> MakeSeaFile(const fs::path& source, const fs::path& folder,
-                                     const ImportLog& log) {
-  std::optional<ExtractCoastline> coastline;
-  try {
-    coastline = ReadExtractCoastline(source);
-  } catch (const std::exception& error) {
-    log.Write("reading the coastline failed: " + std::string(error.what()));
-    throw RegionImportError("cannot read " + source.string() + ": " + error.what());
-  }
-  std::vector<SeaPolygon> sea;
-  if (coastline) sea = BuildSea(coastline->ways, coastline->bounds);
-  try {
-    WriteSeaShapefile(folder / kSeaShapefile, sea);
-  } catch (const std::exception& error) {
-    throw RegionImportError(error.what());
-  }
-  if (!coastline) {
-    log.Write("the extract has no nodes, so no sea");
-    return std::nullopt;
-  }
-  log.Write(
-      std::to_string(coastline->ways.size()) + " coastline ways closed into " +
-      std::to_string(sea.size()) + " sea polygons within " + BoundsArgument(coastline->bounds) +
-      (coastline->boundsFromHeader ? " (the extract's bounds)" : " (the extent of its nodes)"));
-  if (coastline->boundsFromHeader) return std::nullopt;
-  return coastline->bounds;
-}
-
-void RemoveSeaFile(const fs::path& folder) {
-  for (const char* extension : {".shp", ".shx", ".dbf"}) {
-    std::error_code error;
-    fs::remove(folder / (std::string(kSeaShapefile) + extension), error);
-  }
-}
-
 // --- The region description --------------------------------------------------------------------
 
 Region DescribeRegion(const std::string& name, const fs::path& folder, const fs::path& source) {
@@ -464,7 +415,14 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
 
     report("[2/4] sea (coastline) ...");
     stepStarted = Clock::now();
-    const std::optional<GeoBounds> clip = MakeSeaFile(plan.source, partial, log);
+    SeaFile sea;
+    try {
+      sea = MakeSeaFile(plan.source, partial);
+    } catch (const std::exception& error) {
+      log.Write(error.what());
+      throw RegionImportError(error.what());
+    }
+    log.Write(sea.summary);
     StopOnSignals::ThrowIfStopped();
     log.Write("sea built in " + Seconds(Clock::now() - stepStarted));
 
@@ -473,9 +431,9 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
     std::vector<std::string> tilemakerArguments{
         "--input",  plan.source.string(),          "--output",  (partial / kTilesFileName).string(),
         "--config", plan.tilemakerConfig.string(), "--process", plan.tilemakerProcess.string()};
-    if (clip) {
+    if (sea.unstatedBounds) {  // tilemaker clips to the same bounds as the sea
       tilemakerArguments.push_back("--bbox");
-      tilemakerArguments.push_back(BoundsArgument(*clip));
+      tilemakerArguments.push_back(BoundsText(*sea.unstatedBounds));
     }
     RunTool(plan.tilemaker, tilemakerArguments, partial, log);
     RemoveSeaFile(partial);

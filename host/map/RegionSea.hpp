@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "host/map/GeoTypes.hpp"
@@ -47,6 +48,22 @@ struct ExtractCoastline {
 // Reads the bounds and the coastline ways of an OSM PBF extract. Throws std::runtime_error with
 // a message when the file cannot be read; nullopt when the extract holds no nodes at all.
 std::optional<ExtractCoastline> ReadExtractCoastline(const std::filesystem::path& pbf);
+
+// tilemaker's configuration reads the sea from FOLDER/sea.shp, FOLDER being where it runs.
+inline constexpr const char* kSeaShapefile = "sea";
+
+struct SeaFile {
+  std::string summary;                      // what was made, one line for the import log
+  std::optional<GeoBounds> unstatedBounds;  // the bounds used when the extract's header has none
+};
+
+// The import's sea step: reads PBF's coastline, closes it into sea and writes FOLDER/sea.shp
+// (without polygons when there is no sea). Throws std::runtime_error with a message.
+SeaFile MakeSeaFile(const std::filesystem::path& pbf, const std::filesystem::path& folder);
+void RemoveSeaFile(const std::filesystem::path& folder);
+
+// "west,south,east,north", as tilemaker's --bbox takes it.
+std::string BoundsText(const GeoBounds& bounds);
 
 // Writes POLYGONS as a polygon shapefile BASE.shp (with .shx and .dbf; the attribute "class" is
 // "sea"). Throws std::runtime_error when it cannot.

@@ -3,6 +3,8 @@
 #include <shapefil.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <osmium/io/pbf_input.hpp>
@@ -116,6 +118,38 @@ void WriteSeaShapefile(const std::filesystem::path& base, const std::vector<SeaP
     SHPDestroyObject(shape);
     if (record < 0 || !DBFWriteStringAttribute(table.get(), record, classField, "sea"))
       throw std::runtime_error("cannot write " + base.string() + ".shp");
+  }
+}
+
+std::string BoundsText(const GeoBounds& bounds) {
+  std::array<char, 96> text{};
+  std::snprintf(text.data(), text.size(), "%.7f,%.7f,%.7f,%.7f", bounds.westDegrees,
+                bounds.southDegrees, bounds.eastDegrees, bounds.northDegrees);
+  return text.data();
+}
+
+SeaFile MakeSeaFile(const std::filesystem::path& pbf, const std::filesystem::path& folder) {
+  std::optional<ExtractCoastline> coastline;
+  try {
+    coastline = ReadExtractCoastline(pbf);
+  } catch (const std::exception& error) {
+    throw std::runtime_error("cannot read " + pbf.string() + ": " + error.what());
+  }
+  std::vector<SeaPolygon> sea;
+  if (coastline) sea = BuildSea(coastline->ways, coastline->bounds);
+  WriteSeaShapefile(folder / kSeaShapefile, sea);
+  if (!coastline) return {"the extract has no nodes, so no sea", std::nullopt};
+  return {
+      std::to_string(coastline->ways.size()) + " coastline ways closed into " +
+          std::to_string(sea.size()) + " sea polygons within " + BoundsText(coastline->bounds) +
+          (coastline->boundsFromHeader ? " (the extract's bounds)" : " (the extent of its nodes)"),
+      coastline->boundsFromHeader ? std::nullopt : std::optional(coastline->bounds)};
+}
+
+void RemoveSeaFile(const std::filesystem::path& folder) {
+  for (const char* extension : {".shp", ".shx", ".dbf"}) {
+    std::error_code error;
+    std::filesystem::remove(folder / (std::string(kSeaShapefile) + extension), error);
   }
 }
 
