@@ -245,6 +245,53 @@ bool BoxIsSea(const GeoBounds& box, const std::vector<SeaLine>& outside,
   return largest && SignedArea(*largest) > 0.0;  // an island
 }
 
+// A ring asked many times whether it holds a point (a country's sea, its thousands of islands):
+// its edges sorted into horizontal bands, so that a test crosses only the edges of one band.
+class BandedRing {
+ public:
+  explicit BandedRing(const SeaLine& ring)
+      : ring_(&ring),
+        area_(std::abs(SignedArea(ring))),
+        bands_(std::clamp<std::size_t>(ring.size() / 8, 1, 4096)) {
+    south_ = north_ = ring.front().y;
+    for (const SeaPoint& point : ring) {
+      south_ = std::min(south_, point.y);
+      north_ = std::max(north_, point.y);
+    }
+    for (std::size_t edge = 1; edge < ring.size(); ++edge) {
+      const auto [low, high] = std::minmax(ring[edge - 1].y, ring[edge].y);
+      for (std::size_t band = Band(low); band <= Band(high); ++band) bands_[band].push_back(edge);
+    }
+  }
+  double Area() const { return area_; }
+  // Even-odd, as RingContains.
+  bool Contains(const SeaPoint& point) const {
+    if (point.y < south_ || point.y > north_) return false;
+    bool inside = false;
+    for (const std::size_t edge : bands_[Band(point.y)]) {
+      const SeaPoint& a = (*ring_)[edge];
+      const SeaPoint& b = (*ring_)[edge - 1];
+      if ((a.y > point.y) != (b.y > point.y) &&
+          point.x < (b.x - a.x) * (point.y - a.y) / (b.y - a.y) + a.x)
+        inside = !inside;
+    }
+    return inside;
+  }
+
+ private:
+  std::size_t Band(double y) const {
+    if (north_ <= south_) return 0;
+    const double at = (y - south_) / (north_ - south_) * static_cast<double>(bands_.size());
+    return std::min(bands_.size() - 1, static_cast<std::size_t>(std::max(0.0, at)));
+  }
+
+  const SeaLine* ring_;
+  double area_;
+  double south_ = 0.0;
+  double north_ = 0.0;
+  std::vector<std::vector<std::size_t>> bands_;
+};
+
 void Orient(SeaLine& ring, bool clockwise) {
   if ((SignedArea(ring) < 0.0) != clockwise) std::reverse(ring.begin(), ring.end());
 }
@@ -297,6 +344,9 @@ std::vector<SeaPolygon> BuildSea(const std::vector<SeaLine>& coastlineWays, cons
   for (SeaPolygon& polygon : sea) Orient(polygon.outer, true);
 
   // Each island goes into the smallest sea polygon around it; one on land is no island.
+  if (islands.empty()) return sea;
+  std::vector<BandedRing> outers;
+  for (const SeaPolygon& polygon : sea) outers.emplace_back(polygon.outer);
   for (SeaLine& island : islands) {
     SeaPoint probe = island.front();
     for (const SeaPoint& point : island)
@@ -304,14 +354,14 @@ std::vector<SeaPolygon> BuildSea(const std::vector<SeaLine>& coastlineWays, cons
         probe = point;
         break;
       }
-    SeaPolygon* around = nullptr;
-    for (SeaPolygon& polygon : sea)
-      if (RingContains(polygon.outer, probe) &&
-          (!around || std::abs(SignedArea(polygon.outer)) < std::abs(SignedArea(around->outer))))
-        around = &polygon;
-    if (!around) continue;
+    std::size_t around = sea.size();
+    for (std::size_t index = 0; index < sea.size(); ++index)
+      if (outers[index].Contains(probe) &&
+          (around == sea.size() || outers[index].Area() < outers[around].Area()))
+        around = index;
+    if (around == sea.size()) continue;
     Orient(island, false);
-    around->islands.push_back(std::move(island));
+    sea[around].islands.push_back(std::move(island));
   }
   return sea;
 }
