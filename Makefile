@@ -21,10 +21,13 @@ build: setup
 web: setup
 	@if [ -f web/package.json ]; then npm --prefix web run --silent build; fi
 
-# The bundled Monaco region: routing database and map tiles, built once.
+# The bundled Monaco region: routing database, sea and map tiles, built once and again when the
+# extract or the tile configuration (what goes into the tiles) is newer than it.
+REGION_INPUTS := data/regions/monaco.osm.pbf data/tilemaker/config.json data/tilemaker/process.lua
 region: build
-	@if [ ! -f $(REGION_DIR)/region.json ] || [ data/regions/monaco.osm.pbf -nt $(REGION_DIR)/region.json ]; then \
-	  $(BUILD)/orvo region import data/regions/monaco.osm.pbf --name monaco; fi
+	@if [ ! -f $(REGION_DIR)/region.json ] || \
+	  [ -n "$$(find $(REGION_INPUTS) -newer $(REGION_DIR)/region.json)" ]; then \
+	  XDG_DATA_HOME=$(DATA_HOME) $(BUILD)/orvo region import data/regions/monaco.osm.pbf --name monaco; fi
 
 run: all region
 	$(BUILD)/orvo --region monaco $(if $(wildcard $(DEMO)),--replay $(DEMO)) $(ORVO_ARGS)

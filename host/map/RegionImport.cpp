@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "host/map/MbTiles.hpp"
+#include "host/map/RegionSea.hpp"
 #include "host/platform/AppFolder.hpp"
 
 extern char** environ;
@@ -404,7 +405,7 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
     log.Write("ORVO region import of " + plan.source.string() + " as \"" + plan.name +
               "\", started " + UtcTimestamp());
 
-    report("[1/3] routing database (planetsplitter) ...");
+    report("[1/4] routing database (planetsplitter) ...");
     auto stepStarted = Clock::now();
     RunTool(plan.planetsplitter,
             {"--dir=" + partial.string(), std::string("--prefix=") + kRoutingPrefix,
@@ -412,16 +413,33 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
             partial, log);
     log.Write("routing database built in " + Seconds(Clock::now() - stepStarted));
 
-    report("[2/3] map tiles (tilemaker) ...");
+    report("[2/4] sea (coastline) ...");
     stepStarted = Clock::now();
-    RunTool(
-        plan.tilemaker,
-        {"--input", plan.source.string(), "--output", (partial / kTilesFileName).string(),
-         "--config", plan.tilemakerConfig.string(), "--process", plan.tilemakerProcess.string()},
-        partial, log);
+    SeaFile sea;
+    try {
+      sea = MakeSeaFile(plan.source, partial);
+    } catch (const std::exception& error) {
+      log.Write(error.what());
+      throw RegionImportError(error.what());
+    }
+    log.Write(sea.summary);
+    StopOnSignals::ThrowIfStopped();
+    log.Write("sea built in " + Seconds(Clock::now() - stepStarted));
+
+    report("[3/4] map tiles (tilemaker) ...");
+    stepStarted = Clock::now();
+    std::vector<std::string> tilemakerArguments{
+        "--input",  plan.source.string(),          "--output",  (partial / kTilesFileName).string(),
+        "--config", plan.tilemakerConfig.string(), "--process", plan.tilemakerProcess.string()};
+    if (sea.unstatedBounds) {  // tilemaker clips to the same bounds as the sea
+      tilemakerArguments.push_back("--bbox");
+      tilemakerArguments.push_back(BoundsText(*sea.unstatedBounds));
+    }
+    RunTool(plan.tilemaker, tilemakerArguments, partial, log);
+    RemoveSeaFile(partial);
     log.Write("map tiles built in " + Seconds(Clock::now() - stepStarted));
 
-    report("[3/3] region description ...");
+    report("[4/4] region description ...");
     Region region = DescribeRegion(plan.name, partial, plan.source);
     StopOnSignals::ThrowIfStopped();
     WriteRegion(region);

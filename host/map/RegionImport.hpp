@@ -1,6 +1,7 @@
 #pragma once
 // Building a region from an OpenStreetMap PBF extract: the Routino database (planetsplitter),
-// the map tiles (tilemaker with ORVO's data/tilemaker/config.json and process.lua), and last
+// the sea closed from the extract's coastline (RegionSea.hpp), the map tiles (tilemaker with
+// ORVO's data/tilemaker/config.json and process.lua, which read the sea from sea.shp), and last
 // region.json.
 //
 // The region is built in a hidden folder beside its final place (REGIONS/.NAME.partial-XXXXXX)
@@ -39,7 +40,7 @@ struct RegionImportOptions {
   std::filesystem::path routinoData = kRoutinoDataFolder;
 };
 
-// Receives one line of progress per step ("[1/3] routing database (planetsplitter) ...").
+// Receives one line of progress per step ("[1/4] routing database (planetsplitter) ...").
 using ImportProgress = std::function<void(std::string_view line)>;
 
 // File names inside a region folder.

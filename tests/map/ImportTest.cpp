@@ -6,8 +6,9 @@
 
 #include "host/map/MbTiles.hpp"
 #include "host/map/RegionImport.hpp"
-#include "tests/map/MapTestSupport.hpp"
 #include "tests/BuildPaths.hpp"
+#include "tests/map/MapTestSupport.hpp"
+#include "tests/map/SyntheticExtract.hpp"
 
 namespace orvo::host::map {
 namespace {
@@ -29,11 +30,12 @@ class MapImport : public ::testing::Test {
                 "for a in \"$@\"; do case $a in --dir=*) dir=${a#--dir=};; esac; done\n"
                 "echo \"splitting $*\"; echo 'splitter complaint' >&2\n"
                 "touch \"$dir/routino-nodes.mem\"; exit ${FAKE_SPLITTER_EXIT:-0}\n");
-    // Copies $FAKE_TILES to --output.
+    // Copies $FAKE_TILES to --output and lists the sea files it finds where it runs.
     WriteScript("tilemaker",
                 "while [ $# -gt 0 ]; do [ \"$1\" = --output ] && out=$2; shift; done\n"
-                "cp \"$FAKE_TILES\" \"$out\"\n");
-    WriteFile(source_, kPbfHeader);
+                "ls sea.*; cp \"$FAKE_TILES\" \"$out\"\n");
+    testing::WriteExtract(source_, GeoBounds{7.40, 43.72, 7.44, 43.75},
+                          {{{{43.73, 7.39}, {43.73, 7.45}}, {{"natural", "coastline"}}}});
     MakeTiles({{"bounds", "7.40,43.72,7.44,43.75"}, {"minzoom", "12"}, {"maxzoom", "14"}});
   }
 
@@ -69,11 +71,12 @@ TEST_F(MapImport, ImportReportsEachStepAndKeepsTheLog) {
   std::vector<std::string> lines;
   const Region region =
       ImportRegion(Options(), [&](std::string_view line) { lines.emplace_back(line); });
-  ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[0], "[1/3] routing database (planetsplitter) ...");
-  EXPECT_EQ(lines[1], "[2/3] map tiles (tilemaker) ...");
-  EXPECT_EQ(lines[2], "[3/3] region description ...");
-  EXPECT_EQ(lines[3].rfind("region \"demo\" is ready in " + (Regions() / "demo").string(), 0), 0u);
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{
+                "[1/4] routing database (planetsplitter) ...", "[2/4] sea (coastline) ...",
+                "[3/4] map tiles (tilemaker) ...", "[4/4] region description ...", lines.back()}));
+  EXPECT_EQ(lines.back().rfind("region \"demo\" is ready in " + (Regions() / "demo").string(), 0),
+            0u);
 
   const Region read = OpenRegion("demo", Regions());
   EXPECT_EQ(read.folder, region.folder);
@@ -84,8 +87,12 @@ TEST_F(MapImport, ImportReportsEachStepAndKeepsTheLog) {
   EXPECT_TRUE(fs::exists(read.folder / "routino-nodes.mem"));
   const std::string log = ReadFile(read.LogPath());
   for (const char* text :
-       {"splitting --dir=", "splitter complaint", "--tagging=/usr/share/routino/tagging.xml"})
+       {"splitting --dir=", "splitter complaint", "--tagging=/usr/share/routino/tagging.xml",
+        "1 coastline ways closed into 1 sea polygons within 7.4000000,43.7200000,7.4400000,"
+        "43.7500000 (the extract's bounds)",
+        "sea.dbf\nsea.shp\nsea.shx\n"})
     EXPECT_NE(log.find(text), std::string::npos) << text;
+  EXPECT_FALSE(fs::exists(read.folder / "sea.shp"));  // only tilemaker needs it
 }
 
 TEST_F(MapImport, ReimportReplacesTheOldOneAndClearsLeftovers) {
@@ -100,17 +107,25 @@ TEST_F(MapImport, ReimportReplacesTheOldOneAndClearsLeftovers) {
   EXPECT_EQ(region.minZoom, 14);
 }
 
-TEST_F(MapImport, FailingToolIsNamedWithItsLogAndTheOldImportStays) {
+TEST_F(MapImport, FailingStepIsNamedAndTheOldImportStays) {
   ImportRegion(Options());
-  const ScopedEnvironment failing("FAKE_SPLITTER_EXIT", "3");
-  const std::string message = ImportError(Options());
-  EXPECT_NE(message.find("planetsplitter failed (exit status 3)"), std::string::npos) << message;
-  const std::size_t logAt = message.find(Regions().string() + "/.demo.partial-");
-  ASSERT_NE(logAt, std::string::npos) << message;
-  const fs::path log = message.substr(logAt);
-  EXPECT_NE(ReadFile(log).find("splitter complaint"), std::string::npos);
-  // Only the log is kept of the failed attempt, and the earlier import is untouched.
-  EXPECT_EQ(std::distance(fs::directory_iterator(log.parent_path()), fs::directory_iterator()), 1);
+  {
+    const ScopedEnvironment failing("FAKE_SPLITTER_EXIT", "3");
+    const std::string message = ImportError(Options());
+    EXPECT_NE(message.find("planetsplitter failed (exit status 3)"), std::string::npos) << message;
+    const std::size_t logAt = message.find(Regions().string() + "/.demo.partial-");
+    ASSERT_NE(logAt, std::string::npos) << message;
+    const fs::path log = message.substr(logAt);
+    EXPECT_NE(ReadFile(log).find("splitter complaint"), std::string::npos);
+    // Only the log is kept of the failed attempt, and the earlier import is untouched.
+    EXPECT_EQ(std::distance(fs::directory_iterator(log.parent_path()), fs::directory_iterator()),
+              1);
+    EXPECT_DOUBLE_EQ(OpenRegion("demo", Regions()).bounds.westDegrees, 7.40);
+  }
+  // An extract that ends after its header fails where its coastline is read.
+  WriteFile(source_, kPbfHeader);
+  const std::string damaged = ImportError(Options());
+  EXPECT_EQ(damaged.rfind("cannot read " + source_.string() + ": ", 0), 0u) << damaged;
   EXPECT_DOUBLE_EQ(OpenRegion("demo", Regions()).bounds.westDegrees, 7.40);
 }
 

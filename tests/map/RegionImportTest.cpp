@@ -10,8 +10,9 @@
 
 #include "host/map/MbTiles.hpp"
 #include "host/map/Region.hpp"
-#include "tests/map/MapTestSupport.hpp"
 #include "tests/BuildPaths.hpp"
+#include "tests/map/MapTestSupport.hpp"
+#include "tests/map/VectorTile.hpp"
 
 namespace orvo::host::map {
 namespace {
@@ -37,10 +38,13 @@ class RegionImport : public ::testing::Test {
 
 TEST_F(RegionImport, CommandShowsItsStepsAndKeepsTheToolsOutputInTheLog) {
   const std::string output = monaco_.ImportOutput();
-  const auto first = output.find("[1/3] routing database");
-  ASSERT_NE(first, std::string::npos) << output;
-  EXPECT_LT(first, output.find("[2/3] map tiles"));
-  EXPECT_LT(output.find("[2/3] map tiles"), output.find("[3/3] region description"));
+  std::size_t at = 0;
+  for (const char* step :
+       {"[1/4] routing database", "[2/4] sea", "[3/4] map tiles", "[4/4] region description"}) {
+    const std::size_t found = output.find(step, at);
+    ASSERT_NE(found, std::string::npos) << step << " in " << output;
+    at = found;
+  }
   EXPECT_NE(output.find("region \"monaco\" is ready"), std::string::npos) << output;
   EXPECT_EQ(output.find("Filled the tileset"), std::string::npos) << output;  // tilemaker's
   EXPECT_NE(testing::ReadFile(monaco_.Folder() / "import.log").find("Filled the tileset"),
@@ -105,6 +109,25 @@ TEST_F(RegionImport, MapTilesAreGzippedVectorTilesWithOrvosLayers) {
     EXPECT_NE(all.find(text), std::string::npos) << text;
 }
 
+TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
+  const MbTiles tiles(OpenRegion("monaco", monaco_.RegionsFolder()).TilesPath());
+  const std::vector<std::pair<GeoPoint, std::string>> places{
+      {{43.742, 7.436}, "sea"},    // off the Larvotto beach
+      {{43.712, 7.480}, "sea"},    // far out, where the extract's bounds close it
+      {{43.7350, 7.4230}, "sea"},  // Port Hercule
+      {{43.7393, 7.4275}, ""},     // the Casino square
+      {{43.7314, 7.4200}, ""},     // the Prince's Palace on the Rock
+  };
+  for (int zoom = 12; zoom <= 16; ++zoom)
+    for (const auto& [place, water] : places) {
+      const TileAddress address = TileContaining(place, zoom);
+      const auto tile = tiles.Tile(zoom, address.x, address.y);
+      ASSERT_TRUE(tile) << zoom;
+      EXPECT_EQ(testing::WaterClassAt(Gunzip(*tile).value_or(""), address, place), water)
+          << place.latitudeDegrees << "," << place.longitudeDegrees << " zoom " << zoom;
+    }
+}
+
 TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
   testing::TemporaryFolder home;
   int pipeEnds[2];
@@ -120,7 +143,7 @@ TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
   ::close(pipeEnds[1]);
   FILE* output = ::fdopen(pipeEnds[0], "r");
   std::array<char, 256> line{};  // interrupted once the routing step has begun
-  while (std::fgets(line.data(), line.size(), output) && !std::strstr(line.data(), "[1/3]")) {
+  while (std::fgets(line.data(), line.size(), output) && !std::strstr(line.data(), "[1/4]")) {
   }
   ::kill(child, SIGINT);
   while (std::fgetc(output) != EOF) {

@@ -1,17 +1,36 @@
+import Feature from 'ol/Feature';
 import { describe, expect, it } from 'vitest';
-import { areaKind, roadClass, roadWidth, zoomForResolution } from './style';
+import { createStyle, PALETTES, roadWidth, type Theme } from './style';
+
+// The styles the map draws a tile feature with, as OpenLayers asks for them.
+const stylesOf = (theme: Theme, properties: Record<string, unknown>, zoom = 15) =>
+  createStyle(() => theme)(new Feature(properties), 156543.03392804097 / 2 ** zoom);
 
 describe('the map style', () => {
-  it('understands the road classes of both tile schemas', () => {
-    expect(['motorway', 'residential', 'track', 'footway', 'rail', 'minor'].map(roadClass)).toEqual([
-      'motorway',
-      'minor',
-      'service',
-      'path',
-      'rail',
-      'minor',
-    ]);
-    expect(roadClass('ferry')).toBeNull();
+  it.each(['day', 'night'] as const)('draws the sea like all water in the water colour, under the roads, by %s', (theme) => {
+    const palette = PALETTES[theme];
+    for (const kind of ['sea', 'water', 'harbour', undefined]) {
+      const [area] = stylesOf(theme, { layer: 'water', class: kind });
+      expect(area.getFill()?.getColor(), String(kind)).toBe(palette.water);
+    }
+    expect(palette.water).not.toBe(palette.land);
+    expect(stylesOf(theme, { layer: 'waterway', class: 'coastline' })[0].getStroke()?.getColor()).toBe(palette.waterLine);
+    const sea = stylesOf(theme, { layer: 'water', class: 'sea' })[0].getZIndex() ?? 0;
+    const landuse = stylesOf(theme, { layer: 'landuse', class: 'harbour' })[0].getZIndex() ?? 0;
+    const road = Math.min(...stylesOf(theme, { layer: 'road', class: 'minor' }).map((style) => style.getZIndex() ?? 0));
+    expect(landuse).toBeLessThan(sea); // a harbour's land use does not cover its water
+    expect(sea).toBeLessThan(road); // piers and coast roads stay on top
+  });
+
+  it('draws land use by kind, the road classes of both tile schemas alike, and leaves out what it does not know', () => {
+    const day = PALETTES.day;
+    expect(stylesOf('day', { layer: 'landuse', class: 'park' })[0].getFill()?.getColor()).toBe(day.green);
+    expect(stylesOf('day', { layer: 'landuse', class: 'pool' })[0].getFill()?.getColor()).toBe(day.water);
+    const fill = (kind: string) => stylesOf('day', { layer: 'road', class: kind })[1].getStroke()?.getColor();
+    expect(fill('residential')).toBe(fill('minor'));
+    expect(fill('motorway')).toBe(day.roads.motorway);
+    for (const unknown of [{ layer: 'landuse', class: 'unknown' }, { layer: 'road', class: 'ferry' }, { layer: 'aeroway' }])
+      expect(stylesOf('day', unknown)).toEqual([]);
   });
 
   it('widens roads with the zoom and keeps them visible and sane', () => {
@@ -19,19 +38,5 @@ describe('the map style', () => {
     expect(roadWidth('primary', 16)).toBeCloseTo(11.05);
     expect(roadWidth('service', 8)).toBe(0.6);
     expect(roadWidth('motorway', 22)).toBe(40);
-    expect(zoomForResolution(156543.03392804097 / 2 ** 14)).toBeCloseTo(14);
-  });
-
-  it('sorts land use into a few readable kinds and leaves others out', () => {
-    expect(['park', 'forest', 'residential', 'industrial', 'hospital', 'beach', 'pool'].map(areaKind)).toEqual([
-      'green',
-      'wood',
-      'urban',
-      'industrial',
-      'special',
-      'sand',
-      'water',
-    ]);
-    expect(areaKind('unknown')).toBeNull();
   });
 });

@@ -239,11 +239,12 @@ export function createStyle(theme: () => Theme): (feature: FeatureLike, resoluti
     const key = (...parts: unknown[]) => [theme(), layer, ...parts].join('|');
 
     switch (layer) {
-      case 'water':
+      case 'water': // lakes, rivers, harbours and the sea alike
         return [cached(key(), () => new Style({ fill: new Fill({ color: palette.water }), zIndex: 2 }))];
       case 'waterway': {
-        // Regions are built without sea areas, so the shore is drawn as a line of its own.
-        const width = kind === 'coastline' ? 3 : kind === 'river' || kind === 'canal' ? 2.5 : 1.2;
+        // The sea is an area of the water layer (class "sea"); the coastline edges it with a thin
+        // line so that the shore stays crisp against pale land.
+        const width = kind === 'river' || kind === 'canal' ? 2.5 : 1.2;
         return [
           cached(key(kind, Math.round(zoom)), () =>
             new Style({ stroke: new Stroke({ color: palette.waterLine, width: width * Math.max(1, 2 ** (zoom - 15)) }), zIndex: 3 }),
