@@ -41,8 +41,10 @@ MapArguments ParseArguments(const Arguments& arguments) {
   for (std::size_t index = 0; index < arguments.size(); ++index) {
     const std::string& argument = arguments[index];
     if (argument == "--map") {
-      if (index + 1 == arguments.size()) parsed.problem = "--map needs a file";
-      else parsed.map = arguments[++index];
+      if (index + 1 == arguments.size())
+        parsed.problem = "--map needs a file";
+      else
+        parsed.map = arguments[++index];
     } else if (argument.starts_with("--map=")) {
       parsed.map = argument.substr(6);
     } else if (argument.starts_with("--") && argument.size() > 2) {
@@ -79,8 +81,8 @@ int RunMap(const Arguments& arguments) {
   if (command == "export" && parsed.files.size() != 1) return Usage("export writes one .gpx file");
   if (command != "pins" && command != "export") return Usage("unknown command " + command);
 
-  const std::filesystem::path file =
-      parsed.map ? std::filesystem::path(*parsed.map) : MapFileToRead(host::platform::UserDataFolder());
+  const std::filesystem::path file = parsed.map ? std::filesystem::path(*parsed.map)
+                                                : MapFileToRead(host::platform::UserDataFolder());
   try {
     const MapDocument map(file, MapDocument::Access::ReadOnly);
     if (command == "pins") return PrintPins(map);

@@ -28,10 +28,14 @@ std::size_t Utf8Length(std::string_view text, std::size_t at) {
   std::size_t length = 0;
   std::uint32_t codePoint = 0;
   if (lead < 0x80) return 1;
-  if ((lead & 0xE0) == 0xC0) length = 2, codePoint = lead & 0x1F;
-  else if ((lead & 0xF0) == 0xE0) length = 3, codePoint = lead & 0x0F;
-  else if ((lead & 0xF8) == 0xF0) length = 4, codePoint = lead & 0x07;
-  else return 0;
+  if ((lead & 0xE0) == 0xC0)
+    length = 2, codePoint = lead & 0x1F;
+  else if ((lead & 0xF0) == 0xE0)
+    length = 3, codePoint = lead & 0x0F;
+  else if ((lead & 0xF8) == 0xF0)
+    length = 4, codePoint = lead & 0x07;
+  else
+    return 0;
   if (at + length > text.size()) return 0;
   for (std::size_t index = 1; index < length; ++index) {
     if ((byte(at + index) & 0xC0) != 0x80) return 0;
@@ -50,15 +54,37 @@ std::string Escaped(std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
     const char character = text[at];
     switch (character) {
-      case '&': escaped += "&amp;"; ++at; continue;
-      case '<': escaped += "&lt;"; ++at; continue;
-      case '>': escaped += "&gt;"; ++at; continue;
-      case '"': escaped += "&quot;"; ++at; continue;
-      case '\'': escaped += "&apos;"; ++at; continue;
-      case '\r': escaped += "&#13;"; ++at; continue;  // a reader would turn a bare one into \n
+      case '&':
+        escaped += "&amp;";
+        ++at;
+        continue;
+      case '<':
+        escaped += "&lt;";
+        ++at;
+        continue;
+      case '>':
+        escaped += "&gt;";
+        ++at;
+        continue;
+      case '"':
+        escaped += "&quot;";
+        ++at;
+        continue;
+      case '\'':
+        escaped += "&apos;";
+        ++at;
+        continue;
+      case '\r':
+        escaped += "&#13;";
+        ++at;
+        continue;  // a reader would turn a bare one into \n
       case '\t':
-      case '\n': escaped += character; ++at; continue;
-      default: break;
+      case '\n':
+        escaped += character;
+        ++at;
+        continue;
+      default:
+        break;
     }
     const std::size_t length = Utf8Length(text, at);
     if (length == 0 || static_cast<unsigned char>(character) < 0x20) {

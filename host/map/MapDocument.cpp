@@ -61,17 +61,39 @@ bool Pushpin::Exists() const {
   return document && (*document)->Find(id_) != nullptr;
 }
 
-std::string Pushpin::Name() const { return Document().Existing(id_).name; }
-Location Pushpin::GetLocation() const { return Document().Existing(id_).location; }
-int Pushpin::Symbol() const { return Document().Existing(id_).symbol; }
-std::string Pushpin::Note() const { return Document().Existing(id_).note; }
-int Pushpin::BalloonState() const { return Document().Existing(id_).balloonState; }
-void Pushpin::SetName(std::string_view name) { Document().Rename(id_, name); }
-void Pushpin::SetLocation(const Location& location) { Document().Move(id_, location); }
-void Pushpin::SetSymbol(int symbol) { Document().SetSymbol(id_, symbol); }
-void Pushpin::SetNote(std::string_view note) { Document().SetNote(id_, note); }
-void Pushpin::SetBalloonState(int state) { Document().SetBalloonState(id_, state); }
-void Pushpin::Delete() { Document().Delete(id_); }
+std::string Pushpin::Name() const {
+  return Document().Existing(id_).name;
+}
+Location Pushpin::GetLocation() const {
+  return Document().Existing(id_).location;
+}
+int Pushpin::Symbol() const {
+  return Document().Existing(id_).symbol;
+}
+std::string Pushpin::Note() const {
+  return Document().Existing(id_).note;
+}
+int Pushpin::BalloonState() const {
+  return Document().Existing(id_).balloonState;
+}
+void Pushpin::SetName(std::string_view name) {
+  Document().Rename(id_, name);
+}
+void Pushpin::SetLocation(const Location& location) {
+  Document().Move(id_, location);
+}
+void Pushpin::SetSymbol(int symbol) {
+  Document().SetSymbol(id_, symbol);
+}
+void Pushpin::SetNote(std::string_view note) {
+  Document().SetNote(id_, note);
+}
+void Pushpin::SetBalloonState(int state) {
+  Document().SetBalloonState(id_, state);
+}
+void Pushpin::Delete() {
+  Document().Delete(id_);
+}
 
 // ---- The document ----
 

@@ -97,7 +97,8 @@ class Pushpin {
 
  private:
   friend class MapDocument;
-  Pushpin(std::weak_ptr<MapDocument*> document, PinId id) : document_(std::move(document)), id_(id) {}
+  Pushpin(std::weak_ptr<MapDocument*> document, PinId id)
+      : document_(std::move(document)), id_(id) {}
   MapDocument& Document() const;
   bool Same(const Pushpin& other) const;
 

@@ -116,9 +116,10 @@ void MapDocument::OpenDatabase() {
     // power cut may take back the last few, never damaging the file.
     Execute(database_, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", file_);
     if (applicationId != kApplicationId) {
-      const std::string create = std::string("BEGIN; ") + kSchema + "; PRAGMA application_id=" +
-                                 std::to_string(kApplicationId) + "; PRAGMA user_version=" +
-                                 std::to_string(kFormatVersion) + "; COMMIT";
+      const std::string create = std::string("BEGIN; ") + kSchema +
+                                 "; PRAGMA application_id=" + std::to_string(kApplicationId) +
+                                 "; PRAGMA user_version=" + std::to_string(kFormatVersion) +
+                                 "; COMMIT";
       Execute(database_, create.c_str(), file_);
     }
   } catch (...) {
@@ -223,12 +224,14 @@ void MapDocument::SaveAs(const fs::path& file) {
   }
   if (!file.parent_path().empty()) fs::create_directories(file.parent_path(), error);
   const int newLock = LockForWriting(file);
-  std::string temporary = (file.parent_path() / ("." + file.filename().string() + ".XXXXXX")).string();
+  std::string temporary =
+      (file.parent_path() / ("." + file.filename().string() + ".XXXXXX")).string();
   try {
     Flush();
     const int descriptor = ::mkstemp(temporary.data());
     if (descriptor < 0)
-      throw MapError("cannot write " + file.string() + ": " + std::generic_category().message(errno));
+      throw MapError("cannot write " + file.string() + ": " +
+                     std::generic_category().message(errno));
     ::close(descriptor);
     sqlite3* copy = nullptr;
     int result = sqlite3_open_v2(temporary.c_str(), &copy, SQLITE_OPEN_READWRITE, nullptr);

@@ -12,20 +12,26 @@ namespace {
 // Web Mercator's square world ends here; a location nearer a pole is drawn on the edge.
 constexpr double kMercatorLimitDegrees = 85.0511287798066;
 
-double WorldPixels(double zoom) { return kTilePixels * std::exp2(zoom); }
+double WorldPixels(double zoom) {
+  return kTilePixels * std::exp2(zoom);
+}
 
 // The world in [0, 1) x [0, 1), north-west corner at 0.
-double MercatorX(double longitudeDegrees) { return (longitudeDegrees + 180.0) / 360.0; }
+double MercatorX(double longitudeDegrees) {
+  return (longitudeDegrees + 180.0) / 360.0;
+}
 double MercatorY(double latitudeDegrees) {
   const double latitude =
       std::clamp(latitudeDegrees, -kMercatorLimitDegrees, kMercatorLimitDegrees) *
       std::numbers::pi / 180.0;
-  return 0.5 - std::log(std::tan(std::numbers::pi / 4.0 + latitude / 2.0)) / (2.0 * std::numbers::pi);
+  return 0.5 -
+         std::log(std::tan(std::numbers::pi / 4.0 + latitude / 2.0)) / (2.0 * std::numbers::pi);
 }
 
 int WholePixels(double pixels) {
   // Far off the map the value only says "outside"; it must still fit the host's long.
-  return static_cast<int>(std::lround(std::clamp(pixels, double{INT_MIN / 2}, double{INT_MAX / 2})));
+  return static_cast<int>(
+      std::lround(std::clamp(pixels, double{INT_MIN / 2}, double{INT_MAX / 2})));
 }
 
 }  // namespace
@@ -40,8 +46,10 @@ PixelPoint LocationToPixel(const MapViewState& view, const Location& location) {
 
 Location PixelToLocation(const MapViewState& view, double x, double y) {
   const double world = WorldPixels(view.zoom);
-  const double mercatorX = MercatorX(view.centreLongitudeDegrees) + (x - view.widthPixels / 2.0) / world;
-  const double mercatorY = MercatorY(view.centreLatitudeDegrees) + (y - view.heightPixels / 2.0) / world;
+  const double mercatorX =
+      MercatorX(view.centreLongitudeDegrees) + (x - view.widthPixels / 2.0) / world;
+  const double mercatorY =
+      MercatorY(view.centreLatitudeDegrees) + (y - view.heightPixels / 2.0) / world;
   double longitude = std::remainder(mercatorX * 360.0 - 180.0, 360.0);
   if (longitude == -180.0) longitude = 180.0;
   const double latitude =

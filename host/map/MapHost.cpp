@@ -29,7 +29,9 @@ fs::path Absolute(const fs::path& file) {
 
 }  // namespace
 
-MapHost::MapHost(fs::path dataFolder) : dataFolder_(std::move(dataFolder)) { LoadSettings(); }
+MapHost::MapHost(fs::path dataFolder) : dataFolder_(std::move(dataFolder)) {
+  LoadSettings();
+}
 
 MapHost::~MapHost() {
   try {
@@ -116,8 +118,9 @@ void MapHost::LoadSettings() {
   const auto settings = ReadJson(dataFolder_ / kMapHostSettingsName);
   if (!settings) return;
   if (!settings->is_object()) {
-    if (diagnostics) diagnostics("MapHost: " + (dataFolder_ / kMapHostSettingsName).string() +
-                                 " is damaged; using the defaults");
+    if (diagnostics)
+      diagnostics("MapHost: " + (dataFolder_ / kMapHostSettingsName).string() +
+                  " is damaged; using the defaults");
     return;
   }
   const auto last = settings->find("lastMap");
@@ -128,8 +131,7 @@ void MapHost::LoadSettings() {
 }
 
 void MapHost::SaveSettings() {
-  nlohmann::json settings = {
-      {"distanceUnit", unit_ == DistanceUnit::Miles ? "miles" : "km"}};
+  nlohmann::json settings = {{"distanceUnit", unit_ == DistanceUnit::Miles ? "miles" : "km"}};
   if (lastMap_) settings["lastMap"] = lastMap_->string();
   try {
     platform::WriteFileAtomically(dataFolder_ / kMapHostSettingsName, settings.dump(2) + "\n");

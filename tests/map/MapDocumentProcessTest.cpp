@@ -93,7 +93,8 @@ TEST(MapDocumentProcess, OrvoMapPinsReadsTheLastFlushWhileAnotherProcessWrites) 
     EXPECT_EQ(result.exitCode, 0) << result.output;
     std::vector<nlohmann::json> parsed;
     std::istringstream stream(result.output);
-    for (std::string line; std::getline(stream, line);) parsed.push_back(nlohmann::json::parse(line));
+    for (std::string line; std::getline(stream, line);)
+      parsed.push_back(nlohmann::json::parse(line));
     return parsed;
   };
   const auto before = lines();
@@ -160,13 +161,15 @@ TEST(MapDocumentProcess, GpxExportReadsBackInGpsbabel) {
   {
     MapDocument map(file);
     for (const Pin& pin : pins) {
-      Pushpin added = map.AddPushpin({pin.latitude, pin.longitude}, pin.name == "Pushpin 1" ? "" : pin.name);
+      Pushpin added =
+          map.AddPushpin({pin.latitude, pin.longitude}, pin.name == "Pushpin 1" ? "" : pin.name);
       added.SetSymbol(pin.symbol);
       if (!pin.note.empty()) added.SetNote(pin.note);
     }
   }
   const auto gpx = folder.path() / "out.gpx";
-  const auto exported = RunOrvo(folder.path(), "map export --map " + Quoted(file) + " " + Quoted(gpx));
+  const auto exported =
+      RunOrvo(folder.path(), "map export --map " + Quoted(file) + " " + Quoted(gpx));
   ASSERT_EQ(exported.exitCode, 0) << exported.output;
 
   std::string read;

@@ -25,13 +25,14 @@ TEST_F(MapDocumentFixture, DefaultNamesTakeOneMoreThanTheHighestPushpinNumberInU
     const char* expected;
   };
   const Step steps[] = {
-      {"", "Pushpin 1"},         {"", "Pushpin 2"},
+      {"", "Pushpin 1"},          {"", "Pushpin 2"},
       {"pushpin 7", "pushpin 7"},  // folded names count: the next is 8
-      {"", "Pushpin 8"},         {"Pushpin 08", "Pushpin 08"},  // not a plain number
+      {"", "Pushpin 8"},          {"Pushpin 08", "Pushpin 08"},  // not a plain number
       {"Pushpin x", "Pushpin x"}, {"Pushpin 99999999999999999999", "Pushpin 99999999999999999999"},
       {"", "Pushpin 9"},
   };
-  for (const Step& step : steps) EXPECT_EQ(map.AddPushpin(kMonaco, step.name).Name(), step.expected);
+  for (const Step& step : steps)
+    EXPECT_EQ(map.AddPushpin(kMonaco, step.name).Name(), step.expected);
 
   // Deleting the highest makes its number free again; renaming one away does too.
   map.FindPushpin("Pushpin 9")->Delete();
@@ -55,9 +56,12 @@ TEST_F(MapDocumentFixture, FindsByNameWithoutCaseOfAsciiLettersAndTheEarliestOfE
     const char* name;
     std::optional<Pushpin> expected;
   };
-  const Case cases[] = {{"ORVO_CurrentPosition", position}, {"orvo_currentposition", position},
-                        {"ORVO_CurrentPosition ", std::nullopt}, {"ORVO_1", first},
-                        {"Église", accented}, {"éGLISE", std::nullopt},  // only ASCII folds
+  const Case cases[] = {{"ORVO_CurrentPosition", position},
+                        {"orvo_currentposition", position},
+                        {"ORVO_CurrentPosition ", std::nullopt},
+                        {"ORVO_1", first},
+                        {"Église", accented},
+                        {"éGLISE", std::nullopt},  // only ASCII folds
                         {"", std::nullopt}};
   for (const Case& test : cases) EXPECT_EQ(map.FindPushpin(test.name), test.expected) << test.name;
 
@@ -76,14 +80,19 @@ TEST_F(MapDocumentFixture, AHandleOfADeletedPinThrowsAndTheNameIsFreeForANewPin)
   map.Delete(pin.Id());  // as the user does in the page
 
   EXPECT_FALSE(pin.Exists());
-  const std::vector<std::function<void()>> uses = {
-      [&] { (void)pin.Name(); },          [&] { (void)pin.GetLocation(); },
-      [&] { (void)pin.Symbol(); },        [&] { (void)pin.Note(); },
-      [&] { (void)pin.BalloonState(); },  [&] { pin.SetName("x"); },
-      [&] { pin.SetLocation(kMonaco); },  [&] { pin.SetSymbol(24); },
-      [&] { pin.SetNote("n"); },          [&] { pin.SetBalloonState(1); },
-      [&] { pin.Delete(); },              [&] { sameAgain.Symbol(); },
-      [&] { (void)map.PushpinWithId(pin.Id()); }};
+  const std::vector<std::function<void()>> uses = {[&] { (void)pin.Name(); },
+                                                   [&] { (void)pin.GetLocation(); },
+                                                   [&] { (void)pin.Symbol(); },
+                                                   [&] { (void)pin.Note(); },
+                                                   [&] { (void)pin.BalloonState(); },
+                                                   [&] { pin.SetName("x"); },
+                                                   [&] { pin.SetLocation(kMonaco); },
+                                                   [&] { pin.SetSymbol(24); },
+                                                   [&] { pin.SetNote("n"); },
+                                                   [&] { pin.SetBalloonState(1); },
+                                                   [&] { pin.Delete(); },
+                                                   [&] { sameAgain.Symbol(); },
+                                                   [&] { (void)map.PushpinWithId(pin.Id()); }};
   for (std::size_t index = 0; index < uses.size(); ++index)
     EXPECT_THROW(uses[index](), MapError) << "use " << index;
 
@@ -101,11 +110,23 @@ TEST_F(MapDocumentFixture, RefusesBadValuesAndKeepsThePinAsItWas) {
       {"symbol 256", [&] { pin.SetSymbol(256); }},
       {"balloon 3", [&] { pin.SetBalloonState(3); }},
       {"balloon -1", [&] { pin.SetBalloonState(-1); }},
-      {"latitude 90.5", [&] { pin.SetLocation({90.5, 0}); }},
-      {"latitude NaN", [&] { pin.SetLocation({nan, 0}); }},
-      {"longitude inf", [&] { pin.SetLocation({0, std::numeric_limits<double>::infinity()}); }},
+      {"latitude 90.5",
+       [&] {
+         pin.SetLocation({90.5, 0});
+       }},
+      {"latitude NaN",
+       [&] {
+         pin.SetLocation({nan, 0});
+       }},
+      {"longitude inf",
+       [&] {
+         pin.SetLocation({0, std::numeric_limits<double>::infinity()});
+       }},
       {"empty name", [&] { pin.SetName(""); }},
-      {"add at NaN", [&] { map.AddPushpin({0, nan}); }},
+      {"add at NaN",
+       [&] {
+         map.AddPushpin({0, nan});
+       }},
   };
   for (const auto& [what, change] : refused) EXPECT_THROW(change(), MapError) << what;
   EXPECT_EQ(pin.Name(), "pin");

@@ -39,24 +39,29 @@ TEST(MapGeometry, PixelsFollowWebMercatorWith256PixelTiles) {
   };
   for (const Case& test : cases) {
     const PixelPoint pixel = LocationToPixel(test.view, test.location);
-    EXPECT_NEAR(pixel.x, test.x, 1e-6) << test.location.latitudeDegrees << "," << test.location.longitudeDegrees;
-    EXPECT_NEAR(pixel.y, test.y, 1e-6) << test.location.latitudeDegrees << "," << test.location.longitudeDegrees;
+    EXPECT_NEAR(pixel.x, test.x, 1e-6)
+        << test.location.latitudeDegrees << "," << test.location.longitudeDegrees;
+    EXPECT_NEAR(pixel.y, test.y, 1e-6)
+        << test.location.latitudeDegrees << "," << test.location.longitudeDegrees;
   }
 }
 
 TEST(MapGeometry, PixelsAgreeWithTheTileGridAndRoundTrip) {
   // Monaco at street zooms: the pixel, divided into tiles, is the tile the tile server holds
   // the place in; and the pixel's location is the place again.
-  const Location places[] = {{43.7384, 7.4246}, {43.7311, 7.4197}, {-33.8568, 151.2153},
-                             {64.1466, -21.9426}, {-54.8019, -68.3030}};
+  const Location places[] = {{43.7384, 7.4246},
+                             {43.7311, 7.4197},
+                             {-33.8568, 151.2153},
+                             {64.1466, -21.9426},
+                             {-54.8019, -68.3030}};
   for (const double zoom : {0.0, 12.0, 15.0, 17.0}) {
     for (const Location& place : places) {
       // A view whose top-left corner is the world's: pixels are world pixels.
       const double side = kTilePixels * std::exp2(zoom);
       const MapViewState view = {0, 0, zoom, static_cast<int>(side), static_cast<int>(side)};
       const PixelPoint pixel = LocationToPixel(view, place);
-      const TileAddress tile = TileContaining({place.latitudeDegrees, place.longitudeDegrees},
-                                              static_cast<int>(zoom));
+      const TileAddress tile =
+          TileContaining({place.latitudeDegrees, place.longitudeDegrees}, static_cast<int>(zoom));
       EXPECT_EQ(static_cast<int>(pixel.x / kTilePixels), tile.x) << zoom;
       EXPECT_EQ(static_cast<int>(pixel.y / kTilePixels), tile.y) << zoom;
 
@@ -75,11 +80,11 @@ TEST(MapGeometry, DistancesAreGeodesicInTheHostsUnit) {
     double metres;
   };
   const Case cases[] = {
-      {{40.6, -73.8}, {51.6, -0.5}, 5551759.400},        // JFK to Heathrow, GeographicLib's example
-      {{0, 0}, {0, 1}, 111319.4907932736},               // a degree of the equator: a * pi / 180
-      {{0, 0}, {90, 0}, 10001965.729},                   // the meridian quadrant
+      {{40.6, -73.8}, {51.6, -0.5}, 5551759.400},  // JFK to Heathrow, GeographicLib's example
+      {{0, 0}, {0, 1}, 111319.4907932736},         // a degree of the equator: a * pi / 180
+      {{0, 0}, {90, 0}, 10001965.729},             // the meridian quadrant
       {{43.7384, 7.4246}, {43.7384, 7.4246}, 0},
-      {{0, 179.5}, {0, -179.5}, 111319.4907932736},      // across the antimeridian
+      {{0, 179.5}, {0, -179.5}, 111319.4907932736},  // across the antimeridian
   };
   for (const Case& test : cases) {
     EXPECT_NEAR(GeodesicDistanceMetres(test.from, test.to), test.metres, 1e-3);
@@ -99,8 +104,12 @@ TEST(MapGeometry, TheMapObjectWorksOnTheReportedViewAndTheHostsUnit) {
   MapGeometry geometry(view, host);
 
   EXPECT_EQ(geometry.Width(), 0);
-  view.HandleEvent({{"type", "mapview"}, {"lat", 43.74}, {"lon", 7.42}, {"zoom", 16},
-                    {"width", 1001}, {"height", 700}});
+  view.HandleEvent({{"type", "mapview"},
+                    {"lat", 43.74},
+                    {"lon", 7.42},
+                    {"zoom", 16},
+                    {"width", 1001},
+                    {"height", 700}});
   EXPECT_EQ(geometry.Width(), 1001);
   EXPECT_EQ(geometry.Height(), 700);
 

@@ -3,6 +3,7 @@
 
 #include <fstream>
 
+#include "host/map/MapFlushTimer.hpp"
 #include "host/map/MapHost.hpp"
 #include "tests/TempFolder.hpp"
 
@@ -88,9 +89,9 @@ TEST_F(MapHostFixture, NewOpenSaveAsAndCloseSwitchTheActiveMapAndResetThePages) 
   host.CloseMap();  // nothing open: nothing to do
   EXPECT_THROW(host.SaveMapAs(folder.Path() / "x.orvomap"), MapError);
 
-  const std::vector<PinChangeKind> expected = {
-      PinChangeKind::Reset, PinChangeKind::Added, PinChangeKind::Reset, PinChangeKind::Reset,
-      PinChangeKind::Reset};
+  const std::vector<PinChangeKind> expected = {PinChangeKind::Reset, PinChangeKind::Added,
+                                               PinChangeKind::Reset, PinChangeKind::Reset,
+                                               PinChangeKind::Reset};
   EXPECT_EQ(changes, expected);
 }
 
@@ -107,6 +108,26 @@ TEST_F(MapHostFixture, TheDistanceUnitIsKilometresUntilChangedAndIsRemembered) {
   MapHost host(data);
   EXPECT_EQ(host.Unit(), DistanceUnit::Kilometres);
   EXPECT_EQ(MapFileToRead(data), data / "Default.orvomap");
+}
+
+TEST_F(MapHostFixture, TheFlushTimerWritesABurstOfChangesOnceAfterItsFirstChange) {
+  ui::ManualScheduler scheduler;
+  MapHost host(data);
+  host.OpenAtStart();
+  MapFlushTimer flusher(host, scheduler);
+  const auto stored = [this] {
+    return MapDocument(data / "Default.orvomap", MapDocument::Access::ReadOnly).PushpinCount();
+  };
+  host.ActiveMap()->AddPushpin({1, 2});
+  scheduler.Advance(MapFlushTimer::kDefaultDelay / 2);
+  host.ActiveMap()->AddPushpin({1, 2});
+  EXPECT_EQ(scheduler.PendingTimers(), 1u);
+  EXPECT_EQ(stored(), 0u);
+  scheduler.Advance(MapFlushTimer::kDefaultDelay / 2);
+  EXPECT_EQ(stored(), 2u);
+  EXPECT_EQ(scheduler.PendingTimers(), 0u);
+  host.ActiveMap()->AddPushpin({1, 2});
+  EXPECT_EQ(scheduler.PendingTimers(), 1u);
 }
 
 }  // namespace

@@ -38,16 +38,22 @@ TEST_F(PinMessagesFixture, AppliesTheUsersPinMessagesAndRejectsBadOnesWithAReaso
       {R"({"type":"pin","id":)" + id + "}", Outcome::Rejected, "no action"},
       {R"({"type":"pin","id":99999,"action":"delete"})", Outcome::Rejected, "99999"},
       {R"({"type":"pin","id":)" + id + R"(,"action":"explode"})", Outcome::Rejected, "explode"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":3})", Outcome::Rejected, "0, 1 or 2"},
+      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":3})", Outcome::Rejected,
+       "0, 1 or 2"},
       {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":18446744073709551615})",
        Outcome::Rejected, "0, 1 or 2"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":"2"})", Outcome::Rejected, "0, 1 or 2"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"x"})", Outcome::Rejected, "note"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"","note":""})", Outcome::Rejected, "name"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":")" + std::string(1001, 'n') +
-           R"(","note":""})", Outcome::Rejected, "too long"},
+      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":"2"})", Outcome::Rejected,
+       "0, 1 or 2"},
+      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"x"})", Outcome::Rejected,
+       "note"},
+      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"","note":""})",
+       Outcome::Rejected, "name"},
+      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":")" +
+           std::string(1001, 'n') + R"(","note":""})",
+       Outcome::Rejected, "too long"},
       {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":2})", Outcome::Applied, ""},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"Home & <b>","note":"é\n2"})",
+      {R"({"type":"pin","id":)" + id +
+           R"(,"action":"properties","name":"Home & <b>","note":"é\n2"})",
        Outcome::Applied, ""},
   };
   for (const Case& test : cases) {
@@ -73,19 +79,18 @@ TEST_F(PinMessagesFixture, ATurnsChangesBecomeTheirNetEffect) {
   collector.TakeMessages(&map);
 
   const PinId added = Add("added");
-  map.SetSymbol(added, 30);                          // added then updated: one "add", as it ends
-  map.Delete(Add("fleeting"));                       // added and deleted: never sent
+  map.SetSymbol(added, 30);     // added then updated: one "add", as it ends
+  map.Delete(Add("fleeting"));  // added and deleted: never sent
   map.SetNote(changed, "one");
-  map.SetNote(changed, "two");                       // two updates: one
+  map.SetNote(changed, "two");  // two updates: one
   map.SetSymbol(doomed, 5);
-  map.Delete(doomed);                                // updated then deleted: removed
+  map.Delete(doomed);  // updated then deleted: removed
   const std::vector<Json> messages = collector.TakeMessages(&map);
   ASSERT_EQ(messages.size(), 1u);
-  const Json expected = {
-      {"type", "pins"},
-      {"update", {{changed, "changed", 43.7, 7.4, 0, "two", 0}}},
-      {"remove", {doomed}},
-      {"add", {{added, "added", 43.7, 7.4, 30, "", 0}}}};
+  const Json expected = {{"type", "pins"},
+                         {"update", {{changed, "changed", 43.7, 7.4, 0, "two", 0}}},
+                         {"remove", {doomed}},
+                         {"add", {{added, "added", 43.7, 7.4, 30, "", 0}}}};
   EXPECT_EQ(messages.front(), expected);
   EXPECT_TRUE(collector.IsEmpty());
   EXPECT_TRUE(collector.TakeMessages(&map).empty());
