@@ -58,13 +58,13 @@ MapArguments ParseArguments(const Arguments& arguments) {
 
 int PrintPins(const MapDocument& map) {
   for (const auto& [id, pin] : map.Pins()) {
-    const nlohmann::json line = {{"name", pin.name},
+    const nlohmann::ordered_json line = {{"name", pin.name},
                                  {"lat", pin.location.latitudeDegrees},
                                  {"lon", pin.location.longitudeDegrees},
                                  {"symbol", pin.symbol},
                                  {"note", pin.note},
                                  {"balloon", pin.balloonState}};
-    std::cout << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
   }
   std::cout.flush();
   return std::cout ? 0 : kFailed;
