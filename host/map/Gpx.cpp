@@ -28,14 +28,18 @@ std::size_t Utf8Length(std::string_view text, std::size_t at) {
   std::size_t length = 0;
   std::uint32_t codePoint = 0;
   if (lead < 0x80) return 1;
-  if ((lead & 0xE0) == 0xC0)
-    length = 2, codePoint = lead & 0x1F;
-  else if ((lead & 0xF0) == 0xE0)
-    length = 3, codePoint = lead & 0x0F;
-  else if ((lead & 0xF8) == 0xF0)
-    length = 4, codePoint = lead & 0x07;
-  else
+  if ((lead & 0xE0) == 0xC0) {
+    length = 2;
+    codePoint = lead & 0x1F;
+  } else if ((lead & 0xF0) == 0xE0) {
+    length = 3;
+    codePoint = lead & 0x0F;
+  } else if ((lead & 0xF8) == 0xF0) {
+    length = 4;
+    codePoint = lead & 0x07;
+  } else {
     return 0;
+  }
   if (at + length > text.size()) return 0;
   for (std::size_t index = 1; index < length; ++index) {
     if ((byte(at + index) & 0xC0) != 0x80) return 0;
