@@ -12,5 +12,6 @@ int RunParse(const Arguments& arguments);        // orvo parse (ParseCommand.cpp
 int RunDeclination(const Arguments& arguments);  // orvo declination (DeclinationCommand.cpp)
 int RunRegion(const Arguments& arguments);       // orvo region (RegionCommand.cpp)
 int RunSimulate(const Arguments& arguments);     // orvo simulate (SimulateCommand.cpp)
+int RunMap(const Arguments& arguments);          // orvo map (MapCommand.cpp)
 
 }  // namespace orvo::app

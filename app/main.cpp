@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
       if (command == "declination") return RunDeclination(rest);
       if (command == "region") return RunRegion(rest);
       if (command == "simulate") return RunSimulate(rest);
+      if (command == "map") return RunMap(rest);
     }
     return RunProgram(arguments);
   } catch (const std::exception& error) {

@@ -1,0 +1,200 @@
+// The document across processes: killed while writing, read by `orvo map` while another
+// process writes, and exported as GPX that an independent reader (gpsbabel) understands.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "host/map/MapDocument.hpp"
+#include "tests/map/MapTestSupport.hpp"
+
+namespace orvo::host::map {
+namespace {
+
+using testing::Quoted;
+using testing::RunOrvo;
+using testing::TemporaryFolder;
+
+constexpr int kPinsPerTick = 25;
+
+// Adds kPinsPerTick pins per tick, flushing each tick, and writes the number of every
+// completed tick to DONE; never returns.
+[[noreturn]] void WriteTicksForever(const std::filesystem::path& file, int done) {
+  MapDocument map(file);
+  for (int tick = 0;; ++tick) {
+    for (int pin = 0; pin < kPinsPerTick; ++pin)
+      map.AddPushpin({43.7 + tick * 1e-4, 7.4 + pin * 1e-4},
+                     "tick " + std::to_string(tick) + " pin " + std::to_string(pin));
+    map.Flush();
+    if (::write(done, &tick, sizeof tick) != sizeof tick) ::_exit(2);
+  }
+}
+
+TEST(MapDocumentProcess, AKilledWriterLosesAtMostTheTickInProgress) {
+  TemporaryFolder folder;
+  const auto file = folder.path() / "killed.orvomap";
+  for (const int ticksBeforeKill : {1, 40}) {
+    std::filesystem::remove(file);
+    int pipe[2];
+    ASSERT_EQ(::pipe(pipe), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::close(pipe[0]);
+      WriteTicksForever(file, pipe[1]);
+    }
+    ::close(pipe[1]);
+    int lastDone = -1;
+    while (lastDone + 1 < ticksBeforeKill)
+      ASSERT_EQ(::read(pipe[0], &lastDone, sizeof lastDone), static_cast<ssize_t>(sizeof lastDone));
+    ::kill(child, SIGKILL);  // while it writes the next ticks
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    while (::read(pipe[0], &lastDone, sizeof lastDone) == sizeof lastDone) {
+    }
+    ::close(pipe[0]);
+    ASSERT_TRUE(WIFSIGNALED(status));
+
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    sqlite3_stmt* check = nullptr;
+    sqlite3_prepare_v2(database, "PRAGMA integrity_check", -1, &check, nullptr);
+    ASSERT_EQ(sqlite3_step(check), SQLITE_ROW);
+    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok");
+    sqlite3_finalize(check);
+    sqlite3_close(database);
+
+    const MapDocument map(file);
+    // Whole ticks only: every completed one, perhaps one more that committed before the kill.
+    EXPECT_EQ(map.PushpinCount() % kPinsPerTick, 0u);
+    EXPECT_GE(map.PushpinCount(), static_cast<std::size_t>((lastDone + 1) * kPinsPerTick));
+    for (int tick = 0; tick <= lastDone; tick += 7)
+      EXPECT_TRUE(map.FindPushpin("tick " + std::to_string(tick) + " pin 24")) << tick;
+  }
+}
+
+TEST(MapDocumentProcess, OrvoMapPinsReadsTheLastFlushWhileAnotherProcessWrites) {
+  TemporaryFolder folder;
+  const auto file = folder.path() / "shared.orvomap";
+  MapDocument map(file);
+  Pushpin first = map.AddPushpin({43.7384, 7.4246}, "ORVO_CurrentPosition");
+  first.SetSymbol(123);
+  first.SetNote("Speed:  3 km/h");
+  first.SetBalloonState(kBalloonName);
+  map.AddPushpin({-33.5, -70.25});
+  map.Flush();
+  map.AddPushpin({0, 0}, "not flushed yet");
+
+  const auto lines = [&] {
+    const auto result = RunOrvo(folder.path(), "map pins --map " + Quoted(file));
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    std::vector<nlohmann::json> parsed;
+    std::istringstream stream(result.output);
+    for (std::string line; std::getline(stream, line);)
+      parsed.push_back(nlohmann::json::parse(line));
+    return parsed;
+  };
+  const auto before = lines();
+  ASSERT_EQ(before.size(), 2u);
+  EXPECT_EQ(before[0], nlohmann::json::parse(R"({"name":"ORVO_CurrentPosition","lat":43.7384,
+      "lon":7.4246,"symbol":123,"note":"Speed:  3 km/h","balloon":1})"));
+  EXPECT_EQ(before[1]["name"], "Pushpin 1");
+
+  map.Flush();
+  first.Delete();
+  map.Flush();
+  const auto after = lines();
+  ASSERT_EQ(after.size(), 2u);
+  EXPECT_EQ(after[1]["name"], "not flushed yet");
+  // The reader left the writer's document as it was.
+  map.AddPushpin({1, 1}, "still writable");
+  EXPECT_NO_THROW(map.Flush());
+
+  // Without a document there is a message, not an empty list.
+  const auto missing = RunOrvo(folder.path(), "map pins --map " + Quoted(folder.path() / "none"));
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_NE(missing.output.find("no map document at"), std::string::npos);
+  EXPECT_EQ(RunOrvo(folder.path(), "map pins extra").exitCode, 2);
+  EXPECT_EQ(RunOrvo(folder.path(), "map export").exitCode, 2);
+  EXPECT_EQ(RunOrvo(folder.path(), "map").exitCode, 2);
+}
+
+// Splits gpsbabel's unicsv lines: fields separated by commas, quoted with "" for a quote.
+std::vector<std::string> CsvFields(const std::string& line) {
+  std::vector<std::string> fields(1);
+  bool quoted = false;
+  for (std::size_t at = 0; at < line.size(); ++at) {
+    const char character = line[at];
+    if (quoted && character == '"' && at + 1 < line.size() && line[at + 1] == '"') {
+      fields.back() += '"';
+      ++at;
+    } else if (character == '"') {
+      quoted = !quoted;
+    } else if (character == ',' && !quoted) {
+      fields.emplace_back();
+    } else {
+      fields.back() += character;
+    }
+  }
+  return fields;
+}
+
+TEST(MapDocumentProcess, GpxExportReadsBackInGpsbabel) {
+  TemporaryFolder folder;
+  const auto file = folder.path() / "export.orvomap";
+  struct Pin {
+    std::string name;
+    double latitude, longitude;
+    int symbol;
+    std::string note;
+    std::string symbolName;
+  };
+  const std::vector<Pin> pins = {
+      {"Fish & Chips <Best>", 43.7384, 7.4246, 1, "\"quoted\" and 'single'", "Circle, Red"},
+      {"Zürich — 東京 ✓", -33.856784, 151.215297, 65, "Ünïcødé note", "Stop Sign"},
+      {"ORVO_12", 64.1466, -21.9426, 128, "Speed:  42 km/h, Heading: 45", "Arrow NE"},
+      {"Pushpin 1", -54.8019, -68.303, 200, "", "200"},
+  };
+  {
+    MapDocument map(file);
+    for (const Pin& pin : pins) {
+      Pushpin added =
+          map.AddPushpin({pin.latitude, pin.longitude}, pin.name == "Pushpin 1" ? "" : pin.name);
+      added.SetSymbol(pin.symbol);
+      if (!pin.note.empty()) added.SetNote(pin.note);
+    }
+  }
+  const auto gpx = folder.path() / "out.gpx";
+  const auto exported =
+      RunOrvo(folder.path(), "map export --map " + Quoted(file) + " " + Quoted(gpx));
+  ASSERT_EQ(exported.exitCode, 0) << exported.output;
+
+  std::string read;
+  FILE* pipe = ::popen(("gpsbabel -i gpx -f " + Quoted(gpx) + " -o unicsv -F - 2>&1").c_str(), "r");
+  for (char buffer[4096]; const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe);)
+    read.append(buffer, count);
+  ASSERT_EQ(::pclose(pipe), 0) << read;
+  std::erase(read, '\r');  // unicsv ends its lines with CR LF
+  std::istringstream stream(read);
+  std::string header;
+  std::getline(stream, header);
+  ASSERT_EQ(header, "No,Latitude,Longitude,Name,Description,Symbol") << read;
+  for (const Pin& pin : pins) {
+    std::string line;
+    ASSERT_TRUE(std::getline(stream, line)) << pin.name;
+    const auto fields = CsvFields(line);
+    ASSERT_EQ(fields.size(), 6u) << line;
+    EXPECT_NEAR(std::stod(fields[1]), pin.latitude, 1e-6);
+    EXPECT_NEAR(std::stod(fields[2]), pin.longitude, 1e-6);
+    EXPECT_EQ(fields[3], pin.name);
+    // gpsbabel shows the name where a waypoint has no description.
+    EXPECT_EQ(fields[4], pin.note.empty() ? pin.name : pin.note);
+    EXPECT_EQ(fields[5], pin.symbolName);
+  }
+}
+
+}  // namespace
+}  // namespace orvo::host::map

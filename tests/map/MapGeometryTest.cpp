@@ -1,0 +1,138 @@
+// Pixel coordinates of the view the page reports, and geodesic distances.
+#include <gtest/gtest.h>
+
+#include "host/map/MapGeometry.hpp"
+#include "host/map/MbTiles.hpp"
+#include "host/ui/Scheduler.hpp"
+#include "tests/TempFolder.hpp"
+
+namespace orvo::host::map {
+namespace {
+
+MapViewState View(double latitude, double longitude, double zoom, int width, int height) {
+  return {latitude, longitude, zoom, width, height};
+}
+
+TEST(MapGeometry, PixelsFollowWebMercatorWith256PixelTiles) {
+  // Zoom 0 shows the world in 256 x 256 pixels; with the centre at 0,0 in a 256-pixel area,
+  // pixels are world pixels.
+  const MapViewState world = View(0, 0, 0, 256, 256);
+  struct Case {
+    MapViewState view;
+    Location location;
+    double x, y;
+  };
+  const Case cases[] = {
+      {world, {0, 0}, 128, 128},
+      {world, {0, 90}, 192, 128},
+      {world, {0, -90}, 64, 128},
+      {world, {85.0511287798066, 0}, 128, 0},  // the square world's top edge
+      {world, {-85.0511287798066, 0}, 128, 256},
+      {world, {66.51326044311186, 0}, 128, 64},  // atan(sinh(pi / 2)): a quarter down
+      {world, {89.9, 0}, 128, 0},                // beyond Mercator: on the edge
+      // Zoom 1 doubles the distances; a view centred elsewhere shifts them.
+      {View(0, 0, 1, 800, 600), {0, 90}, 400 + 128, 300},
+      {View(0, 90, 1, 800, 600), {0, 0}, 400 - 128, 300},
+      // Across the antimeridian the nearest copy of the world is used.
+      {View(0, 179, 8, 100, 100), {0, -179}, 50 + 2 * 65536 / 360.0, 50},
+      {View(0, -179, 8, 100, 100), {0, 179}, 50 - 2 * 65536 / 360.0, 50},
+  };
+  for (const Case& test : cases) {
+    const PixelPoint pixel = LocationToPixel(test.view, test.location);
+    EXPECT_NEAR(pixel.x, test.x, 1e-6)
+        << test.location.latitudeDegrees << "," << test.location.longitudeDegrees;
+    EXPECT_NEAR(pixel.y, test.y, 1e-6)
+        << test.location.latitudeDegrees << "," << test.location.longitudeDegrees;
+  }
+}
+
+TEST(MapGeometry, PixelsAgreeWithTheTileGridAndRoundTrip) {
+  // Monaco at street zooms: the pixel, divided into tiles, is the tile the tile server holds
+  // the place in; and the pixel's location is the place again.
+  const Location places[] = {{43.7384, 7.4246},
+                             {43.7311, 7.4197},
+                             {-33.8568, 151.2153},
+                             {64.1466, -21.9426},
+                             {-54.8019, -68.3030}};
+  for (const double zoom : {0.0, 12.0, 15.0, 17.0}) {
+    for (const Location& place : places) {
+      // A view whose top-left corner is the world's: pixels are world pixels.
+      const double side = kTilePixels * std::exp2(zoom);
+      const MapViewState view = {0, 0, zoom, static_cast<int>(side), static_cast<int>(side)};
+      const PixelPoint pixel = LocationToPixel(view, place);
+      const TileAddress tile =
+          TileContaining({place.latitudeDegrees, place.longitudeDegrees}, static_cast<int>(zoom));
+      EXPECT_EQ(static_cast<int>(pixel.x / kTilePixels), tile.x) << zoom;
+      EXPECT_EQ(static_cast<int>(pixel.y / kTilePixels), tile.y) << zoom;
+
+      const MapViewState near = {43.74, 7.42, zoom + 0.5, 1280, 770};
+      const PixelPoint shown = LocationToPixel(near, place);
+      const Location back = PixelToLocation(near, shown.x, shown.y);
+      EXPECT_NEAR(back.latitudeDegrees, place.latitudeDegrees, 1e-9);
+      EXPECT_NEAR(back.longitudeDegrees, place.longitudeDegrees, 1e-9);
+    }
+  }
+}
+
+TEST(MapGeometry, DistancesAreGeodesicInTheHostsUnit) {
+  struct Case {
+    Location from, to;
+    double metres;
+  };
+  const Case cases[] = {
+      {{40.6, -73.8}, {51.6, -0.5}, 5551759.400},  // JFK to Heathrow, GeographicLib's example
+      {{0, 0}, {0, 1}, 111319.4907932736},         // a degree of the equator: a * pi / 180
+      {{0, 0}, {90, 0}, 10001965.729},             // the meridian quadrant
+      {{43.7384, 7.4246}, {43.7384, 7.4246}, 0},
+      {{0, 179.5}, {0, -179.5}, 111319.4907932736},  // across the antimeridian
+  };
+  for (const Case& test : cases) {
+    EXPECT_NEAR(GeodesicDistanceMetres(test.from, test.to), test.metres, 1e-3);
+    EXPECT_NEAR(Distance(test.from, test.to, DistanceUnit::Kilometres), test.metres / 1000, 1e-6);
+    EXPECT_NEAR(Distance(test.from, test.to, DistanceUnit::Miles), test.metres / 1609.344, 1e-6);
+  }
+  EXPECT_NEAR(Distance({40.6, -73.8}, {51.6, -0.5}, DistanceUnit::Miles), 3449.7034, 1e-3);
+}
+
+TEST(MapGeometry, TheMapObjectWorksOnTheReportedViewAndTheHostsUnit) {
+  ui::ManualScheduler scheduler;
+  ui::ScriptedDialogs dialogs;
+  ui::Desktop desktop{scheduler, dialogs};
+  MapView view{desktop};
+  orvo::testing::TempFolder folder;
+  MapHost host(folder.Path());
+  MapGeometry geometry(view, host);
+
+  EXPECT_EQ(geometry.Width(), 0);
+  view.HandleEvent({{"type", "mapview"},
+                    {"lat", 43.74},
+                    {"lon", 7.42},
+                    {"zoom", 16},
+                    {"width", 1001},
+                    {"height", 700}});
+  EXPECT_EQ(geometry.Width(), 1001);
+  EXPECT_EQ(geometry.Height(), 700);
+
+  const Location pin = geometry.GetLocation(43.7384, 7.4246);
+  geometry.GoTo(pin);
+  EXPECT_EQ(geometry.LocationToX(pin), 501);  // 500.5 rounds away from zero
+  EXPECT_EQ(geometry.LocationToY(pin), 350);
+  // 70 pixels to the east at zoom 16: 70 / (256 * 2^16) of 360 degrees.
+  const Location east = geometry.GetLocation(43.7384, 7.4246 + 70 * 360.0 / (256 * 65536.0));
+  EXPECT_EQ(geometry.LocationToX(east), 571);
+  EXPECT_EQ(geometry.LocationToX(geometry.GetLocation(0, 7.4246)), 501);
+  EXPECT_GT(geometry.LocationToY(geometry.GetLocation(0, 7.4246)), 1'000'000);
+
+  for (const auto& [latitude, longitude] :
+       std::vector<std::pair<double, double>>{{90.01, 0}, {std::nan(""), 0}, {0, INFINITY}})
+    EXPECT_THROW(geometry.GetLocation(latitude, longitude), MapError);
+  EXPECT_EQ(geometry.GetLocation(10, 370).longitudeDegrees, 10);
+
+  const Location from{40.6, -73.8}, to{51.6, -0.5};
+  EXPECT_NEAR(geometry.Distance(from, to), 5551.7594, 1e-4);  // kilometres by default
+  host.SetUnit(DistanceUnit::Miles);
+  EXPECT_NEAR(geometry.Distance(from, to), 3449.7034, 1e-3);
+}
+
+}  // namespace
+}  // namespace orvo::host::map

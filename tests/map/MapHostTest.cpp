@@ -1,0 +1,134 @@
+// The active map: which document opens at start, New, Open, Save As, Close, and the unit.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "host/map/MapFlushTimer.hpp"
+#include "host/map/MapHost.hpp"
+#include "tests/TempFolder.hpp"
+
+namespace orvo::host::map {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct MapHostFixture : ::testing::Test {
+  orvo::testing::TempFolder folder;
+  fs::path data = folder.Path() / "orvo";
+  std::vector<PinChangeKind> changes;
+
+  void Watch(MapHost& host) {
+    host.onPinChange = [this](const PinChange& change) { changes.push_back(change.kind); };
+  }
+};
+
+TEST_F(MapHostFixture, StartsWithTheLastDocumentUsedElseTheDefault) {
+  {
+    MapHost host(data);
+    EXPECT_EQ(host.ActiveMap(), nullptr);
+    host.OpenAtStart();
+    ASSERT_NE(host.ActiveMap(), nullptr);
+    EXPECT_EQ(host.ActiveMap()->File(), data / "Default.orvomap");
+    host.ActiveMap()->AddPushpin({1, 2}, "in the default");
+    host.NewMap();
+    EXPECT_EQ(host.ActiveMap()->File(), data / "Map 1.orvomap");
+    host.ActiveMap()->AddPushpin({1, 2}, "in map 1");
+  }
+  {
+    MapHost host(data);
+    host.OpenAtStart();
+    EXPECT_EQ(host.ActiveMap()->File(), data / "Map 1.orvomap");
+    EXPECT_TRUE(host.ActiveMap()->FindPushpin("in map 1"));
+    EXPECT_EQ(MapFileToRead(data), data / "Map 1.orvomap");
+  }
+  fs::remove(data / "Map 1.orvomap");  // the last one is gone: back to the default
+  MapHost host(data);
+  host.OpenAtStart();
+  EXPECT_TRUE(host.ActiveMap()->FindPushpin("in the default"));
+
+  // A file given on the command line wins and is made when missing.
+  MapHost other(data / "elsewhere");
+  other.OpenAtStart(folder.Path() / "given.orvomap");
+  EXPECT_EQ(other.ActiveMap()->File(), folder.Path() / "given.orvomap");
+}
+
+TEST_F(MapHostFixture, ADamagedDocumentIsReportedAndNeverReplaced) {
+  fs::create_directories(data);
+  const std::string damaged(4096, 'x');
+  std::ofstream(data / "Default.orvomap") << damaged;
+  MapHost host(data);
+  EXPECT_THROW(host.OpenAtStart(), MapError);
+  EXPECT_EQ(host.ActiveMap(), nullptr);
+  std::ifstream stream(data / "Default.orvomap");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), damaged);
+}
+
+TEST_F(MapHostFixture, NewOpenSaveAsAndCloseSwitchTheActiveMapAndResetThePages) {
+  MapHost host(data);
+  Watch(host);
+  host.OpenAtStart();
+  host.ActiveMap()->AddPushpin({1, 2}, "a");
+  host.NewMap(folder.Path() / "b.orvomap");
+  EXPECT_THROW(host.NewMap(folder.Path() / "b.orvomap"), MapError) << "never over a file";
+  EXPECT_EQ(host.ActiveMap()->PushpinCount(), 0u);
+  host.OpenMap(data / "Default.orvomap");
+  EXPECT_TRUE(host.ActiveMap()->FindPushpin("a"));
+  EXPECT_THROW(host.OpenMap(folder.Path() / "missing.orvomap"), MapError);
+  EXPECT_TRUE(host.ActiveMap()->FindPushpin("a")) << "a failed open keeps the active map";
+
+  const Pushpin pin = *host.ActiveMap()->FindPushpin("a");
+  host.SaveMapAs(folder.Path() / "saved.orvomap");
+  EXPECT_EQ(host.LastMapFile(), folder.Path() / "saved.orvomap");
+  EXPECT_EQ(pin.Name(), "a");
+
+  host.CloseMap();
+  EXPECT_EQ(host.ActiveMap(), nullptr);
+  EXPECT_FALSE(pin.Exists());
+  EXPECT_THROW(pin.Name(), MapError);
+  host.Flush();
+  host.CloseMap();  // nothing open: nothing to do
+  EXPECT_THROW(host.SaveMapAs(folder.Path() / "x.orvomap"), MapError);
+
+  const std::vector<PinChangeKind> expected = {PinChangeKind::Reset, PinChangeKind::Added,
+                                               PinChangeKind::Reset, PinChangeKind::Reset,
+                                               PinChangeKind::Reset};
+  EXPECT_EQ(changes, expected);
+}
+
+TEST_F(MapHostFixture, TheDistanceUnitIsKilometresUntilChangedAndIsRemembered) {
+  {
+    MapHost host(data);
+    EXPECT_EQ(host.Unit(), DistanceUnit::Kilometres);
+    EXPECT_EQ(static_cast<int>(DistanceUnit::Kilometres), 1) << "the host's unit flag";
+    host.SetUnit(DistanceUnit::Miles);
+  }
+  EXPECT_EQ(MapHost(data).Unit(), DistanceUnit::Miles);
+
+  std::ofstream(data / "maphost.json") << "{ broken";
+  MapHost host(data);
+  EXPECT_EQ(host.Unit(), DistanceUnit::Kilometres);
+  EXPECT_EQ(MapFileToRead(data), data / "Default.orvomap");
+}
+
+TEST_F(MapHostFixture, TheFlushTimerWritesABurstOfChangesOnceAfterItsFirstChange) {
+  ui::ManualScheduler scheduler;
+  MapHost host(data);
+  host.OpenAtStart();
+  MapFlushTimer flusher(host, scheduler);
+  const auto stored = [this] {
+    return MapDocument(data / "Default.orvomap", MapDocument::Access::ReadOnly).PushpinCount();
+  };
+  host.ActiveMap()->AddPushpin({1, 2});
+  scheduler.Advance(MapFlushTimer::kDefaultDelay / 2);
+  host.ActiveMap()->AddPushpin({1, 2});
+  EXPECT_EQ(scheduler.PendingTimers(), 1u);
+  EXPECT_EQ(stored(), 0u);
+  scheduler.Advance(MapFlushTimer::kDefaultDelay / 2);
+  EXPECT_EQ(stored(), 2u);
+  EXPECT_EQ(scheduler.PendingTimers(), 0u);
+  host.ActiveMap()->AddPushpin({1, 2});
+  EXPECT_EQ(scheduler.PendingTimers(), 1u);
+}
+
+}  // namespace
+}  // namespace orvo::host::map
