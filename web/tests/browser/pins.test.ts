@@ -103,13 +103,14 @@ describe('pushpins in the page', () => {
   });
 
   it('draws 100,000 pins sent in parts, each symbol from its own cell, and finds the one clicked', async () => {
-    // A field of blue squares in the lower half, 5,000 to a part as a connecting page gets them.
+    // A field of blue squares from the lower half on, most of it beyond the view, 5,000 to a
+    // part as a connecting page gets them.
     fake.send({ type: 'pins', reset: true });
     const top = Math.round(stage.y + stage.height / 2) + 20;
     for (let part = 0; part < 20; part++) {
       const add = [];
       for (let i = part * 5000; i < (part + 1) * 5000; i++)
-        add.push(pin(stage, 1000 + i, stage.x + 20 + (i % 400) * 3, top + Math.floor(i / 400) * 2.5, 11));
+        add.push(pin(stage, 1000 + i, stage.x + 20 + (i % 400) * 12, top + Math.floor(i / 400) * 12, 11));
       fake.send({ type: 'pins', add });
     }
     // Known symbols in a row above: grey, red, yellow, green circles and arrows N, E, S, W.
@@ -119,7 +120,7 @@ describe('pushpins in the page', () => {
     fake.send({ type: 'pins', add: known.map((symbol, n) => pin(stage, n + 1, column(n), row, symbol)) });
 
     const at = async () => pixels(page, column(0) - 30, row - 30, 60 * known.length);
-    await expect.poll(async () => colourKind((await at())(column(1), row)), { timeout: 20000 }).toBe('red');
+    await expect.poll(async () => colourKind((await at())(column(1), row)), { timeout: 120000, interval: 2000 }).toBe('red');
     const read = await at();
     expect([0, 1, 2, 3].map((n) => colourKind(read(column(n), row)))).toEqual(['grey', 'red', 'yellow', 'green']);
     // Each arrow is wider 4 px ahead of its middle (the head) than 4 px behind (the shaft).
@@ -137,15 +138,15 @@ describe('pushpins in the page', () => {
       expect(width(4), `arrow ${known[n]}`).toBeGreaterThan(width(-4) + 3);
     }
     // The field is drawn, and a click on one of its pins names that pin.
-    const field = await pixels(page, stage.x + 20, top, 200);
-    expect(colourKind(field(stage.x + 20 + 3 * 50, top + 2.5 * 10))).toBe('blue');
+    const field = await pixels(page, stage.x + 20, top, 100);
+    let blue = 0;
+    for (let py = top; py < top + 100; py++)
+      for (let px = stage.x + 20; px < stage.x + 120; px++) if (colourKind(field(px, py)) === 'blue') blue++;
+    expect(blue).toBeGreaterThan(100 * 100 * 0.3);
     expect(await page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
-    await page.mouse.click(stage.x + 20 + 3 * 123, top + 2.5 * 100);
-    const click = await fake.next('pin');
-    expect(click).toMatchObject({ action: 'balloon', state: 2 });
-    expect(click.id).toBeGreaterThanOrEqual(1000 + 96 * 400);
-    expect(click.id).toBeLessThan(1000 + 105 * 400);
-  });
+    await page.mouse.click(stage.x + 20 + 12 * 57, top + 12 * 15 + 4);
+    expect(await fake.next('pin')).toEqual({ type: 'pin', id: 1000 + 15 * 400 + 57, action: 'balloon', state: 2 });
+  }, 180000); // software WebGL on a busy machine draws 100,000 pins slowly
 
   it('opens and closes balloons, deletes a pin and edits its properties from the right-click menu', async () => {
     const x = Math.round(stage.x + stage.width / 2);

@@ -42,7 +42,7 @@ export class PinLayer {
   ) {
     const atlas = buildAtlas(pixelRatio);
     const src = atlas.canvas.toDataURL();
-    this.layer = new WebGLVectorLayer({ source: this.source, style: pinStyle(atlas, src), zIndex: 10 });
+    this.layer = new WebGLVectorLayer({ source: this.source, style: pinStyle(atlas, src), zIndex: 10, disableHitDetection: true });
     this.layer.set('name', 'pins');
     map.addLayer(this.layer);
     // The layer loads the atlas image by itself and does not redraw when it arrives.
@@ -81,12 +81,27 @@ export class PinLayer {
     for (const pin of result.changed) this.showBalloon(pin);
   }
 
+  // The pin whose symbol is under the pixel, the one drawn nearest to it where several overlap.
+  // Found in the source's spatial index: cheaper than the WebGL layer's hit detection, which
+  // would draw every pin a second time in each frame.
   pinAt(pixel: number[]): Pin | undefined {
-    const feature = this.map.forEachFeatureAtPixel(pixel, (found) => found, {
-      layerFilter: (layer) => layer === this.layer,
+    const where = this.map.getCoordinateFromPixel(pixel);
+    const resolution = this.map.getView().getResolution();
+    if (!where || !resolution) return undefined;
+    const reach = PIN_SIZE * resolution;
+    const half = PIN_SIZE / 2;
+    let best: { id: number; distance: number } | undefined;
+    this.source.forEachFeatureInExtent([where[0] - reach, where[1] - reach, where[0] + reach, where[1] + reach], (feature) => {
+      const at = feature.getGeometry()?.getCoordinates();
+      if (!at) return;
+      const dx = (where[0] - at[0]) / resolution;
+      // Pixels above the symbol's middle; a lifted symbol's middle is half its height up.
+      const dy = (where[1] - at[1]) / resolution - (feature.get('lift') ? half : 0);
+      if (Math.abs(dx) > half || Math.abs(dy) > half) return;
+      const distance = dx * dx + dy * dy;
+      if (!best || distance < best.distance) best = { id: feature.getId() as number, distance };
     });
-    const id = feature?.getId();
-    return typeof id === 'number' ? this.store.get(id) : undefined;
+    return best ? this.store.get(best.id) : undefined;
   }
 
   private hover(pixel: number[]): void {
