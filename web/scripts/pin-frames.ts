@@ -50,10 +50,14 @@ async function frameTimes(page: Page, action: () => Promise<void>): Promise<numb
 }
 
 function summary(name: string, times: number[]): void {
+  if (times.length === 0) {
+    console.log(`${name}: no frame finished (the page was busy throughout)`);
+    return;
+  }
   const sorted = [...times].sort((a, b) => a - b);
   const at = (q: number) => sorted[Math.min(sorted.length - 1, Math.floor(q * sorted.length))] ?? NaN;
   console.log(
-    `${name}: ${times.length} frames, median ${at(0.5).toFixed(1)} ms, 95th percentile ${at(0.95).toFixed(1)} ms, longest ${sorted[sorted.length - 1]?.toFixed(1)} ms`,
+    `${name}: ${times.length} frames, median ${at(0.5).toFixed(1)} ms, 95th percentile ${at(0.95).toFixed(1)} ms, longest ${sorted[sorted.length - 1].toFixed(1)} ms`,
   );
 }
 
