@@ -4,6 +4,7 @@ import 'ol/ol.css';
 import './style.css';
 import { Connection, socketUrl, type ConnectionState } from './connection';
 import { MapDisplay, type Region } from './map/map';
+import { withPins } from './map/pins';
 import type { Theme } from './map/style';
 import { applyMessage, emptyModel } from './model';
 import type { PageMessage, ServerMessage } from './protocol';
@@ -128,6 +129,7 @@ async function start(): Promise<void> {
         desktop.apply(change);
     }
   };
+  connection.onMessage = withPins(map.map, send, connection.onMessage);
   const showStatus = (state: ConnectionState) => {
     status.hidden = state === 'open';
     document.body.dataset.connection = state;

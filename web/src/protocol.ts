@@ -1,5 +1,6 @@
 // The messages between orvo and the page. orvo holds all state and behaviour; the page shows
 // what it is told and reports what the user did.
+import type { PinAction } from './map/pins/patches';
 
 export type Properties = Record<string, unknown>;
 
@@ -107,4 +108,5 @@ export type PageMessage =
   | { type: 'mapview'; lat: number; lon: number; zoom: number; width: number; height: number }
   | { type: 'answer'; id: number; result: 'ok' | 'cancel' | 'yes' | 'no' }
   | { type: 'answer'; id: number; path: string | null }
-  | { type: 'quit' };
+  | { type: 'quit' }
+  | PinAction;

@@ -1,0 +1,71 @@
+import type Feature from 'ol/Feature';
+import type Point from 'ol/geom/Point';
+import { toLonLat } from 'ol/proj';
+import VectorSource from 'ol/source/Vector';
+import { describe, expect, it } from 'vitest';
+import { parsePin, PinStore } from './patches';
+
+const pin = (id: number, symbol = 1, lat = 43.7, lon = 7.4, balloon = 0) => [id, `pin ${id}`, lat, lon, symbol, `note ${id}`, balloon];
+
+function store() {
+  const s = new PinStore(new VectorSource<Feature<Point>>());
+  const ids = () => s.source.getFeatures().map((f) => f.getId()).sort((a, b) => Number(a) - Number(b));
+  return { s, ids };
+}
+
+describe('pins patches', () => {
+  it('adds, updates, removes and starts over', () => {
+    const { s, ids } = store();
+    s.apply({ type: 'pins', reset: true, add: [pin(1), pin(2), pin(3, 48)] });
+    expect(ids()).toEqual([1, 2, 3]);
+    expect(s.source.getFeatureById(3)?.getProperties()).toMatchObject({ cell: 48, lift: 1 });
+
+    const result = s.apply({ type: 'pins', update: [pin(2, 123, 43.75, 7.42, 2)], remove: [1] });
+    expect(ids()).toEqual([2, 3]);
+    expect(result.removed).toEqual([1]);
+    expect(result.changed.map((p) => p.balloon)).toEqual([2]);
+    const moved = s.source.getFeatureById(2) as Feature<Point>;
+    expect(moved.get('cell')).toBe(65 + 3);
+    const [lon, lat] = toLonLat(moved.getGeometry()!.getCoordinates());
+    expect([lat, lon].map((v) => v.toFixed(5))).toEqual(['43.75000', '7.42000']);
+    expect(s.get(2)?.note).toBe('note 2');
+
+    // A part of a connecting page's pins adds to what is there; a reset drops everything.
+    s.apply({ type: 'pins', add: [pin(4), pin(5)] });
+    expect(ids()).toEqual([2, 3, 4, 5]);
+    expect(s.apply({ type: 'pins', reset: true }).reset).toBe(true);
+    expect(ids()).toEqual([]);
+    expect(s.size).toBe(0);
+  });
+
+  it('ignores ids it does not have and counts a pin added twice once', () => {
+    const { s, ids } = store();
+    s.apply({ type: 'pins', add: [pin(1)] });
+    const result = s.apply({ type: 'pins', update: [pin(9)], remove: [8, 'x', null], add: [pin(1, 2), pin(7), pin(7, 5)] });
+    expect(result.problems).toEqual([]);
+    expect(ids()).toEqual([1, 7]);
+    expect(s.source.getFeatureById(1)?.get('cell')).toBe(2);
+    expect(s.source.getFeatureById(7)?.get('cell')).toBe(5);
+    expect(s.get(9)).toBeUndefined();
+  });
+
+  it('leaves out what is malformed, says why, and applies the rest', () => {
+    const { s, ids } = store();
+    const cases: [unknown, RegExp][] = [
+      [[1, 'a', 43, 7, 1, 'n'], /not \[id, name/],
+      ['pin', /not \[id, name/],
+      [[1.5, 'a', 43, 7, 1, 'n', 0], /whole number/],
+      [[2, 'a', 95, 7, 1, 'n', 0], /no position/],
+      [[2, 'a', 43, '7', 1, 'n', 0], /no position/],
+      [[2, 'a', 43, 7, null, 'n', 0], /no symbol/],
+      [[2, 5, 43, 7, 1, 'n', 0], /not text/],
+      [[2, 'a', 43, 7, 1, 'n', 3], /balloon/],
+    ];
+    for (const [tuple, reason] of cases) expect(parsePin(tuple)).toMatch(reason);
+    const result = s.apply({ type: 'pins', add: [...cases.map(([tuple]) => tuple), pin(3)], update: 'all', remove: {} });
+    expect(ids()).toEqual([3]);
+    expect(result.problems).toHaveLength(cases.length + 2);
+    expect(result.problems).toEqual(expect.arrayContaining(['"update" is not a list', '"remove" is not a list']));
+    for (const message of [null, 'pins', { type: 'pin' }]) expect(s.apply(message).problems).toEqual(['not a pins message']);
+  });
+});

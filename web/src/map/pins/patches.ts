@@ -1,0 +1,132 @@
+// The pins as orvo sends them, applied to one vector source in batches: a connecting page gets
+// tens of thousands in parts, a running trail one at a time. The page keeps nothing of its own.
+import Feature from 'ol/Feature';
+import Point from 'ol/geom/Point';
+import { fromLonLat } from 'ol/proj';
+import type VectorSource from 'ol/source/Vector';
+import { atlasCell, symbolDrawing } from './catalogue';
+
+export type BalloonState = 0 | 1 | 2;
+
+export interface Pin {
+  id: number;
+  name: string;
+  lat: number;
+  lon: number;
+  symbol: number;
+  note: string;
+  balloon: BalloonState;
+}
+
+// orvo → page. A pin travels as [id, name, lat, lon, symbol, note, balloon].
+export interface PinsMessage {
+  type: 'pins';
+  reset?: boolean;
+  add?: unknown[];
+  update?: unknown[];
+  remove?: unknown[];
+}
+
+// page → orvo
+export type PinAction =
+  | { type: 'pin'; id: number; action: 'delete' }
+  | { type: 'pin'; id: number; action: 'properties'; name: string; note: string }
+  | { type: 'pin'; id: number; action: 'balloon'; state: BalloonState };
+
+export function parsePin(tuple: unknown): Pin | string {
+  if (!Array.isArray(tuple) || tuple.length < 7) return 'a pin is not [id, name, lat, lon, symbol, note, balloon]';
+  const [id, name, lat, lon, symbol, note, balloon] = tuple;
+  if (!Number.isSafeInteger(id)) return `a pin's id is not a whole number: ${JSON.stringify(id)}`;
+  if (typeof lat !== 'number' || typeof lon !== 'number' || !(Math.abs(lat) <= 90) || !(Math.abs(lon) <= 180))
+    return `pin ${id} has no position on the earth`;
+  if (typeof symbol !== 'number' || !Number.isFinite(symbol)) return `pin ${id} has no symbol number`;
+  if (typeof name !== 'string' || typeof note !== 'string') return `pin ${id}'s name and note are not text`;
+  if (balloon !== 0 && balloon !== 1 && balloon !== 2) return `pin ${id}'s balloon is not 0, 1 or 2`;
+  return { id, name, lat, lon, symbol, note, balloon };
+}
+
+// What the pin layer's WebGL style reads from a feature: its atlas cell, and whether the
+// symbol stands on its point rather than round it.
+function styleProperties(pin: Pin): { cell: number; lift: number } {
+  return { cell: atlasCell(pin.symbol), lift: symbolDrawing(pin.symbol).pointsDown ? 1 : 0 };
+}
+
+export interface PatchResult {
+  problems: string[];
+  // Pins whose balloon may have changed (added, updated) and pins that are gone.
+  changed: Pin[];
+  removed: number[];
+  reset: boolean;
+}
+
+export class PinStore {
+  private readonly pins = new Map<number, Pin>();
+
+  constructor(readonly source: VectorSource<Feature<Point>>) {}
+
+  get size(): number {
+    return this.pins.size;
+  }
+
+  get(id: number): Pin | undefined {
+    return this.pins.get(id);
+  }
+
+  // Applies one `pins` message. Anything malformed is left out and described; the rest applies.
+  apply(message: unknown): PatchResult {
+    const result: PatchResult = { problems: [], changed: [], removed: [], reset: false };
+    if (typeof message !== 'object' || message === null || (message as { type?: unknown }).type !== 'pins') {
+      result.problems.push('not a pins message');
+      return result;
+    }
+    const m = message as PinsMessage;
+    const list = (field: 'add' | 'update' | 'remove'): unknown[] => {
+      const value = m[field];
+      if (value === undefined) return [];
+      if (Array.isArray(value)) return value;
+      result.problems.push(`"${field}" is not a list`);
+      return [];
+    };
+    if (m.reset === true) {
+      this.pins.clear();
+      this.source.clear(true);
+      result.reset = true;
+    }
+    const removals: Feature<Point>[] = [];
+    for (const id of list('remove')) {
+      const feature = typeof id === 'number' ? this.source.getFeatureById(id) : null;
+      if (!feature) continue; // already gone: nothing to do
+      removals.push(feature);
+      this.pins.delete(id as number);
+      result.removed.push(id as number);
+    }
+    if (removals.length) this.source.removeFeatures(removals);
+
+    const additions = new Map<number, Feature<Point>>();
+    const upsert = (tuple: unknown, adding: boolean) => {
+      const pin = parsePin(tuple);
+      if (typeof pin === 'string') {
+        result.problems.push(pin);
+        return;
+      }
+      const feature = this.source.getFeatureById(pin.id) ?? additions.get(pin.id);
+      const where = fromLonLat([pin.lon, pin.lat]);
+      if (feature) {
+        feature.setProperties(styleProperties(pin), true);
+        feature.getGeometry()?.setCoordinates(where);
+      } else if (adding) {
+        const created = new Feature<Point>({ geometry: new Point(where), ...styleProperties(pin) });
+        created.setId(pin.id);
+        additions.set(pin.id, created);
+      } else {
+        return; // an update of a pin this page no longer has
+      }
+      this.pins.set(pin.id, pin);
+      result.changed.push(pin);
+    };
+    for (const tuple of list('add')) upsert(tuple, true);
+    if (additions.size) this.source.addFeatures([...additions.values()]);
+    for (const tuple of list('update')) upsert(tuple, false);
+    return result;
+  }
+}

@@ -1,0 +1,195 @@
+// Pushpins in the page, with the test playing orvo on the WebSocket: pins sent in parts are
+// drawn by the WebGL layer from the symbol atlas, and clicks, right-clicks and the balloon's
+// close box come back as `pin` messages.
+import type { Page, WebSocketRoute } from 'playwright-core';
+import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
+import { snapshot } from './fixtures';
+import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+
+type Message = Record<string, unknown>;
+const VIEW = { lat: 43.7384, lon: 7.4246, zoom: 15 };
+const R = 6378137;
+const RESOLUTION = (2 * Math.PI * R) / 256 / 2 ** VIEW.zoom;
+
+class FakeOrvo {
+  readonly received: Message[] = [];
+  private socket: WebSocketRoute | null = null;
+  async attach(page: Page): Promise<void> {
+    await page.routeWebSocket(/\/ws/, (socket) => {
+      this.socket = socket;
+      socket.onMessage((text) => this.received.push(JSON.parse(String(text))));
+      socket.send(JSON.stringify({ ...snapshot([]), mapView: VIEW }));
+    });
+  }
+  send(message: Message): void {
+    this.socket?.send(JSON.stringify(message));
+  }
+  async next(type: string): Promise<Message> {
+    let found: Message | undefined;
+    await expect.poll(() => (found = this.received.find((m) => m.type === type))).toBeTruthy();
+    this.received.splice(this.received.indexOf(found as Message), 1);
+    return found as Message;
+  }
+}
+
+// The place under a pixel of the page, and back: the page's map is its whole stage.
+interface Stage {
+  x: number;
+  y: number;
+  width: number;
+  height: number;
+}
+const mercatorY = (lat: number) => R * Math.log(Math.tan(Math.PI / 4 + (lat * Math.PI) / 360));
+function placeAt(stage: Stage, px: number, py: number): [number, number] {
+  const lon = VIEW.lon + (((px - stage.x - stage.width / 2) * RESOLUTION) / R) * (180 / Math.PI);
+  const y = mercatorY(VIEW.lat) - (py - stage.y - stage.height / 2) * RESOLUTION;
+  return [((2 * Math.atan(Math.exp(y / R)) - Math.PI / 2) * 180) / Math.PI, lon];
+}
+const pin = (stage: Stage, id: number, px: number, py: number, symbol: number, balloon = 0) => {
+  const [lat, lon] = placeAt(stage, px, py);
+  return [id, `Pin ${id}`, lat, lon, symbol, `Note of ${id}`, balloon];
+};
+
+// The screen's pixels in a box, read back through a canvas of the page.
+async function pixels(page: Page, x: number, y: number, size: number): Promise<(px: number, py: number) => number[]> {
+  const png = (await page.screenshot({ clip: { x, y, width: size, height: size } })).toString('base64');
+  const data = await page.evaluate(async (base64) => {
+    const image = new Image();
+    image.src = `data:image/png;base64,${base64}`;
+    await image.decode();
+    const canvas = document.createElement('canvas');
+    canvas.width = image.width;
+    canvas.height = image.height;
+    const context = canvas.getContext('2d') as CanvasRenderingContext2D;
+    context.drawImage(image, 0, 0);
+    return Array.from(context.getImageData(0, 0, image.width, image.height).data);
+  }, png);
+  return (px, py) => data.slice(((py - y) * size + (px - x)) * 4, ((py - y) * size + (px - x)) * 4 + 3);
+}
+
+function colourKind([r, g, b]: number[]): string {
+  if (r > 200 && g > 100 && g < 175 && b < 90) return 'orange';
+  if (r > 180 && g > 170 && b < 90) return 'yellow';
+  if (r > 180 && g < 90 && b < 90) return 'red';
+  if (g > 140 && r < 90 && b < 130) return 'green';
+  if (b > 180 && r < 90) return 'blue';
+  if (Math.max(r, g, b) - Math.min(r, g, b) < 20 && r > 110 && r < 170) return 'grey';
+  return 'other';
+}
+
+describe('pushpins in the page', () => {
+  let orvo: Orvo & { folder: string };
+  let browser: Browser;
+  let page: Page;
+  let fake: FakeOrvo;
+  let stage: Stage;
+
+  beforeAll(async () => {
+    orvo = await startOrvo();
+    browser = await openBrowser();
+  });
+  afterAll(async () => {
+    await browser.close();
+    await orvo.stop();
+    removeFolder(orvo.folder);
+  });
+  beforeEach(async () => {
+    page = await browser.context.newPage();
+    fake = new FakeOrvo();
+    await fake.attach(page);
+    await page.goto(orvo.url);
+    await expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
+    stage = (await page.locator('#map').boundingBox()) as Stage;
+  });
+
+  it('draws 100,000 pins sent in parts, each symbol from its own cell, and finds the one clicked', async () => {
+    // A field of blue squares from the lower half on, most of it beyond the view, 5,000 to a
+    // part as a connecting page gets them.
+    fake.send({ type: 'pins', reset: true });
+    const top = Math.round(stage.y + stage.height / 2) + 20;
+    for (let part = 0; part < 20; part++) {
+      const add = [];
+      for (let i = part * 5000; i < (part + 1) * 5000; i++)
+        add.push(pin(stage, 1000 + i, stage.x + 20 + (i % 400) * 12, top + Math.floor(i / 400) * 12, 11));
+      fake.send({ type: 'pins', add });
+    }
+    // Known symbols in a row above: grey, red, yellow, green circles and arrows N, E, S, W.
+    const row = Math.round(stage.y + stage.height / 4);
+    const column = (n: number) => Math.round(stage.x + 100 + n * 60);
+    const known = [0, 1, 2, 6, 120, 123, 121, 122];
+    fake.send({ type: 'pins', add: known.map((symbol, n) => pin(stage, n + 1, column(n), row, symbol)) });
+
+    const at = async () => pixels(page, column(0) - 30, row - 30, 60 * known.length);
+    await expect.poll(async () => colourKind((await at())(column(1), row)), { timeout: 120000, interval: 2000 }).toBe('red');
+    const read = await at();
+    expect([0, 1, 2, 3].map((n) => colourKind(read(column(n), row)))).toEqual(['grey', 'red', 'yellow', 'green']);
+    // Each arrow is wider 4 px ahead of its middle (the head) than 4 px behind (the shaft).
+    const arrows: [number, number, number][] = [[4, 0, -1], [5, 1, 0], [6, 0, 1], [7, -1, 0]];
+    for (const [n, dx, dy] of arrows) {
+      const width = (ahead: number) => {
+        let count = 0;
+        for (let s = -12; s <= 12; s++) {
+          const px = column(n) + dx * ahead + (dy !== 0 ? s : 0);
+          const py = row + dy * ahead + (dx !== 0 ? s : 0);
+          if (colourKind(read(px, py)) === 'orange') count++;
+        }
+        return count;
+      };
+      expect(width(4), `arrow ${known[n]}`).toBeGreaterThan(width(-4) + 3);
+    }
+    // The field is drawn, and a click on one of its pins names that pin.
+    const field = await pixels(page, stage.x + 20, top, 100);
+    let blue = 0;
+    for (let py = top; py < top + 100; py++)
+      for (let px = stage.x + 20; px < stage.x + 120; px++) if (colourKind(field(px, py)) === 'blue') blue++;
+    expect(blue).toBeGreaterThan(100 * 100 * 0.3);
+    expect(await page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
+    await page.mouse.click(stage.x + 20 + 12 * 57, top + 12 * 15 + 4);
+    expect(await fake.next('pin')).toEqual({ type: 'pin', id: 1000 + 15 * 400 + 57, action: 'balloon', state: 2 });
+  }, 180000); // software WebGL on a busy machine draws 100,000 pins slowly
+
+  it('opens and closes balloons, deletes a pin and edits its properties from the right-click menu', async () => {
+    const x = Math.round(stage.x + stage.width / 2);
+    const y = Math.round(stage.y + stage.height / 2);
+    const warnings: string[] = [];
+    page.on('console', (message) => message.type() === 'warning' && warnings.push(message.text()));
+    fake.send({ type: 'pins', reset: true, add: [pin(stage, 7, x, y, 1), pin(stage, 8, x + 200, y, 48), [9, 'broken']] });
+    fake.send({ type: 'pins', update: [pin(stage, 99, x, y, 1)], remove: [98] }); // ids it never had
+    await expect.poll(async () => colourKind((await pixels(page, x - 5, y - 5, 10))(x, y)), { timeout: 20000 }).toBe('red');
+    expect(warnings.join('\n')).toContain('a pin is not [id, name');
+
+    await page.mouse.move(x, y);
+    await expect.poll(() => page.locator('.pin-tip').innerText()).toBe('Pin 7');
+    await page.mouse.click(x, y);
+    expect(await fake.next('pin')).toEqual({ type: 'pin', id: 7, action: 'balloon', state: 2 });
+    fake.send({ type: 'pins', update: [pin(stage, 7, x, y, 1, 2), pin(stage, 8, x + 200, y, 48, 1)] });
+    const balloon = page.locator('.pin-balloon[data-pin="7"]');
+    await expect.poll(() => balloon.innerText()).toBe('×\nPin 7\nNote of 7');
+    expect(await page.locator('.pin-balloon[data-pin="8"]').innerText()).toBe('×\nPin 8'); // state 1: no note
+    const box = (await balloon.boundingBox())!;
+    expect(box.y + box.height).toBeLessThan(y); // above the pin, centred on it
+    expect(Math.abs(box.x + box.width / 2 - x)).toBeLessThan(2);
+    await balloon.locator('.pin-balloon-close').click();
+    expect(await fake.next('pin')).toEqual({ type: 'pin', id: 7, action: 'balloon', state: 0 });
+    fake.send({ type: 'pins', update: [pin(stage, 7, x, y, 1, 0)] });
+    await expect.poll(() => balloon.count()).toBe(0);
+
+    // Right-click: Delete, and Properties... with the pin's name and note to edit.
+    await page.mouse.click(x, y, { button: 'right' });
+    await page.locator('.pin-menu .menu-item', { hasText: 'Delete' }).click();
+    expect(await fake.next('pin')).toEqual({ type: 'pin', id: 7, action: 'delete' });
+    await page.mouse.click(x + 200, y - 11, { button: 'right' }); // the pin stands on its needle
+    await page.locator('.pin-menu .menu-item', { hasText: 'Properties...' }).click();
+    const dialog = page.locator('.pin-properties');
+    expect(await dialog.locator('input').inputValue()).toBe('Pin 8');
+    expect(await dialog.locator('textarea').inputValue()).toBe('Note of 8');
+    await dialog.locator('input').fill('Home');
+    await dialog.locator('textarea').fill('Blue door');
+    await dialog.locator('[data-result="ok"]').click();
+    expect(await fake.next('pin')).toEqual({ type: 'pin', id: 8, action: 'properties', name: 'Home', note: 'Blue door' });
+    expect(await dialog.count()).toBe(0);
+    // A right-click beside the pins is not theirs.
+    await page.mouse.click(x - 200, y, { button: 'right' });
+    expect(await page.locator('.pin-menu').count()).toBe(0);
+  });
+});
