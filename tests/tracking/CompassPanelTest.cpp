@@ -51,6 +51,8 @@ TEST_F(Compass, FixItemsFollowTheFixStateAndKeysAreRefusedWhenDisabled) {
   compass.KeyPushAPin();
   EXPECT_EQ(Map().PinCount(), 1u);
 
+  compass.KeyLocate();
+  EXPECT_EQ(Map().goToCount, 0) << "no position pin, nothing to locate";
   Map().AddPushpin({43.73, 7.42, 0}, std::string(MapTracker::kPositionPinName));
   window.mnuCompassLocate.SetEnabled(false);
   compass.KeyLocate();
@@ -58,6 +60,7 @@ TEST_F(Compass, FixItemsFollowTheFixStateAndKeysAreRefusedWhenDisabled) {
   window.mnuCompassLocate.SetEnabled(true);
   compass.KeyLocate();
   EXPECT_EQ(Map().goToCount, 1);
+  EXPECT_DOUBLE_EQ(Map().centreLatitude, 43.73);
 }
 
 TEST_F(Compass, PushAPinOpensItsBalloonAndCarriesTheNoteWhenNotesAreOn) {

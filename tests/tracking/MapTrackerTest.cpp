@@ -189,14 +189,5 @@ TEST_F(MapTracking, CursorMenuChecksOneStyleAndOpensBelowItsButton) {
   EXPECT_EQ(popups[0]["y"], 2580 + 400);
 }
 
-TEST_F(MapTracking, LocateCentresOnThePinOfThatName) {
-  tracker.LocateCurrentPosition();
-  EXPECT_EQ(Map().goToCount, 0) << "no pin, no move";
-  Map().AddPushpin({43.73, 7.42, 0}, std::string(MapTracker::kPositionPinName));
-  tracker.LocateCurrentPosition();
-  EXPECT_EQ(Map().goToCount, 1);
-  EXPECT_DOUBLE_EQ(Map().centreLatitude, 43.73);
-}
-
 }  // namespace
 }  // namespace orvo::tracking

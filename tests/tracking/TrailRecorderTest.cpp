@@ -126,18 +126,6 @@ TEST_F(Trail, NotesInBothFormatsWithTheChosenItems) {
   }
 }
 
-TEST_F(Trail, NotesReachThePinOnlyWhenSwitchedOn) {
-  options.byMoving = false;
-  options.noteOpt = 16;
-  TickAt(43.7, 7.4);
-  options.note = true;
-  TickAt(43.7, 7.4);
-  TickAt(43.7, 7.4);
-  ASSERT_EQ(TrailPins().size(), 2u);
-  EXPECT_EQ(TrailPins()[0].note, "") << "queued while notes were off";
-  EXPECT_EQ(TrailPins()[1].note, "Heading: 78.2");
-}
-
 TEST_F(Trail, StopIsMarkedOnceAfterMoreThanTheStopTime) {
   options.stopDetection = true;
   options.byMoving = true;
