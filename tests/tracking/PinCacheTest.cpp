@@ -1,0 +1,252 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/tracking/TrackingFixture.hpp"
+#include "tracking/frmProgress.hpp"
+
+namespace orvo::tracking {
+namespace {
+
+using host::map::PushpinRef;
+using host::ui::MsgBoxResult;
+using orvo::testing::FakeActiveMap;
+using orvo::testing::TrackingFixture;
+
+struct Cache : ::testing::Test {
+  PushpinRef Add() { return map.AddPushpin({43.7, 7.4, 0}, std::nullopt); }
+  // Which of the pins added so far (1-based) are still on the map.
+  std::vector<int> OnMap() {
+    std::vector<int> alive;
+    for (int pin = 1; pin <= map.added; ++pin)
+      if (map.Exists(pin)) alive.push_back(pin);
+    return alive;
+  }
+  FakeActiveMap map;
+  PinCache cache;
+};
+
+TEST_F(Cache, ALimitOfThreeKeepsTwoPinsTheOldestGoingFirst) {
+  for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3}));
+  cache.Save(Add(), 3);
+  EXPECT_EQ(OnMap(), (std::vector<int>{3, 4}));
+  EXPECT_EQ(cache.Count(), 3);
+  EXPECT_EQ(cache.UpperBound(), 3);
+}
+
+TEST_F(Cache, UnlimitedGrowsInStepsOfFiveHundredSlots) {
+  const struct {
+    int pins;
+    int upperBound;
+  } steps[] = {{1, 500}, {500, 500}, {501, 1000}, {1001, 1500}};
+  int added = 0;
+  for (const auto& step : steps) {
+    while (added < step.pins) cache.Save(Add(), 0), ++added;
+    EXPECT_EQ(cache.UpperBound(), step.upperBound) << step.pins;
+    EXPECT_EQ(cache.Count(), step.pins);
+    EXPECT_EQ(cache.NextIndex(), step.pins);
+  }
+  EXPECT_EQ(map.deleted, 0);
+}
+
+TEST_F(Cache, LoweringTheLimitDeletesFromItsLastSlotOnAndTheRingCarriesOnThere) {
+  for (int pin = 1; pin <= 10; ++pin) cache.Save(Add(), 10);
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4, 5, 6, 7, 8, 9, 10})) << "slot 0 already freed";
+  cache.Save(Add(), 4);
+  // Slots 3..9 (pins 4..10) go at once; pin 11 takes slot 3; slot 0 (empty) is the next oldest.
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 11}));
+  EXPECT_EQ(cache.UpperBound(), 4);
+  EXPECT_EQ(cache.NextIndex(), 0);
+  cache.Save(Add(), 4);  // slot 0, then slot 1 (pin 2) is the oldest
+  EXPECT_EQ(OnMap(), (std::vector<int>{3, 11, 12}));
+}
+
+TEST_F(Cache, CappingAShortUnlimitedCacheCountsItFullAtOnce) {
+  cache.Save(Add(), 0);
+  cache.Save(Add(), 0);
+  cache.Save(Add(), 4);  // count becomes 4 with two pins: empty slots pass through the ring
+  EXPECT_EQ(cache.Count(), 4);
+  EXPECT_EQ(OnMap(), (std::vector<int>{1, 2, 3}));
+  cache.Save(Add(), 4);
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4}));
+}
+
+TEST_F(Cache, RaisingTheLimitGrowsTheRingFromTheCount) {
+  for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
+  cache.Save(Add(), 6);  // upper bound 6, the next pin goes to slot count = 3
+  EXPECT_EQ(cache.UpperBound(), 6);
+  EXPECT_EQ(cache.Count(), 4);
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4}));
+  cache.Save(Add(), 6);
+  cache.Save(Add(), 6);
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4, 5, 6}));
+  cache.Save(Add(), 0);  // unlimited again: appended after the count, nothing deleted
+  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4, 5, 6, 7}));
+}
+
+TEST_F(Cache, PinsDeletedByHandAndANegativeLimitAreNoCrash) {
+  for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
+  map.DeleteByHand(2);
+  cache.Save(Add(), 3);  // pin 2 was the oldest: its slot is simply emptied
+  EXPECT_EQ(OnMap(), (std::vector<int>{3, 4}));
+  EXPECT_THROW(cache.Save(Add(), -1), std::invalid_argument);
+}
+
+int ProgressWindowsOpened(const testing::PageMessages& pages) {
+  int opened = 0;
+  for (const auto& message : pages.OfType("open"))
+    opened += message["window"]["name"] == "frmProgress" ? 1 : 0;
+  return opened;
+}
+
+struct Clearing : ::testing::Test, TrackingFixture {
+  void Place(int pins) {
+    for (int pin = 0; pin < pins; ++pin) trail.SavePPinCache(Map().AddPushpin({1, 1, 0}, {}));
+  }
+};
+
+// Every percent the progress window showed, and whether the main window was topmost then.
+struct ProgressWatch final : host::ui::UiObserver {
+  explicit ProgressWatch(TrackingFixture& fixture) : fixture_(fixture) {
+    fixture_.desktop.AddObserver(*this);
+  }
+  ~ProgressWatch() override { fixture_.desktop.RemoveObserver(*this); }
+  void UiMessage(const host::ui::Json& message) override {
+    if (message.value("type", "") != "set" || message["window"] != "frmProgress" ||
+        message["control"] != "lblPercent")
+      return;
+    captions.push_back(message["value"].get<std::string>());
+    topMost.push_back(fixture_.window.TopMost());
+  }
+  std::vector<std::string> captions;
+  std::vector<bool> topMost;
+
+ private:
+  TrackingFixture& fixture_;
+};
+
+TEST_F(Clearing, TwentyFivePinsReportProgressEveryOtherPinWithTheWindowUp) {
+  Place(25);
+  window.chkAlwaysTop.SetValue(1);
+  window.SetTopMost(true);
+  ProgressWatch watch(*this);
+  trail.ClearPushPins();
+  // Step 2: percent i x 10 / 2 at i = 0, 2, 4, ... (0 is the loaded window's own; 110 and 120
+  // are clamped to 100 and change nothing).
+  EXPECT_EQ(watch.captions, (std::vector<std::string>{"10 %", "20 %", "30 %", "40 %", "50 %",
+                                                      "60 %", "70 %", "80 %", "90 %", "100 %"}));
+  EXPECT_EQ(watch.topMost, std::vector<bool>(10, false)) << "not topmost while clearing";
+  EXPECT_TRUE(window.TopMost());
+  EXPECT_EQ(desktop.FindWindow("frmProgress"), nullptr);
+  EXPECT_EQ(ProgressWindowsOpened(pages), 1);
+  EXPECT_NE(std::find(pages.messages.begin(), pages.messages.end(),
+                      host::ui::Json{{"type", "window"},
+                                     {"window", "frmProgress"},
+                                     {"property", "caption"},
+                                     {"value", "Clear Trail"}}),
+            pages.messages.end());
+  EXPECT_EQ(Map().PinCount(), 0u);
+  EXPECT_EQ(trail.Cache().Count(), 0);
+  EXPECT_EQ(trail.Cache().UpperBound(), 0);
+  const auto cursors = pages.OfType("cursor");
+  ASSERT_EQ(cursors.size(), 2u);
+  EXPECT_EQ(cursors[0]["cursor"], "wait");
+  EXPECT_EQ(cursors[1]["cursor"], "default");
+}
+
+TEST_F(Clearing, CancelClickedWhileTheLoopRunsStopsItAndTheCacheKeepsItsCount) {
+  Place(100);
+  // The click waits on the event loop; the loop lets it in at its first step.
+  scheduler.Post([this] {
+    auto* progress = dynamic_cast<frmProgress*>(desktop.FindWindow("frmProgress"));
+    ASSERT_NE(progress, nullptr);
+    progress->cmdCancel.UserClick();
+  });
+  trail.ClearPushPins();
+  EXPECT_EQ(Map().PinCount(), 99u);
+  EXPECT_EQ(trail.Cache().Count(), 100);
+  EXPECT_FALSE(trail.Cache().Slot(0));
+  EXPECT_TRUE(trail.Cache().Slot(1));
+  EXPECT_EQ(desktop.FindWindow("frmProgress"), nullptr);
+
+  // A second clear finishes the job; the slot already emptied is no error.
+  trail.ClearPushPins();
+  EXPECT_EQ(Map().PinCount(), 0u);
+  EXPECT_EQ(trail.Cache().Count(), 0);
+  EXPECT_TRUE(dialogs.Messages().empty());
+}
+
+TEST_F(Clearing, ClearTrailButtonAsksFirst) {
+  Place(3);
+  dialogs.QueueAnswer(MsgBoxResult::No);
+  window.cmdClearTrail.UserClick();
+  EXPECT_EQ(Map().PinCount(), 3u);
+  dialogs.QueueAnswer(MsgBoxResult::Yes);
+  window.cmdClearTrail.UserClick();
+  EXPECT_EQ(Map().PinCount(), 0u);
+  ASSERT_EQ(dialogs.Messages().size(), 2u);
+  EXPECT_EQ(dialogs.Messages()[0].buttons, host::ui::MsgBoxButtons::YesNo);
+}
+
+TEST_F(Clearing, UnloadAsksOnlyWithPinsYesDeletesThemNoLeavesThemOnTheMap) {
+  const struct {
+    bool mapOpen;
+    int pins;
+    std::optional<MsgBoxResult> answer;
+    std::size_t pinsLeft;
+  } cases[] = {
+      {true, 0, std::nullopt, 0},
+      {true, 4, MsgBoxResult::Yes, 0},
+      {true, 4, MsgBoxResult::No, 4},
+      {false, 4, std::nullopt, 4},  // no map: the cache is forgotten without a question
+  };
+  for (const auto& c : cases) {
+    TrackingFixture fixture;
+    for (int pin = 0; pin < c.pins; ++pin)
+      fixture.trail.SavePPinCache(fixture.Map().AddPushpin({1, 1, 0}, {}));
+    fixture.application.open = c.mapOpen;
+    if (c.answer) fixture.dialogs.QueueAnswer(*c.answer);
+    fixture.trail.SettleTrailOnUnload();
+    EXPECT_EQ(fixture.dialogs.Messages().size(), c.answer ? 1u : 0u);
+    if (c.answer) {
+      EXPECT_EQ(fixture.dialogs.Messages()[0].prompt, TrailRecorder::kUnloadQuestion);
+      EXPECT_EQ(fixture.dialogs.Messages()[0].title, "ORVO");
+    }
+    EXPECT_EQ(fixture.Map().PinCount(), c.pinsLeft);
+    EXPECT_EQ(fixture.trail.Cache().Count(), 0);
+    EXPECT_EQ(ProgressWindowsOpened(fixture.pages), c.answer == MsgBoxResult::Yes ? 1 : 0)
+        << "only deleting shows the progress window";
+  }
+}
+
+TEST(Progress, PercentIsClampedAndFillsOneCellPerSixPointSixPercent) {
+  host::ui::ManualScheduler scheduler;
+  host::ui::ScriptedDialogs dialogs;
+  host::ui::Desktop desktop{scheduler, dialogs};
+  frmProgress progress(desktop);
+  progress.Show();
+  const struct {
+    int set;
+    int shown;
+    int navyCells;
+  } cases[] = {{0, 0, 0},   {3, 3, 0},      {4, 4, 1},      {33, 33, 5},
+               {50, 50, 8}, {100, 100, 15}, {250, 100, 15}, {-7, 0, 0}};
+  for (const auto& c : cases) {
+    progress.SetPercent(c.set);
+    EXPECT_EQ(progress.Percent(), c.shown);
+    int navy = 0;
+    for (int cell = 0; cell < frmProgress::kCells; ++cell)
+      navy += progress.shpCell[cell].FillColor() == host::ui::Rgb(0, 0, 128) ? 1 : 0;
+    EXPECT_EQ(navy, c.navyCells) << c.set;
+  }
+  progress.cmdCancel.UserClick();
+  EXPECT_TRUE(progress.Cancel());
+  progress.Unload();
+  progress.Show();
+  EXPECT_FALSE(progress.Cancel()) << "loading again starts afresh";
+  EXPECT_EQ(progress.Percent(), 0);
+}
+
+}  // namespace
+}  // namespace orvo::tracking
