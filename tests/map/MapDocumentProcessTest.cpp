@@ -15,9 +15,21 @@
 namespace orvo::host::map {
 namespace {
 
-using testing::Quoted;
-using testing::RunOrvo;
 using testing::TemporaryFolder;
+
+std::string Quoted(const std::filesystem::path& path) {
+  return orvo::testing::ShellQuote(path.string());
+}
+
+struct MapRun {
+  int exitCode;
+  std::string output;  // standard output, then standard error
+};
+
+MapRun RunOrvo(const std::filesystem::path& dataHome, std::string_view arguments) {
+  auto run = orvo::testing::RunOrvoCommandLine(arguments, {{"XDG_DATA_HOME", dataHome.string()}});
+  return {run.exitCode, run.out + run.err};
+}
 
 constexpr int kPinsPerTick = 25;
 

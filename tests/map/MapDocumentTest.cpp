@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "host/map/MapDocument.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::map {
 namespace {

@@ -4,7 +4,7 @@
 #include "host/map/MapGeometry.hpp"
 #include "host/map/MbTiles.hpp"
 #include "host/ui/Scheduler.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::map {
 namespace {

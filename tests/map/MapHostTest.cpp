@@ -5,7 +5,7 @@
 
 #include "host/map/MapFlushTimer.hpp"
 #include "host/map/MapHost.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::map {
 namespace {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "host/map/PinMessages.hpp"
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::map {
 namespace {

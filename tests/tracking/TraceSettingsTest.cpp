@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "tests/TempFolder.hpp"
+#include "tests/TestSupport.hpp"
 #include "tests/tracking/TrackingFixture.hpp"
 #include "tracking/frmTraceSettings.hpp"
 
