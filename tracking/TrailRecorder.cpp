@@ -149,11 +149,12 @@ std::string TrailRecorder::BuildPinNote() const {
   if (items & 2) {
     const TextWithUnit latitude = readings_.Latitude();
     const TextWithUnit longitude = readings_.Longitude();
-    if (regular)
+    if (regular) {
       note += "Latitude: " + latitude.text + latitude.unit + kCrLf +
               "Longitude: " + longitude.text + longitude.unit + kCrLf;
-    else
+    } else {
       note += latitude.text + "," + longitude.text + ",";
+    }
   }
   if (items & 4) {
     const TextWithUnit elevation = readings_.Elevation();

@@ -97,10 +97,11 @@ frmTraceSettings::frmTraceSettings(host::ui::Desktop& desktop)
   scrStopTSeconds.onChange = [this] {
     lbStopThreasholdSeconds.SetCaption(std::to_string(scrStopTSeconds.Value()) + " seconds");
   };
-  for (int index = 0; index < kSymbolSets; ++index)
+  for (int index = 0; index < kSymbolSets; ++index) {
     optPPSymbol[index].onClick = [this, index] {
       ppSymBase = host::platform::ToInt16(static_cast<double>(index) * kSymbolsPerSet);
     };
+  }
   OKButton.onClick = [this] { OKButton_Click(); };
   CancelButton.onClick = [this] { Unload(); };
 }
