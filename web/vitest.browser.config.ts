@@ -9,5 +9,7 @@ export default defineConfig({
     fileParallelism: false,
     testTimeout: 30000,
     hookTimeout: 30000,
+    // A loaded machine can take seconds to bring a page up; a poll gives up only after that.
+    expect: { poll: { timeout: 10000 } },
   },
 });

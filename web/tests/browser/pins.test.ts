@@ -1,36 +1,15 @@
 // Pushpins in the page, with the test playing orvo on the WebSocket: pins sent in parts are
 // drawn by the WebGL layer from the symbol atlas, and clicks, right-clicks and the balloon's
 // close box come back as `pin` messages.
-import type { Page, WebSocketRoute } from 'playwright-core';
+import type { Page } from 'playwright-core';
 import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
 import { snapshot } from './fixtures';
 import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { FakeOrvo } from './scriptedOrvo';
 
-type Message = Record<string, unknown>;
 const VIEW = { lat: 43.7384, lon: 7.4246, zoom: 15 };
 const R = 6378137;
 const RESOLUTION = (2 * Math.PI * R) / 256 / 2 ** VIEW.zoom;
-
-class FakeOrvo {
-  readonly received: Message[] = [];
-  private socket: WebSocketRoute | null = null;
-  async attach(page: Page): Promise<void> {
-    await page.routeWebSocket(/\/ws/, (socket) => {
-      this.socket = socket;
-      socket.onMessage((text) => this.received.push(JSON.parse(String(text))));
-      socket.send(JSON.stringify({ ...snapshot([]), mapView: VIEW }));
-    });
-  }
-  send(message: Message): void {
-    this.socket?.send(JSON.stringify(message));
-  }
-  async next(type: string): Promise<Message> {
-    let found: Message | undefined;
-    await expect.poll(() => (found = this.received.find((m) => m.type === type))).toBeTruthy();
-    this.received.splice(this.received.indexOf(found as Message), 1);
-    return found as Message;
-  }
-}
 
 // The place under a pixel of the page, and back: the page's map is its whole stage.
 interface Stage {
@@ -96,7 +75,7 @@ describe('pushpins in the page', () => {
   beforeEach(async () => {
     page = await browser.context.newPage();
     fake = new FakeOrvo();
-    await fake.attach(page);
+    await fake.attach(page, { ...snapshot([]), mapView: VIEW });
     await page.goto(orvo.url);
     await expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
     stage = (await page.locator('#map').boundingBox()) as Stage;

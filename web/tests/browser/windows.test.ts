@@ -3,42 +3,11 @@
 // be checked.
 import { mkdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import type { Page, WebSocketRoute } from 'playwright-core';
+import type { Page } from 'playwright-core';
 import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
 import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
 import { snapshot } from './fixtures';
-
-type Message = Record<string, unknown>;
-
-class FakeOrvo {
-  readonly received: Message[] = [];
-  private socket: WebSocketRoute | null = null;
-
-  async attach(page: Page, first: Message): Promise<void> {
-    await page.routeWebSocket(/\/ws/, (socket) => {
-      this.socket = socket;
-      socket.onMessage((text) => this.received.push(JSON.parse(String(text))));
-      socket.send(JSON.stringify(first));
-    });
-  }
-
-  send(message: Message): void {
-    this.socket?.send(JSON.stringify(message));
-  }
-
-  // The messages of TYPE received so far.
-  of(type: string): Message[] {
-    return this.received.filter((message) => message.type === type);
-  }
-
-  // The first message of TYPE (and EVENT, for control events) not yet taken.
-  async next(type: string, match: (message: Message) => boolean = () => true): Promise<Message> {
-    let found: Message | undefined;
-    await expect.poll(() => (found = this.received.find((m) => m.type === type && match(m)))).toBeTruthy();
-    this.received.splice(this.received.indexOf(found as Message), 1);
-    return found as Message;
-  }
-}
+import { FakeOrvo } from './scriptedOrvo';
 
 describe('ORVO windows in the page', () => {
   let orvo: Orvo & { folder: string };
