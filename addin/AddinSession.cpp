@@ -5,7 +5,6 @@
 #include "addin/Connect.hpp"
 #include "addin/frmVerbose.hpp"
 #include "gps/frmPlayback.hpp"
-#include "tracking/MapActions.hpp"
 
 namespace orvo::addin {
 
@@ -18,23 +17,25 @@ struct AddinSession::Parts {
             host.desktop, settings, [this] { return MakeMainWindow(); },
             [this](std::string_view text) { Log(text); }) {
     host.desktop.diagnostics = [this](std::string_view text) { Log(text); };
-    if (host.mapView != nullptr) mapActions.emplace(*host.mapView);
   }
 
   void Log(std::string_view text) { verbose.Log(text, true); }
 
   std::unique_ptr<frmAddIn> MakeMainWindow() {
-    auto window = std::make_unique<frmAddIn>(
-        MainWindowServices{services.desktop, settings, verbose, services.clock, services.timeZone,
-                           services.serialPort, services.declination});
-    if (mapActions) window->UseMapActions(*mapActions);
-    return window;
+    return std::make_unique<frmAddIn>(MainWindowServices{.desktop = services.desktop,
+                                                         .settings = settings,
+                                                         .verbose = verbose,
+                                                         .clock = services.clock,
+                                                         .timeZone = services.timeZone,
+                                                         .serialPort = services.serialPort,
+                                                         .declination = services.declination,
+                                                         .map = services.map,
+                                                         .mapView = services.mapView});
   }
 
   HostServices& services;
   frmVerbose verbose;
   settings::SettingsStore settings;
-  std::optional<tracking::MapViewActions> mapActions;
   Connect connect;
   bool connected = false;
 };

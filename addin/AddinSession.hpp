@@ -10,6 +10,7 @@
 
 #include <boost/asio/io_context.hpp>
 
+#include "host/map/ActiveMap.hpp"
 #include "host/map/MapView.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/serial/SerialPort.hpp"
@@ -33,6 +34,7 @@ struct HostServices {
   std::string regionName = "monaco";
   std::function<void()> requestQuit;      // ends the program in an orderly way
   host::map::MapView* mapView = nullptr;  // the map beside ORVO, when there is one
+  host::map::MapApplication* map = nullptr;  // its open document, when there is a map
 };
 
 class AddinSession {

@@ -55,6 +55,19 @@ frmAddIn::frmAddIn(MainWindowServices services)
                    return settings::FormPlacement::Point(std::max(0, viewport.width - Width() - 12),
                                                          44);
                  }),
+      mapFeatures_(
+          services.desktop,
+          tracking::MapFeatureControls{
+              .trail = {*this, chkAlwaysTop, cmdClearTrail, cmdTraceOption, sclRefreshRate},
+              .tracker = {*this, chkTrkOnMap, sclTrackFactor, lblTrackFactor, sclRefreshRate,
+                          lblRefreshRate, Timer1, chkTrail, cmdCurPPSel, mnuPosPPStyle,
+                          mnuPosPPStyleHeading, mnuPosPPStyleGPS, mnuCompassCalcRouteFromHere},
+              .compass = {*this, lblCompass, shpD, mnuCompass, mnuCompassLocate,
+                          mnuCompassCalcRouteFromHere, mnuCompassPushAPin, mnuCompassSyncTime}},
+          session_.Fix(), trace_, services.map != nullptr ? *services.map : noMap_, readings,
+          services.mapView, [this](std::string_view text) { services_.verbose.Log(text, true); }),
+      mapActions_(&mapFeatures_),
+      mapTracking_(&mapFeatures_),
       playback_(std::make_unique<gps::frmPlayback>(services.desktop, services.settings,
                                                    static_cast<gps::PlaybackOwner&>(*this))) {
   LayOut();
@@ -71,28 +84,6 @@ void frmAddIn::WireHandlers() {
     settings::ApplyAlwaysOnTop(*this, chkAlwaysTop.Value());
     if (playback_->IsLoaded()) playback_->UpdateShowTopFromParent();
   };
-  chkTrkOnMap.onClick = [this] {
-    const bool tracking = chkTrkOnMap.Value() == 1;
-    sclTrackFactor.SetEnabled(tracking);
-    lblTrackFactor.SetEnabled(tracking);
-    if (!tracking) mapTracking_->ResetTrackCounter();
-  };
-  sclTrackFactor.SetRange(0, 65);
-  sclTrackFactor.onChange = [this] {
-    const int value = sclTrackFactor.Value();
-    lblTrackFactor.SetCaption(value >= 1 ? std::to_string(value) + " refreshes." : "Auto");
-  };
-  sclRefreshRate.SetRange(0, 32);
-  sclRefreshRate.onChange = [this] {
-    const int value = sclRefreshRate.Value();
-    // The interval is a 16-bit product in the old control; 32 s is the most the bar allows.
-    Timer1.SetInterval(static_cast<std::int16_t>(value * 1000));
-    lblRefreshRate.SetCaption(value >= 1 ? std::to_string(value) + " sec" : "GPS Auto");
-    Timer1.SetTimerEnabled(value >= 1);
-  };
-  sclTrackFactor.SetValue(1);
-  sclRefreshRate.SetValue(1);
-
   for (auto* box : {&receiver.txtBaud, &receiver.txtRecOutFileName}) {
     box->onGotFocus = [this] { textEntryActive_ = true; };
     box->onLostFocus = [this] { textEntryActive_ = false; };
@@ -103,33 +94,10 @@ void frmAddIn::WireHandlers() {
     mapActions_->CalcRouteFromHere();
   };
 
-  mnuPosPPStyleGPS.onClick = [this] { SetPosPPStyle(0); };
-  mnuPosPPStyleHeading.onClick = [this] { SetPosPPStyle(1); };
-  cmdCurPPSel.onClick = [this] {
-    PopupMenu(mnuPosPPStyle, cmdCurPPSel.Left(), cmdCurPPSel.Top() + cmdCurPPSel.Height());
-  };
-
-  lblCompass.onMouseMove = [this](const host::ui::MouseEvent&) { shpD.SetStyle("style", 1); };
-  lblCompass.onMouseUp = [this](const host::ui::MouseEvent&) {
-    mapActions_->PrepareCompassMenu();
-    PopupMenu(mnuCompass, lblCompass.Left() + lblCompass.Width(), lblCompass.Top());
-    shpD.SetStyle("style", 0);
-  };
-  mnuCompassLocate.onClick = [this] { mapActions_->LocateCurrentPosition(); };
-  mnuCompassCalcRouteFromHere.onClick = [this] { mapActions_->CalcRouteFromHere(); };
-  mnuCompassPushAPin.onClick = [this] { mapActions_->PushPinHere(); };
   mnuCompassSyncTime.onClick = [this] { status.SyncSystemTimeForUser(); };
 
   cmdAbout.onClick = [this] { ShowAbout(); };
   receiver.cmdOpenNMEA.onClick = [this] { playback_->Start(); };
-}
-
-void frmAddIn::SetPosPPStyle(std::int16_t style) {
-  mnuPosPPStyleGPS.SetChecked(false);
-  mnuPosPPStyleHeading.SetChecked(false);
-  posPPStyle_ = style;
-  if (style == 0) mnuPosPPStyleGPS.SetChecked(true);
-  if (style == 1) mnuPosPPStyleHeading.SetChecked(true);
 }
 
 void frmAddIn::LogDiagnostic(std::string_view procedure, std::string_view text) {

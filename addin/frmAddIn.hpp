@@ -1,7 +1,7 @@
 #pragma once
 // ORVO's main window: a thin owner of the receiver session, the readings and status panels, the
-// options, and the refresh tick that drives everything from the latest fix. The features of later
-// parts (map tracking, compass actions, guidance) are reached through their interfaces.
+// map features (trail, position pin, compass menu), the options, and the refresh tick that drives
+// everything from the latest fix. Guidance is reached through its interface.
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -10,6 +10,8 @@
 #include "gps/ReceiverSession.hpp"
 #include "gps/frmPlayback.hpp"
 #include "guidance/Guidance.hpp"
+#include "host/map/ActiveMap.hpp"
+#include "host/map/MapView.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/platform/Locale.hpp"
 #include "host/serial/SerialPort.hpp"
@@ -19,6 +21,7 @@
 #include "settings/WindowPlacement.hpp"
 #include "tracking/MagneticDeclination.hpp"
 #include "tracking/MapActions.hpp"
+#include "tracking/MapFeatures.hpp"
 #include "tracking/MapTracking.hpp"
 #include "tracking/ReadingsPanel.hpp"
 #include "tracking/StatusPanel.hpp"
@@ -39,6 +42,9 @@ struct MainWindowServices {
   tracking::DeclinationLookup& declination;
   // The user's number notation, taken when the window loads.
   host::platform::NumberLocale (*numberLocale)() = host::platform::UserNumberLocale;
+  // The map beside ORVO: its open document (none: no map ever) and its view (the zoom keys).
+  host::map::MapApplication* map = nullptr;
+  host::map::MapView* mapView = nullptr;
 };
 
 class frmAddIn : public host::ui::Window,
@@ -54,9 +60,10 @@ class frmAddIn : public host::ui::Window,
   explicit frmAddIn(MainWindowServices services);
   ~frmAddIn() override;
 
-  // The features of later parts; until one is given, a null one stands in.
+  // Tests put doubles in place of the map features; guidance has a null one until it is given.
   void UseMapActions(tracking::MapActions& actions) { mapActions_ = &actions; }
   void UseMapTracking(tracking::MapTracking& tracking) { mapTracking_ = &tracking; }
+  tracking::MapFeatures& Map() { return mapFeatures_; }
   void UseGuidance(guidance::Guidance& guidance) { guidance_ = &guidance; }
 
   // The one entry for received NMEA text: the serial port and playback feed it.
@@ -85,8 +92,7 @@ class frmAddIn : public host::ui::Window,
   bool AlwaysOnTop() const override { return chkAlwaysTop.Value() == 1; }
   const tracking::TraceOptions& Trace() const { return trace_; }
   guidance::GuidanceState& GuidanceState() { return guidance_->State(); }
-  std::int16_t PosPPStyle() const { return posPPStyle_; }
-  void SetPosPPStyle(std::int16_t style);
+  std::int16_t PosPPStyle() const { return mapFeatures_.Tracker().PosPPStyle(); }
 
   // --- Controls ---
   host::ui::TabControl SSTab;
@@ -155,18 +161,18 @@ class frmAddIn : public host::ui::Window,
 
   MainWindowServices services_;
   host::platform::NumberLocale numberLocale_;
-  tracking::NullMapActions nullMapActions_;
-  tracking::NullMapTracking nullMapTracking_;
   guidance::NullGuidance nullGuidance_;
-  tracking::MapActions* mapActions_ = &nullMapActions_;
-  tracking::MapTracking* mapTracking_ = &nullMapTracking_;
   guidance::Guidance* guidance_ = &nullGuidance_;
   settings::FormPlacement placement_;
   std::unique_ptr<frmShortKeyFlash> flash_;
   bool textEntryActive_ = false;
   int baudRate_ = 4800;
-  std::int16_t posPPStyle_ = 1;
   tracking::TraceOptions trace_;
+  tracking::NoMapApplication noMap_;
+  // After the controls and the options it wires and reads.
+  tracking::MapFeatures mapFeatures_;
+  tracking::MapActions* mapActions_;
+  tracking::MapTracking* mapTracking_;
   // Last, so it goes first: it refers to this window as its owner.
   std::unique_ptr<gps::frmPlayback> playback_;
 };

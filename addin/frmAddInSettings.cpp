@@ -34,7 +34,7 @@ void frmAddIn::LoadSettings() {
   chkTrail.SetValue(stored.ReadInt16(kSettings, "Trail", "1"));
   chkAlwaysTop.SetValue(stored.ReadInt16(kSettings, "AlwaysTop", "1"));
   settings::ApplyAlwaysOnTop(*this, chkAlwaysTop.Value());
-  SetPosPPStyle(stored.ReadInt16(kSettings, "PosPPStyle", "1"));
+  mapFeatures_.Tracker().SetPosPPStyle(stored.ReadInt16(kSettings, "PosPPStyle", "1"));
   chkGuidance.SetValue(stored.ReadInt16(kSettings, "chkGuidance", "0"));
   guidance_->LoadGuidanceSettings();
   tracking::LoadTraceOpt(stored, trace_);
@@ -68,7 +68,7 @@ void frmAddIn::SaveSettings() {
     stored.SaveInteger(kSettings, "TrkOnMap", chkTrkOnMap.Value());
     stored.SaveInteger(kSettings, "Trail", chkTrail.Value());
     stored.SaveInteger(kSettings, "AlwaysTop", chkAlwaysTop.Value());
-    stored.SaveInteger(kSettings, "PosPPStyle", posPPStyle_);
+    stored.SaveInteger(kSettings, "PosPPStyle", PosPPStyle());
     stored.SaveInteger(kSettings, "chkGuidance", chkGuidance.Value());
     guidance_->SaveGuidanceSettings();
     tracking::SaveTraceOpt(stored, trace_);

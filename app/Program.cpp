@@ -14,6 +14,11 @@
 #include "addin/AddinSession.hpp"
 #include "app/Commands.hpp"
 #include "gps/ReceiverSession.hpp"
+#include "host/map/DocumentMap.hpp"
+#include "host/map/MapChannel.hpp"
+#include "host/map/MapFlushTimer.hpp"
+#include "host/map/MapGeometry.hpp"
+#include "host/map/MapHost.hpp"
 #include "host/map/MapView.hpp"
 #include "host/map/MbTiles.hpp"
 #include "host/map/Region.hpp"
@@ -46,6 +51,8 @@ Options:
   --config FOLDER        settings folder (default $XDG_CONFIG_HOME/ORVO)
   --serial DEVICE        serial device of the GPS receiver (for example /dev/ttyUSB0)
   --replay FILE          open the playback window with this NMEA file
+  --map FILE             open this map document (created when missing); default: the last one
+                         used, at first $XDG_DATA_HOME/orvo/Default.orvomap
   --help                 show this text
 
 Commands:
@@ -53,6 +60,7 @@ Commands:
   declination  magnetic declination at a place and date (World Magnetic Model)
   region       build and list map regions: orvo region import FILE.osm.pbf --name NAME
   simulate     play a simulated GPS receiver
+  map          the map document's pushpins: orvo map pins, orvo map export OUT.gpx
 )";
 
 // The page waits this long for the last messages and the close frame at exit; a page that has
@@ -67,6 +75,7 @@ struct Options {
   fs::path configFolder;
   std::optional<std::string> serialDevice;
   std::optional<std::string> replayFile;
+  std::optional<fs::path> mapFile;
   bool help = false;
 };
 
@@ -123,6 +132,8 @@ Options ParseOptions(const Arguments& arguments) {
       options.serialDevice = next();
     else if (name == "--replay")
       options.replayFile = next();
+    else if (name == "--map")
+      options.mapFile = next();
     else
       throw UsageError("unknown option \"" + name + "\"");
   }
@@ -200,7 +211,12 @@ class Program {
         dialogs_(scheduler_),
         desktop_(scheduler_, dialogs_),
         mapView_(desktop_),
+        mapHost_(host::platform::UserDataFolder()),
+        mapGeometry_(mapView_, mapHost_),
+        documentMap_(mapHost_, mapGeometry_),
+        mapFlush_(mapHost_, scheduler_),
         bridge_(io_, desktop_, BridgeOptions(options)),
+        mapChannel_(mapHost_, bridge_, desktop_),
         signals_(io_, SIGINT, SIGTERM),
         serialPort_(io_, [this](std::string_view text) { Log(text); }) {
     const auto log = [](std::string_view text) { std::clog << "orvo: " << text << '\n'; };
@@ -208,6 +224,9 @@ class Program {
     desktop_.diagnostics = log;
     mapView_.diagnostics = log;
     bridge_.diagnostics = log;
+    mapHost_.diagnostics = [this](std::string_view text) { Log(text); };
+    mapFlush_.diagnostics = [this](std::string_view text) { Log(text); };
+    mapChannel_.diagnostics = [this](std::string_view text) { Log(text); };
     dialogs_.SetPublisher([this](const Json& message) { desktop_.Publish(message); });
     desktop_.extraEvents = [this](const Json& event) { return ExtraEvent(event); };
     bridge_.AddSnapshotPart([this](Json& snapshot) { dialogs_.AddToSnapshot(snapshot); });
@@ -228,6 +247,13 @@ class Program {
                             centre.at("longitude").get<double>(),
                             region.page.at("initialZoom").get<int>());
 
+    // A map that cannot be opened leaves none open: the user can open another from the page.
+    try {
+      mapHost_.OpenAtStart(options_.mapFile);
+    } catch (const std::exception& error) {
+      std::cerr << "orvo: " << error.what() << "; ORVO starts without a map\n";
+    }
+
     try {
       bridge_.Start();
     } catch (const host::ui::WebBridgeError& error) {
@@ -247,7 +273,8 @@ class Program {
                                           .replayFile = options_.replayFile,
                                           .regionName = options_.region,
                                           .requestQuit = [this] { RequestQuit(); },
-                                          .mapView = &mapView_});
+                                          .mapView = &mapView_,
+                                          .map = &documentMap_});
     session_.emplace(*services_);
     std::cout << "ORVO is running at " << bridge_.Url() << std::endl;
 
@@ -326,7 +353,12 @@ class Program {
   host::ui::PageDialogs dialogs_;
   host::ui::Desktop desktop_;
   host::map::MapView mapView_;
+  host::map::MapHost mapHost_;
+  host::map::MapGeometry mapGeometry_;
+  host::map::DocumentMap documentMap_;
+  host::map::MapFlushTimer mapFlush_;
   host::ui::WebBridge bridge_;
+  host::map::MapChannel mapChannel_;
   asio::signal_set signals_;
   host::platform::LinuxSystemClock clock_;
   host::platform::LinuxTimeZoneSource timeZone_;

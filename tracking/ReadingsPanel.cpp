@@ -153,7 +153,7 @@ void ReadingsPanel::ComputeDisplayHeading() {
   if (displayHeading_ < 0) displayHeading_ += 360;
 }
 
-ReadingsPanel::TextWithSuffix ReadingsPanel::FormatLatLng(bool isLatitude) const {
+TextWithUnit ReadingsPanel::FormatLatLng(bool isLatitude) const {
   switch (unitLatLng_) {
     case 0:
       // Built from the received text: minutes beyond the sixth character are cut, not rounded.
@@ -188,7 +188,7 @@ std::string ReadingsPanel::FormatHeading() const {
   return FormatNumber(displayHeading_, "##0.0", locale_) + (unitHeading_ == 1 ? "m" : "");
 }
 
-ReadingsPanel::TextWithSuffix ReadingsPanel::FormatElevation() const {
+TextWithUnit ReadingsPanel::FormatElevation() const {
   const double metres = fix_.Elevation;
   if (!(metres > gps::kNoValue)) return {"N/A", ""};
   switch (unitElv_) {
@@ -205,8 +205,8 @@ void ReadingsPanel::ShowLatLng() {
   const bool positioned = fix_.FixMode >= gps::kFixMode2D;
   for (const bool isLatitude : {true, false}) {
     host::ui::Label& label = isLatitude ? lblLat[0] : lblLng[0];
-    const TextWithSuffix position = FormatLatLng(isLatitude);
-    label.SetCaption(position.text + position.suffix);
+    const TextWithUnit position = FormatLatLng(isLatitude);
+    label.SetCaption(position.text + position.unit);
     label.SetEnabled(positioned);
   }
 }
@@ -247,8 +247,8 @@ void ReadingsPanel::ShowHeading() {
 
 void ReadingsPanel::ShowElevation() {
   try {
-    const TextWithSuffix elevation = FormatElevation();
-    lbElv[0].SetCaption(elevation.text + elevation.suffix);
+    const TextWithUnit elevation = FormatElevation();
+    lbElv[0].SetCaption(elevation.text + elevation.unit);
     lbElv[0].SetEnabled(fix_.FixMode == gps::kFixMode3D);
   } catch (const std::exception& error) {
     Report("ShowElevation", error.what());

@@ -12,10 +12,11 @@
 #include "host/ui/ControlArray.hpp"
 #include "host/ui/Window.hpp"
 #include "tracking/MagneticDeclination.hpp"
+#include "tracking/ReadingsText.hpp"
 
 namespace orvo::tracking {
 
-class ReadingsPanel {
+class ReadingsPanel final : public ReadingsText {
  public:
   using DiagnosticSink = std::function<void(std::string_view procedure, std::string_view text)>;
   // The heading needle's length, twips.
@@ -41,14 +42,19 @@ class ReadingsPanel {
   void ComputeDisplayHeading();
   double DisplayHeading() const { return displayHeading_; }
 
-  struct TextWithSuffix {
-    std::string text;
-    std::string suffix;
-  };
-  TextWithSuffix FormatLatLng(bool isLatitude) const;
+  TextWithUnit FormatLatLng(bool isLatitude) const;
   std::string FormatSpeed() const;
   std::string FormatHeading() const;
-  TextWithSuffix FormatElevation() const;
+  TextWithUnit FormatElevation() const;
+
+  // The readings as pin notes take them.
+  TextWithUnit Latitude() const override { return FormatLatLng(true); }
+  TextWithUnit Longitude() const override { return FormatLatLng(false); }
+  TextWithUnit Elevation() const override { return FormatElevation(); }
+  std::string Speed() const override { return FormatSpeed(); }
+  std::string SpeedUnit() const override { return lblSpeed[3].Caption(); }
+  std::string Heading() const override { return FormatHeading(); }
+  std::int16_t ElevationUnit() const override { return unitElv_; }
 
   // In the order the tracking tab's refresh runs them.
   void ShowLatLng();

@@ -154,10 +154,8 @@ TEST_F(Keyboard, TypingIntoTheTextBoxesTriggersNothing) {
 }
 
 TEST_F(Keyboard, XAndZZoomTheMapBesideOrvo) {
-  host::map::MapView view(desktop);
   view.SetInitialView(43.7384, 7.4246, 14);
-  tracking::MapViewActions actions(view);
-  window->UseMapActions(actions);
+  window->UseMapActions(window->Map());
   const std::vector<std::pair<int, double>> keysToZoom = {
       {'Z', 15}, {'Z', 16}, {'X', 15}, {'X', 14}, {'X', 13}};
   for (const auto& [key, zoom] : keysToZoom) {

@@ -10,6 +10,7 @@
 
 #include "addin/frmAddIn.hpp"
 #include "addin/frmVerbose.hpp"
+#include "host/map/MapView.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/serial/SerialPort.hpp"
 #include "host/ui/Desktop.hpp"
@@ -89,7 +90,14 @@ struct MainWindowFixture {
   void Make() {
     window.reset();
     window = std::make_unique<addin::frmAddIn>(
-        addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination});
+        addin::MainWindowServices{.desktop = desktop,
+                                  .settings = store,
+                                  .verbose = verbose,
+                                  .clock = clock,
+                                  .timeZone = timeZone,
+                                  .serialPort = port,
+                                  .declination = declination,
+                                  .mapView = &view});
     window->UseMapActions(map);
     window->UseMapTracking(map);
   }
@@ -110,6 +118,7 @@ struct MainWindowFixture {
   host::platform::FixedTimeZone timeZone{0, false};
   FakeSerialPort port;
   FixedDeclination declination;
+  host::map::MapView view{desktop};
   CountingMapFeatures map;
   std::unique_ptr<addin::frmAddIn> window;
 };
