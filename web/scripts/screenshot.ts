@@ -1,7 +1,8 @@
 // Takes docs/screenshot.png: the page of a real orvo replaying the Monaco demo drive, with the
 // region the setup built (make region).
-//   npx vite-node scripts/screenshot.ts [--night] [--tab N]
-import { homedir } from 'node:os';
+//   npx vite-node scripts/screenshot.ts [--night] [--tab N] [OUT.png]
+import { mkdtempSync } from 'node:fs';
+import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { openBrowser, removeFolder, startOrvo } from '../tests/browser/harness';
 
@@ -11,9 +12,16 @@ const tabIndex = args.indexOf('--tab');
 const tab = tabIndex >= 0 ? Number(args[tabIndex + 1]) : 0;
 const output = resolve(__dirname, '../../docs', args.find((arg) => arg.endsWith('.png')) ?? 'screenshot.png');
 
+// A map of its own, so that the picture shows this drive's trail and nothing left by others.
+const mapFolder = mkdtempSync(join(tmpdir(), 'orvo-screenshot-'));
 const orvo = await startOrvo({
   dataHome: process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'),
-  arguments: ['--replay', resolve(__dirname, '../../data/demo/monaco-drive.nmea')],
+  arguments: [
+    '--replay',
+    resolve(__dirname, '../../data/demo/monaco-drive.nmea'),
+    '--map',
+    join(mapFolder, 'screenshot.orvomap'),
+  ],
 });
 const browser = await openBrowser();
 try {
@@ -23,6 +31,8 @@ try {
   const main = page.locator('.panel[data-window="frmAddIn"]');
   await main.waitFor();
   if (tab > 0) await page.keyboard.press(String(tab + 1));
+  // Close enough to tell the position's arrow from the trail behind it (Z zooms in).
+  for (let step = 0; step < 3; step += 1) await page.keyboard.press('z');
   await page.waitForTimeout(12000); // the drive gets going, tiles and labels settle
   await page.screenshot({ path: output });
   console.log(`wrote ${output}`);
@@ -30,4 +40,5 @@ try {
   await browser.close();
   await orvo.stop();
   removeFolder(orvo.folder);
+  removeFolder(mapFolder);
 }

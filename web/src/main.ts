@@ -97,6 +97,7 @@ async function start(): Promise<void> {
         modals.render(model.modals);
         // A page that has just loaded opens where orvo's view is; one that reconnects keeps
         // its own and tells orvo.
+        if (message.type === 'snapshot') bar.setMapFile(message.mapFile?.file ?? null);
         if (firstSnapshot && message.type === 'snapshot' && message.mapView)
           map.goTo(message.mapView.lat, message.mapView.lon, message.mapView.zoom, false);
         firstSnapshot = false;
@@ -128,6 +129,12 @@ async function start(): Promise<void> {
       default:
         desktop.apply(change);
     }
+  };
+  const showWindows = connection.onMessage;
+  connection.onMessage = (message: ServerMessage) => {
+    if (message.type === 'mapfile') bar.setMapFile(message.file);
+    else if (message.type === 'cursor') document.body.classList.toggle('busy', message.cursor === 'wait');
+    else showWindows(message);
   };
   connection.onMessage = withPins(map.map, send, connection.onMessage);
   const showStatus = (state: ConnectionState) => {

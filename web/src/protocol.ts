@@ -55,6 +55,12 @@ export interface FileModal {
 
 export type Modal = MessageModal | FileModal;
 
+// The open map document, null when none is open.
+export interface MapFileMessage {
+  type: 'mapfile';
+  file: string | null;
+}
+
 export interface MapViewMessage {
   lat: number;
   lon: number;
@@ -69,6 +75,7 @@ export type ServerMessage =
       commands: MenuCommand[];
       modals?: Modal[];
       mapView?: MapViewMessage;
+      mapFile?: MapFileMessage;
     }
   | { type: 'open'; window: WindowSnapshot }
   | { type: 'close'; window: string }
@@ -83,6 +90,9 @@ export type ServerMessage =
   | { type: 'modalclose'; id: number }
   | ({ type: 'mapgoto' } & MapViewMessage)
   | { type: 'ended' }
+  | MapFileMessage
+  // The pointer over the whole page while a long job runs.
+  | { type: 'cursor'; cursor: 'wait' | 'default' }
   // Messages of features with their own handlers (see onMessage in connection.ts).
   | { type: 'pins'; [field: string]: unknown };
 
@@ -109,4 +119,5 @@ export type PageMessage =
   | { type: 'answer'; id: number; result: 'ok' | 'cancel' | 'yes' | 'no' }
   | { type: 'answer'; id: number; path: string | null }
   | { type: 'quit' }
+  | { type: 'mapfile'; action: 'new' | 'open' | 'saveAs' | 'close' | 'exportGpx' }
   | PinAction;

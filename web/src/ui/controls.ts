@@ -1,6 +1,7 @@
 // One ORVO control drawn in the page. The element shows the control's properties as orvo last
 // sent them; what the user does is reported, and only orvo's answer changes what is shown.
 import type { PageMessage, Properties } from '../protocol';
+import { symbolImage } from '../map/pins/catalogue';
 import { captionNodes, parseCaption } from './accessKeys';
 import {
   cssColour,
@@ -23,6 +24,8 @@ export interface ControlHost {
 type EventName = Extract<PageMessage, { type: 'event' }>['event'];
 
 const SVG = 'http://www.w3.org/2000/svg';
+// Pushpin symbols in dialogs are drawn at the size of the map's pins.
+const SYMBOL_PIXELS = 32;
 
 function text(value: unknown): string {
   return typeof value === 'string' ? value : value === undefined || value === null ? '' : String(value);
@@ -361,8 +364,13 @@ export class ControlView {
       }
       case 'Image': {
         const image = element.querySelector('img') as HTMLImageElement;
+        // A file from orvo's data folder, or a pushpin symbol drawn from the page's own catalogue.
         const picture = text(p.picture);
-        const source = picture ? `/data/${picture.split('/').map(encodeURIComponent).join('/')}` : '';
+        const source = picture
+          ? `/data/${picture.split('/').map(encodeURIComponent).join('/')}`
+          : typeof p.symbol === 'number'
+            ? symbolImage(p.symbol, SYMBOL_PIXELS)
+            : '';
         if (image.getAttribute('src') !== source) {
           if (source) image.src = source;
           else image.removeAttribute('src');

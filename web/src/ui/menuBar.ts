@@ -1,7 +1,22 @@
-// The host's menu bar: File > Exit, then the commands add-ins put there ("Orvo&net"). Alt with
+// The host's menu bar: File (the map document, Exit), then the commands add-ins put there
+// ("Orvo&net"). Alt with
 // an underlined letter picks the entry.
 import type { MenuCommand, PageMessage } from '../protocol';
 import { captionNodes, parseCaption } from './accessKeys';
+
+type FileEntry = { caption: string; message: PageMessage; needsMap?: boolean } | 'separator';
+
+// The map host's own File menu: the map document, then the way out.
+const FILE_MENU: FileEntry[] = [
+  { caption: '&New Map', message: { type: 'mapfile', action: 'new' } },
+  { caption: '&Open Map...', message: { type: 'mapfile', action: 'open' } },
+  { caption: 'Save Map &As...', message: { type: 'mapfile', action: 'saveAs' }, needsMap: true },
+  { caption: '&Close Map', message: { type: 'mapfile', action: 'close' }, needsMap: true },
+  'separator',
+  { caption: '&Export GPX...', message: { type: 'mapfile', action: 'exportGpx' }, needsMap: true },
+  'separator',
+  { caption: 'E&xit', message: { type: 'quit' } },
+];
 
 export class MenuBar {
   readonly element = document.createElement('nav');
@@ -9,6 +24,7 @@ export class MenuBar {
   private readonly fileMenu = document.createElement('div');
   private readonly fileTitle = document.createElement('button');
   readonly tools = document.createElement('div');
+  private readonly mapName = document.createElement('span');
 
   constructor(private readonly send: (message: PageMessage) => void) {
     this.element.className = 'host-menu-bar';
@@ -19,24 +35,35 @@ export class MenuBar {
     this.fileTitle.addEventListener('click', () => this.toggleFile());
     this.fileMenu.className = 'popup-menu host-file-menu';
     this.fileMenu.hidden = true;
-    const exit = document.createElement('div');
-    exit.className = 'menu-item';
-    exit.dataset.key = 'x';
-    exit.append(Object.assign(document.createElement('span'), { className: 'check' }));
-    const label = document.createElement('span');
-    label.className = 'label';
-    label.append(...captionNodes('E&xit'));
-    exit.append(label);
-    exit.addEventListener('click', () => {
-      this.closeFile();
-      this.send({ type: 'quit' });
-    });
-    this.fileMenu.append(exit);
+    for (const entry of FILE_MENU) {
+      if (entry === 'separator') {
+        this.fileMenu.append(Object.assign(document.createElement('div'), { className: 'separator' }));
+        continue;
+      }
+      const item = document.createElement('div');
+      item.className = 'menu-item';
+      item.dataset.key = parseCaption(entry.caption).key;
+      if (entry.needsMap) item.dataset.needsMap = 'true';
+      item.append(Object.assign(document.createElement('span'), { className: 'check' }));
+      const label = document.createElement('span');
+      label.className = 'label';
+      label.append(...captionNodes(entry.caption));
+      item.append(label);
+      item.addEventListener('click', () => {
+        if (item.classList.contains('disabled')) return;
+        this.closeFile();
+        this.send(entry.message);
+      });
+      this.fileMenu.append(item);
+    }
+    this.setMapFile(null);
     const file = document.createElement('div');
     file.className = 'menu-anchor';
     file.append(this.fileTitle, this.fileMenu);
     this.commands.className = 'commands';
     this.tools.className = 'tools';
+    this.mapName.className = 'map-name';
+    this.tools.append(this.mapName);
     this.element.append(file, this.commands, this.tools);
     document.addEventListener('pointerdown', (event) => {
       if (!file.contains(event.target as Node)) this.closeFile();
@@ -55,6 +82,15 @@ export class MenuBar {
         return item;
       }),
     );
+  }
+
+  // The open map document (null: none): its name in the bar, and the commands that need one.
+  setMapFile(file: string | null): void {
+    for (const item of this.fileMenu.querySelectorAll<HTMLElement>('[data-needs-map]'))
+      item.classList.toggle('disabled', file === null);
+    this.mapName.textContent = file === null ? 'No map open' : (file.split('/').pop() ?? file);
+    this.mapName.title = file ?? '';
+    document.body.dataset.mapFile = file ?? '';
   }
 
   get fileOpen(): boolean {

@@ -1,6 +1,7 @@
 // ORVO's own windows in the page, against the real program: the main window by keys and mouse,
 // the flash, a message box, a window that keeps its place, and the demo drive moving the readings.
-import { homedir } from 'node:os';
+import { mkdtempSync } from 'node:fs';
+import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { afterEach, beforeEach, describe, expect, it } from 'vitest';
 import { openBrowser, removeFolder, startOrvo, type Browser } from './harness';
@@ -95,7 +96,10 @@ describe('ORVO in the page', () => {
   it('shows the demo drive moving the readings, the lamp and the sky plot', async () => {
     // The region the setup built, so the map is real too.
     const dataHome = process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share');
-    const { page, main } = await openMainWindow(['--replay', DEMO], dataHome);
+    // A map of its own: the drive's pins stay out of the user's default map.
+    const mapFolder = mkdtempSync(join(tmpdir(), 'orvo-drive-'));
+    started.push({ stop: async () => undefined, folder: mapFolder });
+    const { page, main } = await openMainWindow(['--replay', DEMO, '--map', join(mapFolder, 'drive.orvomap')], dataHome);
     await page.locator('.panel[data-window="frmPlayback"]').waitFor();
     const state = main.locator('[data-control="lblGPSState(0)"]');
     await expect.poll(() => state.innerText(), { timeout: 20000 }).toMatch(/^(2-D|3-D)$/);

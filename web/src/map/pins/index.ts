@@ -15,8 +15,13 @@ export function installPins(map: OlMap, send: (message: PinAction) => void): Pin
 }
 
 export function handlePinsMessage(message: unknown): void {
-  if (pins) pins.handle(message);
-  else console.warn('orvo: pins arrived before the map was there; ignored');
+  if (!pins) {
+    console.warn('orvo: pins arrived before the map was there; ignored');
+    return;
+  }
+  pins.handle(message);
+  // How many pins the page holds, for whoever checks the page from outside.
+  document.body.dataset.pins = String(pins.store.size);
 }
 
 // Wraps the page's message handler so that `pins` messages go to the pins and everything else

@@ -28,8 +28,10 @@ export function pinStyle(atlas: Atlas, src: string): FlatStyle {
 
 export class PinLayer {
   readonly source = new VectorSource<Feature<Point>>();
-  readonly store = new PinStore(this.source);
+  readonly moved = new VectorSource<Feature<Point>>();
+  readonly store = new PinStore(this.source, this.moved);
   readonly layer: WebGLVectorLayer;
+  private readonly movedLayer: WebGLVectorLayer;
   private readonly balloons = new Map<number, Overlay>();
   private readonly tip = document.createElement('div');
   private readonly viewport: HTMLElement;
@@ -42,12 +44,19 @@ export class PinLayer {
   ) {
     const atlas = buildAtlas(pixelRatio);
     const src = atlas.canvas.toDataURL();
-    this.layer = new WebGLVectorLayer({ source: this.source, style: pinStyle(atlas, src), zIndex: 10, disableHitDetection: true });
+    const style = pinStyle(atlas, src);
+    this.layer = new WebGLVectorLayer({ source: this.source, style, zIndex: 10, disableHitDetection: true });
+    this.movedLayer = new WebGLVectorLayer({ source: this.moved, style, zIndex: 11, disableHitDetection: true });
     this.layer.set('name', 'pins');
     map.addLayer(this.layer);
-    // The layer loads the atlas image by itself and does not redraw when it arrives.
+    map.addLayer(this.movedLayer);
+    // The layers load the atlas image by themselves and do not redraw when it arrives.
     const image = new Image();
-    image.onload = () => requestAnimationFrame(() => this.layer.changed());
+    image.onload = () =>
+      requestAnimationFrame(() => {
+        this.layer.changed();
+        this.movedLayer.changed();
+      });
     image.src = src;
 
     this.viewport = map.getViewport() as HTMLElement;
@@ -91,7 +100,8 @@ export class PinLayer {
     const reach = PIN_SIZE * resolution;
     const half = PIN_SIZE / 2;
     let best: { id: number; distance: number } | undefined;
-    this.source.forEachFeatureInExtent([where[0] - reach, where[1] - reach, where[0] + reach, where[1] + reach], (feature) => {
+    const extent = [where[0] - reach, where[1] - reach, where[0] + reach, where[1] + reach];
+    const consider = (feature: Feature<Point>) => {
       const at = feature.getGeometry()?.getCoordinates();
       if (!at) return;
       const dx = (where[0] - at[0]) / resolution;
@@ -100,7 +110,9 @@ export class PinLayer {
       if (Math.abs(dx) > half || Math.abs(dy) > half) return;
       const distance = dx * dx + dy * dy;
       if (!best || distance < best.distance) best = { id: feature.getId() as number, distance };
-    });
+    };
+    this.source.forEachFeatureInExtent(extent, consider);
+    this.moved.forEachFeatureInExtent(extent, consider);
     return best ? this.store.get(best.id) : undefined;
   }
 
@@ -144,7 +156,7 @@ export class PinLayer {
     fillBalloon(overlay.getElement() as HTMLElement, pin);
     // Just above the symbol, wherever it stands.
     overlay.setOffset([0, -(symbolDrawing(pin.symbol).pointsDown ? PIN_SIZE : PIN_SIZE / 2) - 4]);
-    overlay.setPosition(this.source.getFeatureById(pin.id)?.getGeometry()?.getCoordinates());
+    overlay.setPosition(this.store.feature(pin.id)?.getGeometry()?.getCoordinates());
   }
 
   private dropBalloon(id: number): void {

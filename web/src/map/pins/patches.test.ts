@@ -38,6 +38,24 @@ describe('pins patches', () => {
     expect(s.size).toBe(0);
   });
 
+  it('draws a pin that moves above the pins placed once, and forgets it there too', () => {
+    const s = new PinStore(new VectorSource<Feature<Point>>(), new VectorSource<Feature<Point>>());
+    const placed = () => s.source.getFeatures().map((f) => f.getId());
+    const moving = () => s.moved.getFeatures().map((f) => f.getId());
+    s.apply({ type: 'pins', add: [pin(1), pin(2)] });
+    s.apply({ type: 'pins', update: [pin(1, 128), pin(2, 7)] });
+    expect([placed().sort(), moving()]).toEqual([[1, 2], []]);
+    s.apply({ type: 'pins', update: [pin(1, 128, 43.71)] });
+    expect([placed(), moving()]).toEqual([[2], [1]]);
+    s.apply({ type: 'pins', update: [pin(1, 129, 43.72)], add: [pin(3)] });
+    expect(s.feature(1)?.get('cell')).toBe(s.moved.getFeatureById(1)?.get('cell'));
+    expect(s.apply({ type: 'pins', remove: [1] }).removed).toEqual([1]);
+    expect([placed().sort(), moving()]).toEqual([[2, 3], []]);
+    s.apply({ type: 'pins', update: [pin(2, 7, 43.8)] });
+    s.apply({ type: 'pins', reset: true });
+    expect([placed(), moving()]).toEqual([[], []]);
+  });
+
   it('ignores ids it does not have and counts a pin added twice once', () => {
     const { s, ids } = store();
     s.apply({ type: 'pins', add: [pin(1)] });

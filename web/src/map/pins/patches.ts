@@ -62,7 +62,16 @@ export interface PatchResult {
 export class PinStore {
   private readonly pins = new Map<number, Pin>();
 
-  constructor(readonly source: VectorSource<Feature<Point>>) {}
+  // SOURCE holds the pins as placed; a pin that moves afterwards (the current position) goes to
+  // MOVED, drawn above them, so that the trail it leaves never covers it.
+  constructor(
+    readonly source: VectorSource<Feature<Point>>,
+    readonly moved: VectorSource<Feature<Point>> = source,
+  ) {}
+
+  feature(id: number): Feature<Point> | null {
+    return this.source.getFeatureById(id) ?? this.moved.getFeatureById(id);
+  }
 
   get size(): number {
     return this.pins.size;
@@ -90,13 +99,16 @@ export class PinStore {
     if (m.reset === true) {
       this.pins.clear();
       this.source.clear(true);
+      this.moved.clear(true);
       result.reset = true;
     }
     const removals: Feature<Point>[] = [];
     for (const id of list('remove')) {
       const feature = typeof id === 'number' ? this.source.getFeatureById(id) : null;
-      if (!feature) continue; // already gone: nothing to do
-      removals.push(feature);
+      const movedFeature = typeof id === 'number' ? this.moved.getFeatureById(id) : null;
+      if (movedFeature) this.moved.removeFeature(movedFeature);
+      if (!feature && !movedFeature) continue; // already gone: nothing to do
+      if (feature) removals.push(feature);
       this.pins.delete(id as number);
       result.removed.push(id as number);
     }
@@ -109,11 +121,16 @@ export class PinStore {
         result.problems.push(pin);
         return;
       }
-      const feature = this.source.getFeatureById(pin.id) ?? additions.get(pin.id);
+      const feature = this.feature(pin.id) ?? additions.get(pin.id);
       const where = fromLonLat([pin.lon, pin.lat]);
       if (feature) {
         feature.setProperties(styleProperties(pin), true);
+        const before = this.pins.get(pin.id);
         feature.getGeometry()?.setCoordinates(where);
+        if (before && (before.lat !== pin.lat || before.lon !== pin.lon) && this.moved !== this.source && this.source.hasFeature(feature)) {
+          this.source.removeFeature(feature);
+          this.moved.addFeature(feature);
+        }
       } else if (adding) {
         const created = new Feature<Point>({ geometry: new Point(where), ...styleProperties(pin) });
         created.setId(pin.id);

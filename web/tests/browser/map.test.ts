@@ -1,0 +1,169 @@
+// The map with a real orvo replaying the Monaco drive: the position pin and its trail in the
+// map document and in the page, a pin deleted by hand coming back, the trail cleared, the pins
+// still there after a restart, and the File menu's map commands.
+import { spawnSync } from 'node:child_process';
+import { existsSync, mkdirSync, mkdtempSync, symlinkSync } from 'node:fs';
+import { homedir, tmpdir } from 'node:os';
+import { join, resolve } from 'node:path';
+import type { Page } from 'playwright-core';
+import { afterEach, beforeEach, describe, expect, it } from 'vitest';
+import { ORVO_BINARY, openBrowser, removeFolder, startOrvo, type Browser } from './harness';
+
+const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
+const REGIONS = join(process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'), 'orvo/regions');
+
+interface StoredPin {
+  name: string;
+  lat: number;
+  lon: number;
+  symbol: number;
+  note: string;
+}
+
+describe('the map with a replayed drive', () => {
+  let browser: Browser;
+  let dataHome: string;
+  const started: { stop(): Promise<unknown>; folder: string }[] = [];
+
+  beforeEach(async () => {
+    browser = await openBrowser();
+    // A data folder of its own (the map documents, the exports) that still has the real region.
+    dataHome = mkdtempSync(join(tmpdir(), 'orvo-map-'));
+    mkdirSync(join(dataHome, 'orvo'));
+    symlinkSync(REGIONS, join(dataHome, 'orvo/regions'));
+  });
+  afterEach(async () => {
+    await browser.close();
+    for (const orvo of started.splice(0)) {
+      await orvo.stop();
+      removeFolder(orvo.folder);
+    }
+    removeFolder(dataHome);
+  });
+
+  const mapFile = () => join(dataHome, 'orvo/drive.orvomap');
+  // What `orvo map pins` reads from the document, while orvo has it open.
+  function storedPins(): StoredPin[] {
+    const run = spawnSync(ORVO_BINARY, ['map', 'pins', '--map', mapFile()], {
+      env: { ...process.env, XDG_DATA_HOME: dataHome },
+      encoding: 'utf8',
+    });
+    if (run.status !== 0) throw new Error(run.stderr);
+    return run.stdout.trim().split('\n').filter(Boolean).map((line) => JSON.parse(line));
+  }
+  const pageCount = (page: Page) => page.evaluate(() => Number(document.body.dataset.pins ?? -1));
+
+  async function start(folder?: string) {
+    const orvo = await startOrvo({ dataHome, folder, arguments: ['--replay', DEMO, '--map', mapFile()] });
+    started.push(orvo);
+    const { page } = browser;
+    await page.goto(orvo.url);
+    const main = page.locator('.panel[data-window="frmAddIn"]');
+    await main.waitFor();
+    return { orvo, page, main };
+  }
+
+  it('leaves a trail behind the position arrow, re-creates a deleted position pin, clears and keeps pins over a restart', async () => {
+    const { orvo, page, main } = await start();
+    await expect.poll(() => storedPins().length, { timeout: 30000 }).toBeGreaterThanOrEqual(4);
+    const [position, ...trail] = storedPins();
+    expect(position.name).toBe('ORVO_CurrentPosition');
+    expect(position.symbol, 'an arrow while the car moves').toBeGreaterThanOrEqual(120);
+    expect(position.symbol).toBeLessThanOrEqual(131);
+    for (const pin of trail) {
+      expect(pin.name).toMatch(/^Pushpin \d+$/);
+      expect(pin.symbol).toBeLessThan(64);
+      expect(Math.hypot(pin.lat - 43.73, pin.lon - 7.42)).toBeLessThan(0.05);
+    }
+
+    // C centres the map on the position; the pin under the pointer there is the position's.
+    await main.locator('.caption-bar').click();
+    await page.keyboard.press('c');
+    const stage = (await page.locator('#map').boundingBox())!;
+    const centre = { x: stage.x + stage.width / 2, y: stage.y + stage.height / 2 };
+    await page.mouse.move(centre.x, centre.y);
+    await expect.poll(() => page.locator('.pin-tip').innerText()).toBe('ORVO_CurrentPosition');
+    await page.mouse.click(centre.x, centre.y, { button: 'right' });
+    await page.getByText('Delete', { exact: true }).click();
+    // The next refresh finds its pin gone and puts a new one, after the trail pins of before.
+    const positionIndex = () => storedPins().findIndex((pin) => pin.name === 'ORVO_CurrentPosition');
+    await expect.poll(positionIndex, { timeout: 15000 }).toBeGreaterThanOrEqual(trail.length);
+
+    // Stopped, the page shows exactly the document's pins.
+    await page.locator('.panel[data-window="frmPlayback"] [data-control="cmdStop"]').click();
+    await expect.poll(async () => (await pageCount(page)) === storedPins().length).toBe(true);
+
+    // Clear Trail asks first; Yes deletes every trail pin and leaves the position's.
+    await main.locator('.caption-bar').click();
+    await page.keyboard.press('3');
+    await main.locator('[data-control="cmdClearTrail"]').click();
+    const question = page.locator('.modal-backdrop');
+    await expect.poll(() => question.locator('.prompt').innerText()).toBe('It is very time consuming, do you want to continue?');
+    await question.locator('.dialog-button', { hasText: 'Yes' }).click();
+    await expect.poll(() => storedPins().map((pin) => pin.name)).toEqual(['ORVO_CurrentPosition']);
+    await expect.poll(() => pageCount(page)).toBe(1);
+
+    // The document outlives orvo: a restart shows what was there.
+    await page.locator('.panel[data-window="frmPlayback"] [data-control="cmdPlay"]').click();
+    await expect.poll(() => storedPins().length, { timeout: 20000 }).toBeGreaterThanOrEqual(3);
+    await page.locator('.panel[data-window="frmPlayback"] [data-control="cmdStop"]').click();
+    const before = storedPins();
+    // Ending orvo asks about the trail; No leaves it on the map.
+    const ended = orvo.stop();
+    await expect
+      .poll(() => question.locator('.prompt').innerText())
+      .toBe('Do you want to clear the trace (very time consuming)?');
+    await question.locator('.dialog-button', { hasText: 'No' }).click();
+    await ended;
+    const again = await start(orvo.folder);
+    await expect.poll(() => pageCount(again.page), { timeout: 15000 }).toBeGreaterThanOrEqual(before.length);
+    // The trail is as it was; the position pin of before is found by its name and moved on.
+    const trailOf = (pins: StoredPin[]) => pins.filter((pin) => pin.name !== 'ORVO_CurrentPosition');
+    expect(trailOf(storedPins()).slice(0, trailOf(before).length)).toEqual(trailOf(before));
+    expect(storedPins().filter((pin) => pin.name === 'ORVO_CurrentPosition')).toHaveLength(1);
+  }, 120000);
+
+  it('closes, makes and opens map documents and exports the pins as GPX from the File menu', async () => {
+    const { page } = await start();
+    await expect.poll(() => storedPins().length, { timeout: 30000 }).toBeGreaterThanOrEqual(3);
+    const mapName = page.locator('.map-name');
+    expect(await mapName.innerText()).toBe('drive.orvomap');
+    const fileMenu = async (entry: string) => {
+      await page.keyboard.press('Alt+F');
+      await page.locator('.host-file-menu .menu-item', { hasText: entry }).click();
+    };
+
+    await fileMenu('Export GPX...');
+    const chooser = page.locator('.modal-backdrop');
+    await chooser.locator('.file-name').fill('drive');
+    await chooser.locator('.dialog-button', { hasText: 'Save' }).click();
+    const gpx = join(dataHome, 'orvo/drive.gpx');
+    await expect.poll(() => existsSync(gpx)).toBe(true);
+    const read = spawnSync('gpsbabel', ['-i', 'gpx', '-f', gpx, '-o', 'unicsv', '-F', '-'], { encoding: 'utf8' });
+    expect(read.status, read.stderr).toBe(0);
+    expect(read.stdout).toContain('ORVO_CurrentPosition');
+    expect(read.stdout).toMatch(/Pushpin 1/);
+
+    await fileMenu('Close Map');
+    await expect.poll(() => mapName.innerText()).toBe('No map open');
+    await expect.poll(() => pageCount(page)).toBe(0);
+    // Without a map the drive goes on and nothing is placed; the commands that need one are off.
+    await page.keyboard.press('Alt+F');
+    expect(await page.locator('.host-file-menu .menu-item.disabled').allInnerTexts()).toEqual([
+      'Save Map As...',
+      'Close Map',
+      'Export GPX...',
+    ]);
+    await page.keyboard.press('Escape');
+
+    await fileMenu('New Map');
+    await expect.poll(() => mapName.innerText()).toBe('Map 1.orvomap');
+    await expect.poll(() => pageCount(page), { timeout: 15000 }).toBeGreaterThanOrEqual(1);
+
+    await fileMenu('Open Map...');
+    await chooser.locator('.file-name').fill('drive.orvomap');
+    await chooser.locator('.dialog-button', { hasText: 'Open' }).click();
+    await expect.poll(() => mapName.innerText()).toBe('drive.orvomap');
+    await expect.poll(async () => (await pageCount(page)) >= storedPins().length - 1).toBe(true);
+  }, 60000);
+});
