@@ -109,7 +109,7 @@ frmTraceSettings::frmTraceSettings(host::ui::Desktop& desktop)
 void frmTraceSettings::LayOut() {
   chkTracebyMoving.Place(240, 180, 3000, 330);
   chkTracebyMoving.SetCaption("Plot only while moving");
-  Label1.Place(480, 570, 1100, 300);
+  Label1.Place(240, 570, 1360, 300);
   Label1.SetCaption("exceed over");
   sclTraceThreashold.Place(1620, 550, 2400, 300);
   lblTraceThreashold.Place(4140, 570, 1500, 300);
@@ -168,11 +168,11 @@ void frmTraceSettings::LayOut() {
   for (int row = 0; row < 2; ++row) {
     const int top = 380 + row * 400;
     lbDetectStop[row].SetContainer(Frame2);
-    lbDetectStop[row].Place(120, top + 20, 2000, 300);
+    lbDetectStop[row].Place(120, top + 20, 2140, 300);
     ScrollBar& bar = row == 0 ? scrStopTKt : scrStopTSeconds;
     host::ui::Label& value = row == 0 ? lbStopThreasholdSpeed : lbStopThreasholdSeconds;
     bar.SetContainer(Frame2);
-    bar.Place(2160, top, 1800, 300);
+    bar.Place(2280, top, 1700, 300);
     value.SetContainer(Frame2);
     value.Place(4080, top + 20, 1400, 300);
   }

@@ -60,10 +60,14 @@ class PinSnapshot final : public ui::SnapshotSource {
 MapChannel::MapChannel(MapHost& host, ui::WebBridge& bridge, ui::Desktop& desktop)
     : host_(host), bridge_(bridge), desktop_(desktop) {
   host_.onPinChange = [this](const PinChange& change) { Record(change); };
-  bridge_.AddSnapshotPart([this](Json& snapshot) { snapshot["mapFile"] = FileMessage(); });
+  bridge_.AddSnapshotPart([this](Json& snapshot) {
+    snapshot["mapFile"] = FileMessage();
+    snapshot["mapUnit"] = UnitMessage();
+  });
   bridge_.AddSnapshotSource([this] { return std::make_unique<PinSnapshot>(host_); });
   bridge_.OnPageMessage("pin", [this](const Json& message) { HandlePinMessage(message); });
   bridge_.OnPageMessage("mapfile", [this](const Json& message) { HandleFileMessage(message); });
+  bridge_.OnPageMessage("mapunit", [this](const Json& message) { HandleUnitMessage(message); });
 }
 
 void MapChannel::Record(const PinChange& change) {
@@ -83,6 +87,18 @@ Json MapChannel::FileMessage() const {
   const MapDocument* map = host_.ActiveMap();
   return Json{{"type", "mapfile"},
               {"file", map != nullptr ? Json(map->File().string()) : Json(nullptr)}};
+}
+
+Json MapChannel::UnitMessage() const {
+  return Json{{"type", "mapunit"},
+              {"unit", host_.Unit() == DistanceUnit::Kilometres ? "km" : "miles"}};
+}
+
+void MapChannel::HandleUnitMessage(const Json& message) {
+  const std::string unit = message.value("unit", "");
+  if (unit != "km" && unit != "miles") return Report("unknown distance unit \"" + unit + "\"");
+  host_.SetUnit(unit == "km" ? DistanceUnit::Kilometres : DistanceUnit::Miles);
+  bridge_.Queue(UnitMessage());
 }
 
 void MapChannel::PublishFile() {

@@ -4,7 +4,9 @@
 // come back, and the File menu's map commands (New, Open, Save As, Close, Export GPX) run here.
 //
 // page -> orvo: {"type":"mapfile","action":"new"|"open"|"saveAs"|"close"|"exportGpx"}
-// orvo -> page: {"type":"mapfile","file":"/path/of/the/map.orvomap"|null}, also in the snapshot
+//               {"type":"mapunit","unit":"km"|"miles"}
+// orvo -> page: {"type":"mapfile","file":"/path/of/the/map.orvomap"|null}
+//               {"type":"mapunit","unit":"km"|"miles"}, both also in the snapshot
 #include <functional>
 #include <string_view>
 
@@ -36,6 +38,8 @@ class MapChannel {
   void SendPatches();
   void PublishFile();
   ui::Json FileMessage() const;
+  ui::Json UnitMessage() const;
+  void HandleUnitMessage(const ui::Json& message);
   void HandleFileMessage(const ui::Json& message);
   void HandlePinMessage(const ui::Json& message);
   void Report(std::string_view text) const;

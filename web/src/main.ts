@@ -83,6 +83,19 @@ async function start(): Promise<void> {
   bar.tools.append(themeButton);
   applyTheme();
 
+  // The map host's distance unit, kept by orvo; the button offers the other one.
+  let unit: 'km' | 'miles' = 'km';
+  const unitButton = document.createElement('button');
+  unitButton.className = 'theme-switch unit-switch';
+  const showUnit = (value: 'km' | 'miles') => {
+    unit = value;
+    unitButton.textContent = value === 'km' ? 'km' : 'mi';
+    unitButton.title = value === 'km' ? 'Distances in kilometres: switch to miles' : 'Distances in miles: switch to kilometres';
+  };
+  unitButton.addEventListener('click', () => send({ type: 'mapunit', unit: unit === 'km' ? 'miles' : 'km' }));
+  bar.tools.insertBefore(unitButton, themeButton);
+  showUnit(unit);
+
   const reportViewport = () =>
     send({ type: 'viewport', width: desktopElement.clientWidth, height: desktopElement.clientHeight });
   new ResizeObserver(reportViewport).observe(desktopElement);
@@ -97,7 +110,10 @@ async function start(): Promise<void> {
         modals.render(model.modals);
         // A page that has just loaded opens where orvo's view is; one that reconnects keeps
         // its own and tells orvo.
-        if (message.type === 'snapshot') bar.setMapFile(message.mapFile?.file ?? null);
+        if (message.type === 'snapshot') {
+          bar.setMapFile(message.mapFile?.file ?? null);
+          if (message.mapUnit) showUnit(message.mapUnit.unit);
+        }
         if (firstSnapshot && message.type === 'snapshot' && message.mapView)
           map.goTo(message.mapView.lat, message.mapView.lon, message.mapView.zoom, false);
         firstSnapshot = false;
@@ -133,6 +149,7 @@ async function start(): Promise<void> {
   const showWindows = connection.onMessage;
   connection.onMessage = (message: ServerMessage) => {
     if (message.type === 'mapfile') bar.setMapFile(message.file);
+    else if (message.type === 'mapunit') showUnit(message.unit);
     else if (message.type === 'cursor') document.body.classList.toggle('busy', message.cursor === 'wait');
     else showWindows(message);
   };

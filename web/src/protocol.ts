@@ -61,6 +61,12 @@ export interface MapFileMessage {
   file: string | null;
 }
 
+// The map host's distance unit.
+export interface MapUnitMessage {
+  type: 'mapunit';
+  unit: 'km' | 'miles';
+}
+
 export interface MapViewMessage {
   lat: number;
   lon: number;
@@ -76,6 +82,7 @@ export type ServerMessage =
       modals?: Modal[];
       mapView?: MapViewMessage;
       mapFile?: MapFileMessage;
+      mapUnit?: MapUnitMessage;
     }
   | { type: 'open'; window: WindowSnapshot }
   | { type: 'close'; window: string }
@@ -91,6 +98,7 @@ export type ServerMessage =
   | ({ type: 'mapgoto' } & MapViewMessage)
   | { type: 'ended' }
   | MapFileMessage
+  | MapUnitMessage
   // The pointer over the whole page while a long job runs.
   | { type: 'cursor'; cursor: 'wait' | 'default' }
   // Messages of features with their own handlers (see onMessage in connection.ts).
@@ -120,4 +128,5 @@ export type PageMessage =
   | { type: 'answer'; id: number; path: string | null }
   | { type: 'quit' }
   | { type: 'mapfile'; action: 'new' | 'open' | 'saveAs' | 'close' | 'exportGpx' }
+  | MapUnitMessage
   | PinAction;

@@ -160,10 +160,18 @@ describe('the map with a replayed drive', () => {
     await expect.poll(() => mapName.innerText()).toBe('Map 1.orvomap');
     await expect.poll(() => pageCount(page), { timeout: 15000 }).toBeGreaterThanOrEqual(1);
 
+    // The distance unit is the map host's, kept over documents and shown in every page.
+    const unitButton = page.locator('.unit-switch');
+    expect(await unitButton.innerText()).toBe('km');
+    await unitButton.click();
+    await expect.poll(() => unitButton.innerText()).toBe('mi');
+
     await fileMenu('Open Map...');
     await chooser.locator('.file-name').fill('drive.orvomap');
     await chooser.locator('.dialog-button', { hasText: 'Open' }).click();
     await expect.poll(() => mapName.innerText()).toBe('drive.orvomap');
     await expect.poll(async () => (await pageCount(page)) >= storedPins().length - 1).toBe(true);
+    await page.reload();
+    await expect.poll(() => unitButton.innerText()).toBe('mi');
   }, 60000);
 });
