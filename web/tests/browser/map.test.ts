@@ -51,6 +51,12 @@ describe('the map with a replayed drive', () => {
     if (run.status !== 0) throw new Error(run.stderr);
     return run.stdout.trim().split('\n').filter(Boolean).map((line) => JSON.parse(line));
   }
+  // Stop, and wait until orvo has stopped (Play is offered again): no tick comes after.
+  async function stopPlayback(page: Page) {
+    const playback = page.locator('.panel[data-window="frmPlayback"]');
+    await playback.locator('[data-control="cmdStop"]').click();
+    await expect.poll(() => playback.locator('[data-control="cmdPlay"]').getAttribute('class')).not.toContain('disabled');
+  }
   const pageCount = (page: Page) => page.evaluate(() => Number(document.body.dataset.pins ?? -1));
 
   async function start(folder?: string) {
@@ -90,7 +96,7 @@ describe('the map with a replayed drive', () => {
     await expect.poll(positionIndex, { timeout: 15000 }).toBeGreaterThanOrEqual(trail.length);
 
     // Stopped, the page shows exactly the document's pins.
-    await page.locator('.panel[data-window="frmPlayback"] [data-control="cmdStop"]').click();
+    await stopPlayback(page);
     await expect.poll(async () => (await pageCount(page)) === storedPins().length).toBe(true);
 
     // Clear Trail asks first; Yes deletes every trail pin and leaves the position's.
@@ -106,7 +112,7 @@ describe('the map with a replayed drive', () => {
     // The document outlives orvo: a restart shows what was there.
     await page.locator('.panel[data-window="frmPlayback"] [data-control="cmdPlay"]').click();
     await expect.poll(() => storedPins().length, { timeout: 20000 }).toBeGreaterThanOrEqual(3);
-    await page.locator('.panel[data-window="frmPlayback"] [data-control="cmdStop"]').click();
+    await stopPlayback(page);
     const before = storedPins();
     // Ending orvo asks about the trail; No leaves it on the map.
     const ended = orvo.stop();

@@ -7,7 +7,7 @@ import Overlay from 'ol/Overlay';
 import type Point from 'ol/geom/Point';
 import WebGLVectorLayer from 'ol/layer/WebGLVector';
 import VectorSource from 'ol/source/Vector';
-import type { FlatStyle } from 'ol/style/flat';
+import type { FlatStyle, FlatStyleLike } from 'ol/style/flat';
 import { ATLAS_COLUMNS, buildAtlas, PIN_SIZE, symbolDrawing, type Atlas } from './catalogue';
 import { PinStore, type Pin, type PinAction } from './patches';
 import { balloonElement, fillBalloon, popUpMenu, propertiesDialog } from './ui';
@@ -44,7 +44,8 @@ export class PinLayer {
   ) {
     const atlas = buildAtlas(pixelRatio);
     const src = atlas.canvas.toDataURL();
-    const style = pinStyle(atlas, src);
+    // Each pin from the zoom its place in the thinning grid allows (see thinning.ts).
+    const style = [{ filter: ['>=', ['zoom'], ['get', 'minZoom']], style: pinStyle(atlas, src) }] as FlatStyleLike;
     this.layer = new WebGLVectorLayer({ source: this.source, style, zIndex: 10, disableHitDetection: true });
     this.movedLayer = new WebGLVectorLayer({ source: this.moved, style, zIndex: 11, disableHitDetection: true });
     this.layer.set('name', 'pins');
@@ -101,9 +102,10 @@ export class PinLayer {
     const half = PIN_SIZE / 2;
     let best: { id: number; distance: number } | undefined;
     const extent = [where[0] - reach, where[1] - reach, where[0] + reach, where[1] + reach];
+    const zoom = this.map.getView().getZoom() ?? 0;
     const consider = (feature: Feature<Point>) => {
       const at = feature.getGeometry()?.getCoordinates();
-      if (!at) return;
+      if (!at || (feature.get('minZoom') ?? 0) > zoom) return; // not drawn at this zoom
       const dx = (where[0] - at[0]) / resolution;
       // Pixels above the symbol's middle; a lifted symbol's middle is half its height up.
       const dy = (where[1] - at[1]) / resolution - (feature.get('lift') ? half : 0);

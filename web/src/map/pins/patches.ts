@@ -5,6 +5,7 @@ import Point from 'ol/geom/Point';
 import { fromLonLat } from 'ol/proj';
 import type VectorSource from 'ol/source/Vector';
 import { atlasCell, symbolDrawing } from './catalogue';
+import { Thinning } from './thinning';
 
 export type BalloonState = 0 | 1 | 2;
 
@@ -61,6 +62,7 @@ export interface PatchResult {
 
 export class PinStore {
   private readonly pins = new Map<number, Pin>();
+  private readonly thinning = new Thinning();
 
   // SOURCE holds the pins as placed; a pin that moves afterwards (the current position) goes to
   // MOVED, drawn above them, so that the trail it leaves never covers it.
@@ -98,6 +100,7 @@ export class PinStore {
     };
     if (m.reset === true) {
       this.pins.clear();
+      this.thinning.clear();
       this.source.clear(true);
       this.moved.clear(true);
       result.reset = true;
@@ -110,6 +113,7 @@ export class PinStore {
       if (!feature && !movedFeature) continue; // already gone: nothing to do
       if (feature) removals.push(feature);
       this.pins.delete(id as number);
+      this.thinning.release(id as number);
       result.removed.push(id as number);
     }
     if (removals.length) this.source.removeFeatures(removals);
@@ -127,12 +131,21 @@ export class PinStore {
         feature.setProperties(styleProperties(pin), true);
         const before = this.pins.get(pin.id);
         feature.getGeometry()?.setCoordinates(where);
-        if (before && (before.lat !== pin.lat || before.lon !== pin.lon) && this.moved !== this.source && this.source.hasFeature(feature)) {
-          this.source.removeFeature(feature);
-          this.moved.addFeature(feature);
+        if (before && (before.lat !== pin.lat || before.lon !== pin.lon)) {
+          if (this.moved !== this.source && this.source.hasFeature(feature)) {
+            this.source.removeFeature(feature);
+            this.moved.addFeature(feature);
+          }
+          // A pin on the move is always drawn; the others keep their place in the grid.
+          if (this.moved.hasFeature(feature)) this.thinning.release(pin.id);
+          feature.set('minZoom', this.moved.hasFeature(feature) ? 0 : this.thinning.place(pin.id, where[0], where[1]), true);
         }
       } else if (adding) {
-        const created = new Feature<Point>({ geometry: new Point(where), ...styleProperties(pin) });
+        const created = new Feature<Point>({
+          geometry: new Point(where),
+          ...styleProperties(pin),
+          minZoom: this.thinning.place(pin.id, where[0], where[1]),
+        });
         created.setId(pin.id);
         additions.set(pin.id, created);
       } else {
