@@ -1,0 +1,293 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "guidance/MMSetup.hpp"
+#include "tests/BuildPaths.hpp"
+#include "tests/TestSupport.hpp"
+
+namespace orvo::guidance {
+namespace {
+
+namespace fs = std::filesystem;
+using host::platform::NumberLocale;
+
+const NumberLocale kPoint{".", ","};
+const NumberLocale kComma{",", "."};
+
+struct GuidanceSettings : ::testing::Test {
+  MMSetup Setup(const NumberLocale& locale) {
+    return MMSetup(folder.Path(), locale, [this](std::string_view text) {
+      reports.emplace_back(text);
+    });
+  }
+  void WritePhraselogy(std::string_view bytes) {
+    std::ofstream(folder.Path() / "phraselogy.ini", std::ios::binary) << bytes;
+  }
+  orvo::testing::TempFolder folder;
+  settings::SettingsStore store{folder.Path() / "ORVO" / "ORVO.ini"};
+  std::vector<std::string> reports;
+};
+
+TEST_F(GuidanceSettings, AFreshUserGetsTheFactoryValuesAndTheFixedTableTexts) {
+  MMSetup setup = Setup(kPoint);
+  setup.gbGMSkip1stWp = false;  // whatever was in memory, the load decides
+  setup.lgGuideHide = 5;
+  setup.LoadGuidanceSettings(store);
+  EXPECT_TRUE(setup.gbGMSkip1stWp);
+  EXPECT_FALSE(setup.bgGuideUsingDist);
+  EXPECT_EQ(setup.dgGuideLowDist, 0.03);
+  EXPECT_EQ(setup.dgGuideHiDist, 0.5);
+  EXPECT_EQ(setup.dgGuideHiKnot, 34.7);
+  EXPECT_FALSE(setup.bgGuideTTS);
+  EXPECT_EQ(setup.lgGuideTTSVoice, 0);
+  EXPECT_FALSE(setup.bgGuideAutoRecalcOn);
+  EXPECT_EQ(setup.dgGuideAutoRecalcThreshold, 0.05);
+  EXPECT_NEAR(setup.dgGuideHiHour * 3600, 30.24, 1e-9);
+  EXPECT_NEAR(setup.dgGuideLoHour * 3600, 15.12, 1e-9);
+  EXPECT_EQ(setup.giRouteCalc, 0);
+  EXPECT_EQ(setup.lgGuideHide, 30);
+  EXPECT_TRUE(reports.empty());
+
+  const struct {
+    std::size_t row;
+    const char* name;
+    const char* description;
+  } directions[] = {
+      {0, "Other", "Other"},
+      {3, "Start Of Day", "Beginning of day notation"},
+      {5, "Refuel", "Refuel notification"},
+      {8, "Warning",
+       "Warning about timetables, gate access, toll roads, tollbooths, or restricted turns"},
+      {9, "Waypoint", "Start, stop, or end point"},
+  };
+  for (const auto& d : directions) {
+    EXPECT_EQ(setup.DirectionTypeTable[d.row].Name, d.name);
+    EXPECT_EQ(setup.DirectionTypeTable[d.row].Description, d.description);
+  }
+  for (std::size_t row = 0; row < kDirectionTypeRows; ++row)
+    EXPECT_EQ(setup.DirectionTypeTable[row].Wav, "-") << row;
+  EXPECT_EQ(setup.DirectionTypeTable[10], GuidanceTypeEntry{});
+
+  const struct {
+    std::size_t row;
+    const char* name;
+    const char* description;
+    const char* picture;
+  } actions[] = {
+      {0, "Other", "Other actions", "Info.gif"},
+      {1, "Depart", "Depart from a stop or start point", "GreenLight.gif"},
+      {2, "Arrive", "Arrive at a stop or end point", "Target.gif"},
+      {3, "Turn left", "Turn left", "TurnLeft.gif"},
+      {4, "TurnRight", "Turn right", "TurnRight.gif"},
+      {5, "Bear Left", "Bear feft", "BearLeft.gif"},
+      {6, "Bear Right", "Bear right", "BearRight.gif"},
+      {7, "Merge", "Merge onto a highway or motorway, or limited-access road", "Merge.gif"},
+      {8, "Continue", "Continue traveling in the same direction as the previous instruction",
+       "Straight.gif"},
+      {9, "Cross Border", "Cross a border", "Info.gif"},
+      {10, "Turn Back", "Turn back to travel in the opposite direction as the previous instruction",
+       "UTurn.gif"},
+      {11, "Enter Roundabout", "Enter a roundabout", "InRoundabout.gif"},
+      {12, "Exit Roundabout", "Exit a roundabout", "ExRoundabout.gif"},
+  };
+  for (const auto& a : actions) {
+    const GuidanceTypeEntry& entry = setup.ActionTypeTable[a.row];
+    EXPECT_EQ(entry.Name, a.name);
+    EXPECT_EQ(entry.Description, a.description);
+    EXPECT_EQ(entry.Wav, "") << a.name;
+    EXPECT_EQ(entry.Picture, (folder.Path() / a.picture).string());
+    // Every default picture is shipped.
+    EXPECT_TRUE(fs::is_regular_file(fs::path(ORVO_SOURCE_DIR) / "data" / a.picture)) << a.picture;
+  }
+  EXPECT_EQ(setup.ActionTypeTable[13], GuidanceTypeEntry{});
+}
+
+// A user in a decimal-comma locale keeps the values in the store's "." notation, except the
+// re-calculation threshold, which has always been written with the user's own separator.
+TEST_F(GuidanceSettings, SaveWritesEveryKeyInOrderAndTheLoadReadsItBackInBothNotations) {
+  for (const NumberLocale& locale : {kPoint, kComma}) {
+    SCOPED_TRACE("decimal separator " + locale.decimalSeparator);
+    const fs::path file = folder.Path() / ("store" + locale.decimalSeparator + ".ini");
+    settings::SettingsStore own(file);
+    MMSetup setup = Setup(locale);
+    setup.gbGMSkip1stWp = false;
+    setup.bgGuideUsingDist = true;
+    setup.dgGuideLowDist = 0.25;
+    setup.dgGuideHiDist = 1.5;
+    setup.dgGuideHiKnot = 20.5;
+    setup.bgGuideTTS = true;
+    setup.lgGuideTTSVoice = 3;
+    setup.bgGuideAutoRecalcOn = true;
+    setup.dgGuideAutoRecalcThreshold = 0.07;
+    setup.dgGuideHiHour = 0.01;
+    setup.dgGuideLoHour = 0.005;
+    setup.giRouteCalc = 2;
+    setup.lgGuideHide = 45;
+    setup.DirectionTypeTable[9].Wav = "";
+    setup.ActionTypeTable[3].Wav = "/sounds/left.wav";
+    setup.ActionTypeTable[12].Picture = "/pictures/out.gif";
+    setup.SaveGuidanceSettings(own);
+
+    const std::string text = orvo::testing::ReadFile(file);
+    const char* const order[] = {
+        "gbGMSkip1stWp=False", "bgGuideUsingDist=True", "dgGuideLowDist=0.25",
+        "dgGuideHiDist=1.5", "dgGuideHiKnot=20.5", "bgGuideTTS=True", "lgGuideTTSVoice=3",
+        "giRouteCalc=2", "bgGuideAutoRecalcOn=True",
+        locale.decimalSeparator == "," ? "dgGuideAutoRecalcThreshold=0,07"
+                                       : "dgGuideAutoRecalcThreshold=0.07",
+        "dgGuideHiHour=0.01", "dgGuideLoHour=0.005", "lgGuideHide=45",
+        "geoDirectionOtherW=-", "geoDirectionWaypointW=\n", "geoActionOtherW=\n",
+        "geoActionOtherP=" , "geoActionTurnLeftW=/sounds/left.wav",
+        "geoActionExitRoundaboutW=\ngeoActionExitRoundaboutP=/pictures/out.gif"};
+    std::size_t at = 0;
+    for (const char* line : order) {
+      const auto found = text.find(line, at);
+      ASSERT_NE(found, std::string::npos) << line << " in order in\n" << text;
+      at = found;
+    }
+
+    MMSetup loaded = Setup(locale);
+    loaded.LoadGuidanceSettings(own);
+    EXPECT_FALSE(loaded.gbGMSkip1stWp);
+    EXPECT_TRUE(loaded.bgGuideUsingDist);
+    EXPECT_EQ(loaded.dgGuideLowDist, 0.25);
+    EXPECT_EQ(loaded.dgGuideHiDist, 1.5);
+    EXPECT_EQ(loaded.dgGuideHiKnot, 20.5);
+    EXPECT_TRUE(loaded.bgGuideTTS);
+    EXPECT_EQ(loaded.lgGuideTTSVoice, 3);
+    EXPECT_TRUE(loaded.bgGuideAutoRecalcOn);
+    EXPECT_EQ(loaded.dgGuideAutoRecalcThreshold, 0.07);
+    EXPECT_EQ(loaded.dgGuideHiHour, 0.01);
+    EXPECT_EQ(loaded.dgGuideLoHour, 0.005);
+    EXPECT_EQ(loaded.giRouteCalc, 2);
+    EXPECT_EQ(loaded.lgGuideHide, 45);
+    EXPECT_EQ(loaded.DirectionTypeTable, setup.DirectionTypeTable);
+    EXPECT_EQ(loaded.ActionTypeTable, setup.ActionTypeTable);
+    EXPECT_TRUE(reports.empty()) << reports.front();
+  }
+}
+
+TEST_F(GuidanceSettings, OldStoredTextsAndDamagedValuesAreReadOrFallBackToTheirDefaults) {
+  const struct {
+    const char* key;
+    const char* stored;
+    bool reported;
+  } cases[] = {
+      {"gbGMSkip1stWp", "0", false},           // booleans as numbers ...
+      {"bgGuideTTS", "true", false},           // ... or in any case
+      {"bgGuideUsingDist", "maybe", true},     // default false
+      {"dgGuideHiKnot", "fast", true},         // default 34.7
+      {"dgGuideLowDist", "0,04", false},       // a comma user's old threshold-style text
+      {"giRouteCalc", "70000", true},          // does not fit 16 bits: default 0
+      {"lgGuideHide", "12", false},
+  };
+  for (const auto& c : cases) store.SaveSetting(kGuidanceSection, c.key, c.stored);
+  MMSetup setup = Setup(kComma);
+  setup.LoadGuidanceSettings(store);
+  EXPECT_FALSE(setup.gbGMSkip1stWp);
+  EXPECT_TRUE(setup.bgGuideTTS);
+  EXPECT_FALSE(setup.bgGuideUsingDist);
+  EXPECT_EQ(setup.dgGuideHiKnot, 34.7);
+  EXPECT_EQ(setup.dgGuideLowDist, 0.04);
+  EXPECT_EQ(setup.giRouteCalc, 0);
+  EXPECT_EQ(setup.lgGuideHide, 12);
+  ASSERT_EQ(reports.size(), 3u);
+  EXPECT_EQ(reports[0], "LoadGuidanceSettings: bgGuideUsingDist holds \"maybe\"; using 0");
+
+  EXPECT_EQ(setup.LocalizeDecimal("1.2.3"), "1,2,3");
+  EXPECT_EQ(Setup(kPoint).LocalizeDecimal("1.2"), "1.2");
+}
+
+TEST_F(GuidanceSettings, ResetAllRestoresTheFactoryValuesButKeepsFourAndHidesAfterTenSeconds) {
+  MMSetup setup = Setup(kPoint);
+  setup.gbGMSkip1stWp = false;
+  setup.bgGuideUsingDist = true;
+  setup.dgGuideLowDist = 9;
+  setup.dgGuideHiDist = 9;
+  setup.dgGuideHiKnot = 9;
+  setup.bgGuideTTS = true;
+  setup.lgGuideTTSVoice = 9;
+  setup.bgGuideAutoRecalcOn = true;
+  setup.dgGuideAutoRecalcThreshold = 9;
+  setup.dgGuideHiHour = 9;
+  setup.dgGuideLoHour = 9;
+  setup.giRouteCalc = 9;
+  setup.lgGuideHide = 9;
+  for (auto& row : setup.DirectionTypeTable) row.Wav = "x.wav";
+  for (auto& row : setup.ActionTypeTable) row = {"n", "d", "x.wav", "x.gif"};
+  const MMSetup fresh = Setup(kPoint);
+
+  setup.ResetGuidanceDefaults();
+  EXPECT_FALSE(setup.bgGuideUsingDist);
+  EXPECT_EQ(setup.dgGuideLowDist, 0.03);
+  EXPECT_EQ(setup.dgGuideHiDist, 0.5);
+  EXPECT_EQ(setup.dgGuideHiKnot, 34.7);
+  EXPECT_FALSE(setup.bgGuideTTS);
+  EXPECT_EQ(setup.lgGuideTTSVoice, 0);
+  EXPECT_EQ(setup.dgGuideHiHour, 0.0084);
+  EXPECT_EQ(setup.dgGuideLoHour, 0.0042);
+  EXPECT_EQ(setup.lgGuideHide, 10);
+  EXPECT_FALSE(setup.gbGMSkip1stWp);
+  EXPECT_TRUE(setup.bgGuideAutoRecalcOn);
+  EXPECT_EQ(setup.dgGuideAutoRecalcThreshold, 9);
+  EXPECT_EQ(setup.giRouteCalc, 9);
+  for (std::size_t row = 0; row < kDirectionTypeRows; ++row)
+    EXPECT_EQ(setup.DirectionTypeTable[row].Wav, "-");
+  for (std::size_t row = 0; row < kActionTypeRows; ++row) {
+    EXPECT_EQ(setup.ActionTypeTable[row].Wav, "");
+    EXPECT_EQ(setup.ActionTypeTable[row].Picture, fresh.ActionTypeTable[row].Picture);
+  }
+}
+
+TEST_F(GuidanceSettings, PhraselogyLinesSplitAtCrLfOnly) {
+  const struct {
+    const char* bytes;
+    std::vector<std::pair<std::string, std::string>> rules;
+  } cases[] = {
+      {"", {}},
+      {"# comment=x\r\na=b=c\r\nno equals sign", {{"a", "b"}}},
+      {"  Bd  =  Boulevard  \r\nAv.=\r\nSt=   \r\n=orphan\r\n", {{"Bd", "Boulevard"}, {"Av.", " "},
+                                                          {"St", ""}, {"", "orphan"}}},
+      {"\r\n\r\n x = y", {{"x", "y"}}},
+      // Bare line feeds are not line ends: the whole file is one line and one rule.
+      {"a=b\nc=d", {{"a", "b\nc"}}},
+      {"\tt\t=\tu\t", {{"\tt\t", "\tu\t"}}},
+  };
+  for (const auto& c : cases) {
+    WritePhraselogy(c.bytes);
+    MMSetup setup = Setup(kPoint);
+    setup.LoadGuidanceSettings(store);
+    std::vector<std::pair<std::string, std::string>> rules;
+    for (std::size_t i = 0; i < setup.Abbreviations.AbbrevCount(); ++i)
+      rules.emplace_back(setup.Abbreviations.AbbrevFrom[i], setup.Abbreviations.AbbrevTo[i]);
+    EXPECT_EQ(rules, c.rules) << c.bytes;
+  }
+  // No file, or one that cannot be read, leaves no rules; only the unreadable one is reported.
+  fs::remove(folder.Path() / "phraselogy.ini");
+  MMSetup setup = Setup(kPoint);
+  setup.LoadAbbreviations();
+  EXPECT_EQ(setup.Abbreviations.AbbrevCount(), 0u);
+  EXPECT_TRUE(reports.empty());
+  fs::create_directory(folder.Path() / "phraselogy.ini");
+  setup.LoadAbbreviations();
+  EXPECT_EQ(setup.Abbreviations.AbbrevCount(), 0u);
+  EXPECT_EQ(reports.size(), 1u);
+}
+
+TEST(Abbreviations, RulesReplaceEveryOccurrenceInAnyCaseOneAfterAnother) {
+  AbbreviationList list;
+  EXPECT_EQ(list.Apply("Turn left"), " Turn left");
+  list.AbbrevFrom = {"bd", "boulevard", "N ", "xx"};
+  list.AbbrevTo = {"Boulevard", "Bvd", "North ", "x"};
+  // "Bd" becomes "Boulevard", which the second rule then sees; " N " only matches with its
+  // blank, which the leading blank supplies at the start; replacements are not scanned again.
+  EXPECT_EQ(list.Apply("BD Abdul, bD"), " Bvd ABvdul, Bvd");
+  EXPECT_EQ(list.Apply("N 7 to AN 8"), " North 7 to ANorth 8");
+  EXPECT_EQ(list.Apply("xxxx"), " xx");
+  EXPECT_EQ(ReplaceIgnoringCase("aaa", "", "b"), "aaa");
+  EXPECT_EQ(ReplaceIgnoringCase("éLAN Élan", "élan", "x"), "x Élan") << "ASCII case only";
+}
+
+}  // namespace
+}  // namespace orvo::guidance
