@@ -275,6 +275,40 @@ TEST_F(GuidanceSettings, PhraselogyLinesSplitAtCrLfOnly) {
   EXPECT_EQ(reports.size(), 1u);
 }
 
+// The shipped rules, on instructions as ORVO writes them with the names of Monaco and around.
+TEST(Abbreviations, TheShippedPhraselogyMakesInstructionsReadRight) {
+  const fs::path data = fs::path(ORVO_SOURCE_DIR) / "data";
+  const std::string bytes = orvo::testing::ReadFile(data / "phraselogy.ini");
+  for (std::size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', at + 1))
+    ASSERT_TRUE(at > 0 && bytes[at - 1] == '\r') << "a bare line feed at byte " << at;
+  MMSetup setup(data, kPoint);
+  setup.LoadAbbreviations();
+  EXPECT_GT(setup.Abbreviations.AbbrevCount(), 40u);
+  const struct {
+    const char* written;
+    const char* spoken;
+  } cases[] = {
+      {"Turn left onto Boulevard Albert 1er", " Turn left onto Boulevard Albert premier"},
+      {"At the roundabout take the 2nd exit onto Avenue de la Costa",
+       " At the roundabout take the 2nd exit onto Avenue de la Costa"},
+      {"Turn right onto Bd Charles III toward Monte-Carlo",
+       " Turn right onto Boulevard Charles the third toward Monte-Carlo"},
+      {"Bear left onto Av. Prince Albert Ier de Monaco",
+       " Bear left onto Avenue Prince Albert premier de Monaco"},
+      {"Turn left onto Ste-Dévote toward Tunnel Louis II",
+       " Turn left onto Sainte-Dévote toward Tunnel Louis the second"},
+      {"Continue onto Promenade de la 1ère DFL (D 50)",
+       " Continue onto Promenade de la première DFL (D 50)"},
+      {"Continue onto Rue Abdelkader for 1.2 km", " Continue onto Rue abdelkader for 1.2 kilometres"},
+      {"Merge onto La Provençale (A 8) for 12 mi at 90 km/h",
+       " Merge onto La Provençale (A8) for 12 miles at 90 kilometres per hour"},
+      {"Turn right onto Avenue du 8 Mai 1945 toward Saint-Michel",
+       " Turn right onto Avenue du 8 Mai 1945 toward Saint-Michel"},
+      {"Turn left onto Rue Grimaldi in 500 ft", " Turn left onto Rue Grimaldi in 500 feet"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(setup.ApplyAbbreviations(c.written), c.spoken);
+}
+
 TEST(Abbreviations, RulesReplaceEveryOccurrenceInAnyCaseOneAfterAnother) {
   AbbreviationList list;
   EXPECT_EQ(list.Apply("Turn left"), " Turn left");
