@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 // Results as the event loop would receive them: delivered in order, waited for by the test.
 struct Results {
   EspeakSpeech::Deliver Deliver() {
-    return [this](std::function<void()> work) {
+    return [this](const std::function<void()>& work) {
       const std::lock_guard lock(mutex);
       work();
       changed.notify_all();
