@@ -52,19 +52,19 @@ class MMSetup {
 
   // The values as a fresh user has them; the tables' fixed texts are set at once.
   // Members are named after their keys in the store.
-  bool gbGMSkip1stWp = true;      // go-to mode skips the route's start
-  bool bgGuideUsingDist = false;  // warn at fixed distances (true) or fixed times ahead
-  double dgGuideLowDist = 0.03;   // warning distance at low speed, current distance unit
-  double dgGuideHiDist = 0.5;     // warning distance at high speed, current distance unit
-  double dgGuideHiKnot = 34.7;    // knots from which the high-speed values apply (~64 km/h)
-  bool bgGuideTTS = false;        // speak the instructions
-  std::int32_t lgGuideTTSVoice = 0;            // index in the speech engine's voice list
-  bool bgGuideAutoRecalcOn = false;            // re-calculate when off the route
-  double dgGuideAutoRecalcThreshold = 0.05;    // off-route distance, current distance unit
-  double dgGuideHiHour = 0.0084;               // warning time ahead at high speed, hours (30.24 s)
-  double dgGuideLoHour = 0.0042;               // warning time ahead at low speed, hours (15.12 s)
-  std::int16_t giRouteCalc = 0;                // route calculation choice of the options dialog
-  std::int32_t lgGuideHide = 30;               // seconds until the guidance window hides; 0 never
+  bool gbGMSkip1stWp = true;         // go-to mode skips the route's start
+  bool bgGuideUsingDist = false;     // warn at fixed distances (true) or fixed times ahead
+  double dgGuideLowDist = 0.03;      // warning distance at low speed, current distance unit
+  double dgGuideHiDist = 0.5;        // warning distance at high speed, current distance unit
+  double dgGuideHiKnot = 34.7;       // knots from which the high-speed values apply (~64 km/h)
+  bool bgGuideTTS = false;           // speak the instructions
+  std::int32_t lgGuideTTSVoice = 0;  // index in the speech engine's voice list
+  bool bgGuideAutoRecalcOn = false;  // re-calculate when off the route
+  double dgGuideAutoRecalcThreshold = 0.05;  // off-route distance, current distance unit
+  double dgGuideHiHour = 0.0084;             // warning time ahead at high speed, hours (30.24 s)
+  double dgGuideLoHour = 0.0042;             // warning time ahead at low speed, hours (15.12 s)
+  std::int16_t giRouteCalc = 0;              // route calculation choice of the options dialog
+  std::int32_t lgGuideHide = 30;             // seconds until the guidance window hides; 0 never
 
   std::array<GuidanceTypeEntry, kDirectionTypeSlots> DirectionTypeTable;
   std::array<GuidanceTypeEntry, kActionTypeSlots> ActionTypeTable;
@@ -95,7 +95,8 @@ class MMSetup {
 
  private:
   void SetTableTexts();
-  bool ReadBoolean(const settings::SettingsStore& store, const char* key, const char* fallback) const;
+  bool ReadBoolean(const settings::SettingsStore& store, const char* key,
+                   const char* fallback) const;
   std::int32_t ReadInteger(const settings::SettingsStore& store, const char* key,
                            const char* fallback, bool sixteenBits) const;
   double ReadDouble(const settings::SettingsStore& store, const char* key,

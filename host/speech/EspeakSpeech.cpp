@@ -2,6 +2,7 @@
 
 #include <espeak-ng/speak_lib.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <stdexcept>
@@ -81,28 +82,37 @@ EspeakSpeech::EspeakSpeech(Deliver deliver) : deliver_(std::move(deliver)) {
   {
     const std::lock_guard lock(EspeakLock());
     sampleRate_ = StartEspeak();
-    if (sampleRate_ <= 0) throw std::runtime_error("espeak-ng cannot start (is espeak-ng-data installed?)");
-    for (const espeak_VOICE** voice = espeak_ListVoices(nullptr); voice != nullptr && *voice != nullptr;
-         ++voice) {
+    if (sampleRate_ <= 0)
+      throw std::runtime_error("espeak-ng cannot start (is espeak-ng-data installed?)");
+    for (const espeak_VOICE** voice = espeak_ListVoices(nullptr);
+         voice != nullptr && *voice != nullptr; ++voice) {
       // `languages` is a list of (priority byte, name) pairs; the first names the main language.
       const char* languages = (*voice)->languages;
       voices_.push_back({(*voice)->name != nullptr ? (*voice)->name : "",
                          (*voice)->identifier != nullptr ? (*voice)->identifier : "",
                          languages != nullptr && languages[0] != '\0' ? languages + 1 : ""});
     }
+    // The instructions are English, and a fresh user's voice is the first: espeak-ng's own
+    // English voice goes first, the others follow in espeak-ng's order.
+    const auto english = std::find_if(voices_.begin(), voices_.end(), [](const Voice& voice) {
+      return voice.identifier == "gmw/en";
+    });
+    if (english != voices_.end()) std::rotate(voices_.begin(), english, english + 1);
   }
   worker_ = std::thread([this] { Run(); });
 }
 
 EspeakSpeech::~EspeakSpeech() {
+  std::optional<Request> waiting;
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
-    waiting_.reset();
+    waiting = std::exchange(waiting_, std::nullopt);
     newest_ = 0;
   }
   wake_.notify_all();
   worker_.join();
+  if (waiting) Finish(std::move(waiting->done), {waiting->id, Speech::Outcome::Cancelled, {}, {}});
 }
 
 std::uint64_t EspeakSpeech::Speak(std::string text, std::size_t voiceIndex, Done done) {
@@ -115,7 +125,8 @@ std::uint64_t EspeakSpeech::Speak(std::string text, std::size_t voiceIndex, Done
     replaced = std::exchange(waiting_, Request{id, std::move(text), voiceIndex, std::move(done)});
   }
   wake_.notify_all();
-  if (replaced) Finish(std::move(replaced->done), {replaced->id, Speech::Outcome::Cancelled, {}, {}});
+  if (replaced)
+    Finish(std::move(replaced->done), {replaced->id, Speech::Outcome::Cancelled, {}, {}});
   return id;
 }
 
@@ -126,7 +137,8 @@ void EspeakSpeech::Cancel() {
     newest_ = 0;
     replaced = std::exchange(waiting_, std::nullopt);
   }
-  if (replaced) Finish(std::move(replaced->done), {replaced->id, Speech::Outcome::Cancelled, {}, {}});
+  if (replaced)
+    Finish(std::move(replaced->done), {replaced->id, Speech::Outcome::Cancelled, {}, {}});
 }
 
 void EspeakSpeech::Run() {
@@ -163,9 +175,8 @@ Speech EspeakSpeech::Synthesize(const Request& request) {
       return speech;
     }
     active = &synthesis;
-    const espeak_ERROR result =
-        espeak_Synth(request.text.c_str(), request.text.size() + 1, 0, POS_CHARACTER, 0,
-                     espeakCHARS_UTF8, nullptr, nullptr);
+    const espeak_ERROR result = espeak_Synth(request.text.c_str(), request.text.size() + 1, 0,
+                                             POS_CHARACTER, 0, espeakCHARS_UTF8, nullptr, nullptr);
     active = nullptr;
     if (result != EE_OK && !synthesis.cutOff) {
       speech.error = "espeak-ng could not speak the text";

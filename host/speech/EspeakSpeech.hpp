@@ -19,10 +19,11 @@ class EspeakSpeech final : public SpeechEngine {
   // program: a post to the event loop). Called from the worker thread, so it must be thread-safe.
   using Deliver = std::function<void(std::function<void()>)>;
 
-  // Starts espeak-ng and reads its voices; throws std::runtime_error when espeak-ng cannot start
-  // (no data folder).
+  // Starts espeak-ng and reads its voices, espeak-ng's English voice first (the instructions are
+  // English, and a fresh user speaks with voice 0); throws std::runtime_error when espeak-ng cannot
+  // start (no data folder).
   explicit EspeakSpeech(Deliver deliver);
-  // Cuts off the speech under way; requests not yet finished get no answer.
+  // Cuts off the speech under way; every request not yet answered is answered Cancelled.
   ~EspeakSpeech() override;
   EspeakSpeech(const EspeakSpeech&) = delete;
   EspeakSpeech& operator=(const EspeakSpeech&) = delete;

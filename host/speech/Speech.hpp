@@ -22,8 +22,8 @@ struct Speech {
 
   std::uint64_t request = 0;  // as returned by Speak
   Outcome outcome = Outcome::Failed;
-  std::string wav;            // a whole WAV file when spoken; empty otherwise
-  std::string error;          // why, when failed
+  std::string wav;    // a whole WAV file when spoken; empty otherwise
+  std::string error;  // why, when failed
 };
 
 class SpeechEngine {

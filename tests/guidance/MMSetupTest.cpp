@@ -17,9 +17,8 @@ const NumberLocale kComma{",", "."};
 
 struct GuidanceSettings : ::testing::Test {
   MMSetup Setup(const NumberLocale& locale) {
-    return MMSetup(folder.Path(), locale, [this](std::string_view text) {
-      reports.emplace_back(text);
-    });
+    return MMSetup(folder.Path(), locale,
+                   [this](std::string_view text) { reports.emplace_back(text); });
   }
   void WritePhraselogy(std::string_view bytes) {
     std::ofstream(folder.Path() / "phraselogy.ini", std::ios::binary) << bytes;
@@ -131,14 +130,25 @@ TEST_F(GuidanceSettings, SaveWritesEveryKeyInOrderAndTheLoadReadsItBackInBothNot
 
     const std::string text = orvo::testing::ReadFile(file);
     const char* const order[] = {
-        "gbGMSkip1stWp=False", "bgGuideUsingDist=True", "dgGuideLowDist=0.25",
-        "dgGuideHiDist=1.5", "dgGuideHiKnot=20.5", "bgGuideTTS=True", "lgGuideTTSVoice=3",
-        "giRouteCalc=2", "bgGuideAutoRecalcOn=True",
+        "gbGMSkip1stWp=False",
+        "bgGuideUsingDist=True",
+        "dgGuideLowDist=0.25",
+        "dgGuideHiDist=1.5",
+        "dgGuideHiKnot=20.5",
+        "bgGuideTTS=True",
+        "lgGuideTTSVoice=3",
+        "giRouteCalc=2",
+        "bgGuideAutoRecalcOn=True",
         locale.decimalSeparator == "," ? "dgGuideAutoRecalcThreshold=0,07"
                                        : "dgGuideAutoRecalcThreshold=0.07",
-        "dgGuideHiHour=0.01", "dgGuideLoHour=0.005", "lgGuideHide=45",
-        "geoDirectionOtherW=-", "geoDirectionWaypointW=\n", "geoActionOtherW=\n",
-        "geoActionOtherP=" , "geoActionTurnLeftW=/sounds/left.wav",
+        "dgGuideHiHour=0.01",
+        "dgGuideLoHour=0.005",
+        "lgGuideHide=45",
+        "geoDirectionOtherW=-",
+        "geoDirectionWaypointW=\n",
+        "geoActionOtherW=\n",
+        "geoActionOtherP=",
+        "geoActionTurnLeftW=/sounds/left.wav",
         "geoActionExitRoundaboutW=\ngeoActionExitRoundaboutP=/pictures/out.gif"};
     std::size_t at = 0;
     for (const char* line : order) {
@@ -174,12 +184,12 @@ TEST_F(GuidanceSettings, OldStoredTextsAndDamagedValuesAreReadOrFallBackToTheirD
     const char* stored;
     bool reported;
   } cases[] = {
-      {"gbGMSkip1stWp", "0", false},           // booleans as numbers ...
-      {"bgGuideTTS", "true", false},           // ... or in any case
-      {"bgGuideUsingDist", "maybe", true},     // default false
-      {"dgGuideHiKnot", "fast", true},         // default 34.7
-      {"dgGuideLowDist", "0,04", false},       // a comma user's old threshold-style text
-      {"giRouteCalc", "70000", true},          // does not fit 16 bits: default 0
+      {"gbGMSkip1stWp", "0", false},        // booleans as numbers ...
+      {"bgGuideTTS", "true", false},        // ... or in any case
+      {"bgGuideUsingDist", "maybe", true},  // default false
+      {"dgGuideHiKnot", "fast", true},      // default 34.7
+      {"dgGuideLowDist", "0,04", false},    // a comma user's old threshold-style text
+      {"giRouteCalc", "70000", true},       // does not fit 16 bits: default 0
       {"lgGuideHide", "12", false},
   };
   for (const auto& c : cases) store.SaveSetting(kGuidanceSection, c.key, c.stored);
@@ -247,8 +257,8 @@ TEST_F(GuidanceSettings, PhraselogyLinesSplitAtCrLfOnly) {
   } cases[] = {
       {"", {}},
       {"# comment=x\r\na=b=c\r\nno equals sign", {{"a", "b"}}},
-      {"  Bd  =  Boulevard  \r\nAv.=\r\nSt=   \r\n=orphan\r\n", {{"Bd", "Boulevard"}, {"Av.", " "},
-                                                          {"St", ""}, {"", "orphan"}}},
+      {"  Bd  =  Boulevard  \r\nAv.=\r\nSt=   \r\n=orphan\r\n",
+       {{"Bd", "Boulevard"}, {"Av.", " "}, {"St", ""}, {"", "orphan"}}},
       {"\r\n\r\n x = y", {{"x", "y"}}},
       // Bare line feeds are not line ends: the whole file is one line and one rule.
       {"a=b\nc=d", {{"a", "b\nc"}}},
@@ -299,7 +309,8 @@ TEST(Abbreviations, TheShippedPhraselogyMakesInstructionsReadRight) {
        " Turn left onto Sainte-Dévote toward Tunnel Louis the second"},
       {"Continue onto Promenade de la 1ère DFL (D 50)",
        " Continue onto Promenade de la première DFL (D 50)"},
-      {"Continue onto Rue Abdelkader for 1.2 km", " Continue onto Rue abdelkader for 1.2 kilometres"},
+      {"Continue onto Rue Abdelkader for 1.2 km",
+       " Continue onto Rue abdelkader for 1.2 kilometres"},
       {"Merge onto La Provençale (A 8) for 12 mi at 90 km/h",
        " Merge onto La Provençale (A8) for 12 miles at 90 kilometres per hour"},
       {"Turn right onto Avenue du 8 Mai 1945 toward Saint-Michel",
