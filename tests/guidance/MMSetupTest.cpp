@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <tuple>
 
 #include "guidance/MMSetup.hpp"
 #include "tests/BuildPaths.hpp"
@@ -15,6 +16,34 @@ using host::platform::NumberLocale;
 const NumberLocale kPoint{".", ","};
 const NumberLocale kComma{",", "."};
 
+// The thirteen scalars in one comparable value.
+auto Scalars(const MMSetup& s) {
+  return std::make_tuple(s.gbGMSkip1stWp, s.bgGuideUsingDist, s.dgGuideLowDist, s.dgGuideHiDist,
+                         s.dgGuideHiKnot, s.bgGuideTTS, s.lgGuideTTSVoice, s.bgGuideAutoRecalcOn,
+                         s.dgGuideAutoRecalcThreshold, s.dgGuideHiHour, s.dgGuideLoHour,
+                         s.giRouteCalc, s.lgGuideHide);
+}
+
+// Every scalar off its default, and some sounds and pictures.
+void ChangeAll(MMSetup& setup) {
+  setup.gbGMSkip1stWp = false;
+  setup.bgGuideUsingDist = true;
+  setup.dgGuideLowDist = 0.25;
+  setup.dgGuideHiDist = 1.5;
+  setup.dgGuideHiKnot = 20.5;
+  setup.bgGuideTTS = true;
+  setup.lgGuideTTSVoice = 3;
+  setup.bgGuideAutoRecalcOn = true;
+  setup.dgGuideAutoRecalcThreshold = 0.07;
+  setup.dgGuideHiHour = 0.01;
+  setup.dgGuideLoHour = 0.005;
+  setup.giRouteCalc = 2;
+  setup.lgGuideHide = 45;
+  setup.DirectionTypeTable[9].Wav = "";
+  setup.ActionTypeTable[3].Wav = "/sounds/left.wav";
+  setup.ActionTypeTable[12].Picture = "/pictures/out.gif";
+}
+
 struct GuidanceSettings : ::testing::Test {
   MMSetup Setup(const NumberLocale& locale) {
     return MMSetup(folder.Path(), locale,
@@ -28,78 +57,34 @@ struct GuidanceSettings : ::testing::Test {
   std::vector<std::string> reports;
 };
 
-TEST_F(GuidanceSettings, AFreshUserGetsTheFactoryValuesAndTheFixedTableTexts) {
+TEST_F(GuidanceSettings, AFreshUserGetsTheFactoryValuesMuteDirectionsAndTheShippedPictures) {
   MMSetup setup = Setup(kPoint);
-  setup.gbGMSkip1stWp = false;  // whatever was in memory, the load decides
-  setup.lgGuideHide = 5;
+  ChangeAll(setup);  // whatever was in memory, the load decides
   setup.LoadGuidanceSettings(store);
-  EXPECT_TRUE(setup.gbGMSkip1stWp);
-  EXPECT_FALSE(setup.bgGuideUsingDist);
-  EXPECT_EQ(setup.dgGuideLowDist, 0.03);
-  EXPECT_EQ(setup.dgGuideHiDist, 0.5);
-  EXPECT_EQ(setup.dgGuideHiKnot, 34.7);
-  EXPECT_FALSE(setup.bgGuideTTS);
-  EXPECT_EQ(setup.lgGuideTTSVoice, 0);
-  EXPECT_FALSE(setup.bgGuideAutoRecalcOn);
-  EXPECT_EQ(setup.dgGuideAutoRecalcThreshold, 0.05);
-  EXPECT_NEAR(setup.dgGuideHiHour * 3600, 30.24, 1e-9);
-  EXPECT_NEAR(setup.dgGuideLoHour * 3600, 15.12, 1e-9);
-  EXPECT_EQ(setup.giRouteCalc, 0);
-  EXPECT_EQ(setup.lgGuideHide, 30);
+  EXPECT_EQ(Scalars(setup), std::make_tuple(true, false, 0.03, 0.5, 34.7, false, 0, false, 0.05,
+                                            0.0084, 0.0042, std::int16_t{0}, 30));
+  EXPECT_NEAR(setup.dgGuideHiHour * 3600, 30.24, 1e-9);  // seconds ahead at high speed
   EXPECT_TRUE(reports.empty());
-
-  const struct {
-    std::size_t row;
-    const char* name;
-    const char* description;
-  } directions[] = {
-      {0, "Other", "Other"},
-      {3, "Start Of Day", "Beginning of day notation"},
-      {5, "Refuel", "Refuel notification"},
-      {8, "Warning",
-       "Warning about timetables, gate access, toll roads, tollbooths, or restricted turns"},
-      {9, "Waypoint", "Start, stop, or end point"},
-  };
-  for (const auto& d : directions) {
-    EXPECT_EQ(setup.DirectionTypeTable[d.row].Name, d.name);
-    EXPECT_EQ(setup.DirectionTypeTable[d.row].Description, d.description);
-  }
   for (std::size_t row = 0; row < kDirectionTypeRows; ++row)
     EXPECT_EQ(setup.DirectionTypeTable[row].Wav, "-") << row;
+  EXPECT_EQ(setup.DirectionTypeTable[8].Description,
+            "Warning about timetables, gate access, toll roads, tollbooths, or restricted turns");
   EXPECT_EQ(setup.DirectionTypeTable[10], GuidanceTypeEntry{});
-
-  const struct {
-    std::size_t row;
-    const char* name;
-    const char* description;
-    const char* picture;
-  } actions[] = {
-      {0, "Other", "Other actions", "Info.gif"},
-      {1, "Depart", "Depart from a stop or start point", "GreenLight.gif"},
-      {2, "Arrive", "Arrive at a stop or end point", "Target.gif"},
-      {3, "Turn left", "Turn left", "TurnLeft.gif"},
-      {4, "TurnRight", "Turn right", "TurnRight.gif"},
-      {5, "Bear Left", "Bear feft", "BearLeft.gif"},
-      {6, "Bear Right", "Bear right", "BearRight.gif"},
-      {7, "Merge", "Merge onto a highway or motorway, or limited-access road", "Merge.gif"},
-      {8, "Continue", "Continue traveling in the same direction as the previous instruction",
-       "Straight.gif"},
-      {9, "Cross Border", "Cross a border", "Info.gif"},
-      {10, "Turn Back", "Turn back to travel in the opposite direction as the previous instruction",
-       "UTurn.gif"},
-      {11, "Enter Roundabout", "Enter a roundabout", "InRoundabout.gif"},
-      {12, "Exit Roundabout", "Exit a roundabout", "ExRoundabout.gif"},
-  };
-  for (const auto& a : actions) {
-    const GuidanceTypeEntry& entry = setup.ActionTypeTable[a.row];
-    EXPECT_EQ(entry.Name, a.name);
-    EXPECT_EQ(entry.Description, a.description);
-    EXPECT_EQ(entry.Wav, "") << a.name;
-    EXPECT_EQ(entry.Picture, (folder.Path() / a.picture).string());
-    // Every default picture is shipped.
-    EXPECT_TRUE(fs::is_regular_file(fs::path(ORVO_SOURCE_DIR) / "data" / a.picture)) << a.picture;
-  }
   EXPECT_EQ(setup.ActionTypeTable[13], GuidanceTypeEntry{});
+  // The texts users have always seen, slips included.
+  EXPECT_EQ(setup.ActionTypeTable[3].Name, setup.ActionTypeTable[3].Description);
+  EXPECT_EQ(setup.ActionTypeTable[4].Name, "TurnRight");
+  EXPECT_EQ(setup.ActionTypeTable[5].Description, "Bear feft");
+  EXPECT_EQ(setup.ActionTypeTable[9].Picture, setup.ActionTypeTable[0].Picture);
+  const char* const pictures[kActionTypeRows] = {
+      "Info.gif",     "GreenLight.gif",   "Target.gif",      "TurnLeft.gif", "TurnRight.gif",
+      "BearLeft.gif", "BearRight.gif",    "Merge.gif",       "Straight.gif", "Info.gif",
+      "UTurn.gif",    "InRoundabout.gif", "ExRoundabout.gif"};
+  for (std::size_t row = 0; row < kActionTypeRows; ++row) {
+    EXPECT_EQ(setup.ActionTypeTable[row].Wav, "") << row;
+    EXPECT_EQ(setup.ActionTypeTable[row].Picture, (folder.Path() / pictures[row]).string());
+    EXPECT_TRUE(fs::is_regular_file(fs::path(ORVO_SOURCE_DIR) / "data" / pictures[row]));
+  }
 }
 
 // A user in a decimal-comma locale keeps the values in the store's "." notation, except the
@@ -110,22 +95,7 @@ TEST_F(GuidanceSettings, SaveWritesEveryKeyInOrderAndTheLoadReadsItBackInBothNot
     const fs::path file = folder.Path() / ("store" + locale.decimalSeparator + ".ini");
     settings::SettingsStore own(file);
     MMSetup setup = Setup(locale);
-    setup.gbGMSkip1stWp = false;
-    setup.bgGuideUsingDist = true;
-    setup.dgGuideLowDist = 0.25;
-    setup.dgGuideHiDist = 1.5;
-    setup.dgGuideHiKnot = 20.5;
-    setup.bgGuideTTS = true;
-    setup.lgGuideTTSVoice = 3;
-    setup.bgGuideAutoRecalcOn = true;
-    setup.dgGuideAutoRecalcThreshold = 0.07;
-    setup.dgGuideHiHour = 0.01;
-    setup.dgGuideLoHour = 0.005;
-    setup.giRouteCalc = 2;
-    setup.lgGuideHide = 45;
-    setup.DirectionTypeTable[9].Wav = "";
-    setup.ActionTypeTable[3].Wav = "/sounds/left.wav";
-    setup.ActionTypeTable[12].Picture = "/pictures/out.gif";
+    ChangeAll(setup);
     setup.SaveGuidanceSettings(own);
 
     const std::string text = orvo::testing::ReadFile(file);
@@ -159,19 +129,7 @@ TEST_F(GuidanceSettings, SaveWritesEveryKeyInOrderAndTheLoadReadsItBackInBothNot
 
     MMSetup loaded = Setup(locale);
     loaded.LoadGuidanceSettings(own);
-    EXPECT_FALSE(loaded.gbGMSkip1stWp);
-    EXPECT_TRUE(loaded.bgGuideUsingDist);
-    EXPECT_EQ(loaded.dgGuideLowDist, 0.25);
-    EXPECT_EQ(loaded.dgGuideHiDist, 1.5);
-    EXPECT_EQ(loaded.dgGuideHiKnot, 20.5);
-    EXPECT_TRUE(loaded.bgGuideTTS);
-    EXPECT_EQ(loaded.lgGuideTTSVoice, 3);
-    EXPECT_TRUE(loaded.bgGuideAutoRecalcOn);
-    EXPECT_EQ(loaded.dgGuideAutoRecalcThreshold, 0.07);
-    EXPECT_EQ(loaded.dgGuideHiHour, 0.01);
-    EXPECT_EQ(loaded.dgGuideLoHour, 0.005);
-    EXPECT_EQ(loaded.giRouteCalc, 2);
-    EXPECT_EQ(loaded.lgGuideHide, 45);
+    EXPECT_EQ(Scalars(loaded), Scalars(setup));
     EXPECT_EQ(loaded.DirectionTypeTable, setup.DirectionTypeTable);
     EXPECT_EQ(loaded.ActionTypeTable, setup.ActionTypeTable);
     EXPECT_TRUE(reports.empty()) << reports.front();
@@ -211,42 +169,17 @@ TEST_F(GuidanceSettings, OldStoredTextsAndDamagedValuesAreReadOrFallBackToTheirD
 
 TEST_F(GuidanceSettings, ResetAllRestoresTheFactoryValuesButKeepsFourAndHidesAfterTenSeconds) {
   MMSetup setup = Setup(kPoint);
-  setup.gbGMSkip1stWp = false;
-  setup.bgGuideUsingDist = true;
-  setup.dgGuideLowDist = 9;
-  setup.dgGuideHiDist = 9;
-  setup.dgGuideHiKnot = 9;
-  setup.bgGuideTTS = true;
-  setup.lgGuideTTSVoice = 9;
-  setup.bgGuideAutoRecalcOn = true;
-  setup.dgGuideAutoRecalcThreshold = 9;
-  setup.dgGuideHiHour = 9;
-  setup.dgGuideLoHour = 9;
-  setup.giRouteCalc = 9;
-  setup.lgGuideHide = 9;
-  for (auto& row : setup.DirectionTypeTable) row.Wav = "x.wav";
-  for (auto& row : setup.ActionTypeTable) row = {"n", "d", "x.wav", "x.gif"};
+  ChangeAll(setup);
+  for (auto& row : setup.ActionTypeTable) row.Picture = "x.gif";
   const MMSetup fresh = Setup(kPoint);
-
   setup.ResetGuidanceDefaults();
-  EXPECT_FALSE(setup.bgGuideUsingDist);
-  EXPECT_EQ(setup.dgGuideLowDist, 0.03);
-  EXPECT_EQ(setup.dgGuideHiDist, 0.5);
-  EXPECT_EQ(setup.dgGuideHiKnot, 34.7);
-  EXPECT_FALSE(setup.bgGuideTTS);
-  EXPECT_EQ(setup.lgGuideTTSVoice, 0);
-  EXPECT_EQ(setup.dgGuideHiHour, 0.0084);
-  EXPECT_EQ(setup.dgGuideLoHour, 0.0042);
-  EXPECT_EQ(setup.lgGuideHide, 10);
-  EXPECT_FALSE(setup.gbGMSkip1stWp);
-  EXPECT_TRUE(setup.bgGuideAutoRecalcOn);
-  EXPECT_EQ(setup.dgGuideAutoRecalcThreshold, 9);
-  EXPECT_EQ(setup.giRouteCalc, 9);
-  for (std::size_t row = 0; row < kDirectionTypeRows; ++row)
-    EXPECT_EQ(setup.DirectionTypeTable[row].Wav, "-");
-  for (std::size_t row = 0; row < kActionTypeRows; ++row) {
+  EXPECT_EQ(Scalars(setup), std::make_tuple(false, false, 0.03, 0.5, 34.7, false, 0, true, 0.07,
+                                            0.0084, 0.0042, std::int16_t{2}, 10));
+  EXPECT_EQ(setup.DirectionTypeTable, fresh.DirectionTypeTable);
+  for (std::size_t row = 0; row < kActionTypeSlots; ++row) {
     EXPECT_EQ(setup.ActionTypeTable[row].Wav, "");
-    EXPECT_EQ(setup.ActionTypeTable[row].Picture, fresh.ActionTypeTable[row].Picture);
+    EXPECT_EQ(setup.ActionTypeTable[row].Picture,
+              row < kActionTypeRows ? fresh.ActionTypeTable[row].Picture : "x.gif");
   }
 }
 
