@@ -1,0 +1,271 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <tuple>
+
+#include "guidance/MMSetup.hpp"
+#include "tests/BuildPaths.hpp"
+#include "tests/TestSupport.hpp"
+
+namespace orvo::guidance {
+namespace {
+
+namespace fs = std::filesystem;
+using host::platform::NumberLocale;
+
+const NumberLocale kPoint{".", ","};
+const NumberLocale kComma{",", "."};
+
+// The thirteen scalars in one comparable value.
+auto Scalars(const MMSetup& s) {
+  return std::make_tuple(s.gbGMSkip1stWp, s.bgGuideUsingDist, s.dgGuideLowDist, s.dgGuideHiDist,
+                         s.dgGuideHiKnot, s.bgGuideTTS, s.lgGuideTTSVoice, s.bgGuideAutoRecalcOn,
+                         s.dgGuideAutoRecalcThreshold, s.dgGuideHiHour, s.dgGuideLoHour,
+                         s.giRouteCalc, s.lgGuideHide);
+}
+
+// Every scalar off its default, and some sounds and pictures.
+void ChangeAll(MMSetup& setup) {
+  setup.gbGMSkip1stWp = false;
+  setup.bgGuideUsingDist = true;
+  setup.dgGuideLowDist = 0.25;
+  setup.dgGuideHiDist = 1.5;
+  setup.dgGuideHiKnot = 20.5;
+  setup.bgGuideTTS = true;
+  setup.lgGuideTTSVoice = 3;
+  setup.bgGuideAutoRecalcOn = true;
+  setup.dgGuideAutoRecalcThreshold = 0.07;
+  setup.dgGuideHiHour = 0.01;
+  setup.dgGuideLoHour = 0.005;
+  setup.giRouteCalc = 2;
+  setup.lgGuideHide = 45;
+  setup.DirectionTypeTable[9].Wav = "";
+  setup.ActionTypeTable[3].Wav = "/sounds/left.wav";
+  setup.ActionTypeTable[12].Picture = "/pictures/out.gif";
+}
+
+struct GuidanceSettings : ::testing::Test {
+  MMSetup Setup(const NumberLocale& locale) {
+    return MMSetup(folder.Path(), locale,
+                   [this](std::string_view text) { reports.emplace_back(text); });
+  }
+  void WritePhraselogy(std::string_view bytes) {
+    std::ofstream(folder.Path() / "phraselogy.ini", std::ios::binary) << bytes;
+  }
+  orvo::testing::TempFolder folder;
+  settings::SettingsStore store{folder.Path() / "ORVO" / "ORVO.ini"};
+  std::vector<std::string> reports;
+};
+
+TEST_F(GuidanceSettings, AFreshUserGetsTheFactoryValuesMuteDirectionsAndTheShippedPictures) {
+  MMSetup setup = Setup(kPoint);
+  ChangeAll(setup);  // whatever was in memory, the load decides
+  setup.LoadGuidanceSettings(store);
+  EXPECT_EQ(Scalars(setup), std::make_tuple(true, false, 0.03, 0.5, 34.7, false, 0, false, 0.05,
+                                            0.0084, 0.0042, std::int16_t{0}, 30));
+  EXPECT_NEAR(setup.dgGuideHiHour * 3600, 30.24, 1e-9);  // seconds ahead at high speed
+  EXPECT_TRUE(reports.empty());
+  for (std::size_t row = 0; row < kDirectionTypeRows; ++row)
+    EXPECT_EQ(setup.DirectionTypeTable[row].Wav, "-") << row;
+  EXPECT_EQ(setup.DirectionTypeTable[8].Description,
+            "Warning about timetables, gate access, toll roads, tollbooths, or restricted turns");
+  EXPECT_EQ(setup.DirectionTypeTable[10], GuidanceTypeEntry{});
+  EXPECT_EQ(setup.ActionTypeTable[13], GuidanceTypeEntry{});
+  // The texts users have always seen, slips included.
+  EXPECT_EQ(setup.ActionTypeTable[3].Name, setup.ActionTypeTable[3].Description);
+  EXPECT_EQ(setup.ActionTypeTable[4].Name, "TurnRight");
+  EXPECT_EQ(setup.ActionTypeTable[5].Description, "Bear feft");
+  EXPECT_EQ(setup.ActionTypeTable[9].Picture, setup.ActionTypeTable[0].Picture);
+  const char* const pictures[kActionTypeRows] = {
+      "Info.gif",     "GreenLight.gif",   "Target.gif",      "TurnLeft.gif", "TurnRight.gif",
+      "BearLeft.gif", "BearRight.gif",    "Merge.gif",       "Straight.gif", "Info.gif",
+      "UTurn.gif",    "InRoundabout.gif", "ExRoundabout.gif"};
+  for (std::size_t row = 0; row < kActionTypeRows; ++row) {
+    EXPECT_EQ(setup.ActionTypeTable[row].Wav, "") << row;
+    EXPECT_EQ(setup.ActionTypeTable[row].Picture, (folder.Path() / pictures[row]).string());
+    EXPECT_TRUE(fs::is_regular_file(fs::path(ORVO_SOURCE_DIR) / "data" / pictures[row]));
+  }
+}
+
+// A user in a decimal-comma locale keeps the values in the store's "." notation, except the
+// re-calculation threshold, which has always been written with the user's own separator.
+TEST_F(GuidanceSettings, SaveWritesEveryKeyInOrderAndTheLoadReadsItBackInBothNotations) {
+  for (const NumberLocale& locale : {kPoint, kComma}) {
+    SCOPED_TRACE("decimal separator " + locale.decimalSeparator);
+    const fs::path file = folder.Path() / ("store" + locale.decimalSeparator + ".ini");
+    settings::SettingsStore own(file);
+    MMSetup setup = Setup(locale);
+    ChangeAll(setup);
+    setup.SaveGuidanceSettings(own);
+
+    const std::string text = orvo::testing::ReadFile(file);
+    const char* const order[] = {
+        "gbGMSkip1stWp=False",
+        "bgGuideUsingDist=True",
+        "dgGuideLowDist=0.25",
+        "dgGuideHiDist=1.5",
+        "dgGuideHiKnot=20.5",
+        "bgGuideTTS=True",
+        "lgGuideTTSVoice=3",
+        "giRouteCalc=2",
+        "bgGuideAutoRecalcOn=True",
+        locale.decimalSeparator == "," ? "dgGuideAutoRecalcThreshold=0,07"
+                                       : "dgGuideAutoRecalcThreshold=0.07",
+        "dgGuideHiHour=0.01",
+        "dgGuideLoHour=0.005",
+        "lgGuideHide=45",
+        "geoDirectionOtherW=-",
+        "geoDirectionWaypointW=\n",
+        "geoActionOtherW=\n",
+        "geoActionOtherP=",
+        "geoActionTurnLeftW=/sounds/left.wav",
+        "geoActionExitRoundaboutW=\ngeoActionExitRoundaboutP=/pictures/out.gif"};
+    std::size_t at = 0;
+    for (const char* line : order) {
+      const auto found = text.find(line, at);
+      ASSERT_NE(found, std::string::npos) << line << " in order in\n" << text;
+      at = found;
+    }
+
+    MMSetup loaded = Setup(locale);
+    loaded.LoadGuidanceSettings(own);
+    EXPECT_EQ(Scalars(loaded), Scalars(setup));
+    EXPECT_EQ(loaded.DirectionTypeTable, setup.DirectionTypeTable);
+    EXPECT_EQ(loaded.ActionTypeTable, setup.ActionTypeTable);
+    EXPECT_TRUE(reports.empty()) << reports.front();
+  }
+}
+
+TEST_F(GuidanceSettings, OldStoredTextsAndDamagedValuesAreReadOrFallBackToTheirDefaults) {
+  const struct {
+    const char* key;
+    const char* stored;
+    bool reported;
+  } cases[] = {
+      {"gbGMSkip1stWp", "0", false},        // booleans as numbers ...
+      {"bgGuideTTS", "true", false},        // ... or in any case
+      {"bgGuideUsingDist", "maybe", true},  // default false
+      {"dgGuideHiKnot", "fast", true},      // default 34.7
+      {"dgGuideLowDist", "0,04", false},    // a comma user's old threshold-style text
+      {"giRouteCalc", "70000", true},       // does not fit 16 bits: default 0
+      {"lgGuideHide", "12", false},
+  };
+  for (const auto& c : cases) store.SaveSetting(kGuidanceSection, c.key, c.stored);
+  MMSetup setup = Setup(kComma);
+  setup.LoadGuidanceSettings(store);
+  EXPECT_FALSE(setup.gbGMSkip1stWp);
+  EXPECT_TRUE(setup.bgGuideTTS);
+  EXPECT_FALSE(setup.bgGuideUsingDist);
+  EXPECT_EQ(setup.dgGuideHiKnot, 34.7);
+  EXPECT_EQ(setup.dgGuideLowDist, 0.04);
+  EXPECT_EQ(setup.giRouteCalc, 0);
+  EXPECT_EQ(setup.lgGuideHide, 12);
+  ASSERT_EQ(reports.size(), 3u);
+  EXPECT_EQ(reports[0], "LoadGuidanceSettings: bgGuideUsingDist holds \"maybe\"; using 0");
+
+  EXPECT_EQ(setup.LocalizeDecimal("1.2.3"), "1,2,3");
+  EXPECT_EQ(Setup(kPoint).LocalizeDecimal("1.2"), "1.2");
+}
+
+TEST_F(GuidanceSettings, ResetAllRestoresTheFactoryValuesButKeepsFourAndHidesAfterTenSeconds) {
+  MMSetup setup = Setup(kPoint);
+  ChangeAll(setup);
+  for (auto& row : setup.ActionTypeTable) row.Picture = "x.gif";
+  const MMSetup fresh = Setup(kPoint);
+  setup.ResetGuidanceDefaults();
+  EXPECT_EQ(Scalars(setup), std::make_tuple(false, false, 0.03, 0.5, 34.7, false, 0, true, 0.07,
+                                            0.0084, 0.0042, std::int16_t{2}, 10));
+  EXPECT_EQ(setup.DirectionTypeTable, fresh.DirectionTypeTable);
+  for (std::size_t row = 0; row < kActionTypeSlots; ++row) {
+    EXPECT_EQ(setup.ActionTypeTable[row].Wav, "");
+    EXPECT_EQ(setup.ActionTypeTable[row].Picture,
+              row < kActionTypeRows ? fresh.ActionTypeTable[row].Picture : "x.gif");
+  }
+}
+
+TEST_F(GuidanceSettings, PhraselogyLinesSplitAtCrLfOnly) {
+  const struct {
+    const char* bytes;
+    std::vector<std::pair<std::string, std::string>> rules;
+  } cases[] = {
+      {"", {}},
+      {"# comment=x\r\na=b=c\r\nno equals sign", {{"a", "b"}}},
+      {"  Bd  =  Boulevard  \r\nAv.=\r\nSt=   \r\n=orphan\r\n",
+       {{"Bd", "Boulevard"}, {"Av.", " "}, {"St", ""}, {"", "orphan"}}},
+      {"\r\n\r\n x = y", {{"x", "y"}}},
+      // Bare line feeds are not line ends: the whole file is one line and one rule.
+      {"a=b\nc=d", {{"a", "b\nc"}}},
+      {"\tt\t=\tu\t", {{"\tt\t", "\tu\t"}}},
+  };
+  for (const auto& c : cases) {
+    WritePhraselogy(c.bytes);
+    MMSetup setup = Setup(kPoint);
+    setup.LoadGuidanceSettings(store);
+    std::vector<std::pair<std::string, std::string>> rules;
+    for (std::size_t i = 0; i < setup.Abbreviations.AbbrevCount(); ++i)
+      rules.emplace_back(setup.Abbreviations.AbbrevFrom[i], setup.Abbreviations.AbbrevTo[i]);
+    EXPECT_EQ(rules, c.rules) << c.bytes;
+  }
+  // No file, or one that cannot be read, leaves no rules; only the unreadable one is reported.
+  fs::remove(folder.Path() / "phraselogy.ini");
+  MMSetup setup = Setup(kPoint);
+  setup.LoadAbbreviations();
+  EXPECT_EQ(setup.Abbreviations.AbbrevCount(), 0u);
+  EXPECT_TRUE(reports.empty());
+  fs::create_directory(folder.Path() / "phraselogy.ini");
+  setup.LoadAbbreviations();
+  EXPECT_EQ(setup.Abbreviations.AbbrevCount(), 0u);
+  EXPECT_EQ(reports.size(), 1u);
+}
+
+// The shipped rules, on instructions as ORVO writes them with the names of Monaco and around.
+TEST(Abbreviations, TheShippedPhraselogyMakesInstructionsReadRight) {
+  const fs::path data = fs::path(ORVO_SOURCE_DIR) / "data";
+  const std::string bytes = orvo::testing::ReadFile(data / "phraselogy.ini");
+  for (std::size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', at + 1))
+    ASSERT_TRUE(at > 0 && bytes[at - 1] == '\r') << "a bare line feed at byte " << at;
+  MMSetup setup(data, kPoint);
+  setup.LoadAbbreviations();
+  EXPECT_GT(setup.Abbreviations.AbbrevCount(), 40u);
+  const struct {
+    const char* written;
+    const char* spoken;
+  } cases[] = {
+      {"Turn left onto Boulevard Albert 1er", " Turn left onto Boulevard Albert premier"},
+      {"At the roundabout take the 2nd exit onto Avenue de la Costa",
+       " At the roundabout take the 2nd exit onto Avenue de la Costa"},
+      {"Turn right onto Bd Charles III toward Monte-Carlo",
+       " Turn right onto Boulevard Charles the third toward Monte-Carlo"},
+      {"Bear left onto Av. Prince Albert Ier de Monaco",
+       " Bear left onto Avenue Prince Albert premier de Monaco"},
+      {"Turn left onto Ste-Dévote toward Tunnel Louis II",
+       " Turn left onto Sainte-Dévote toward Tunnel Louis the second"},
+      {"Continue onto Promenade de la 1ère DFL (D 50)",
+       " Continue onto Promenade de la première DFL (D 50)"},
+      {"Continue onto Rue Abdelkader for 1.2 km",
+       " Continue onto Rue abdelkader for 1.2 kilometres"},
+      {"Merge onto La Provençale (A 8) for 12 mi at 90 km/h",
+       " Merge onto La Provençale (A8) for 12 miles at 90 kilometres per hour"},
+      {"Turn right onto Avenue du 8 Mai 1945 toward Saint-Michel",
+       " Turn right onto Avenue du 8 Mai 1945 toward Saint-Michel"},
+      {"Turn left onto Rue Grimaldi in 500 ft", " Turn left onto Rue Grimaldi in 500 feet"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(setup.ApplyAbbreviations(c.written), c.spoken);
+}
+
+TEST(Abbreviations, RulesReplaceEveryOccurrenceInAnyCaseOneAfterAnother) {
+  AbbreviationList list;
+  EXPECT_EQ(list.Apply("Turn left"), " Turn left");
+  list.AbbrevFrom = {"bd", "boulevard", "N ", "xx"};
+  list.AbbrevTo = {"Boulevard", "Bvd", "North ", "x"};
+  // "Bd" becomes "Boulevard", which the second rule then sees; " N " only matches with its
+  // blank, which the leading blank supplies at the start; replacements are not scanned again.
+  EXPECT_EQ(list.Apply("BD Abdul, bD"), " Bvd ABvdul, Bvd");
+  EXPECT_EQ(list.Apply("N 7 to AN 8"), " North 7 to ANorth 8");
+  EXPECT_EQ(list.Apply("xxxx"), " xx");
+  EXPECT_EQ(ReplaceIgnoringCase("aaa", "", "b"), "aaa");
+  EXPECT_EQ(ReplaceIgnoringCase("éLAN Élan", "élan", "x"), "x Élan") << "ASCII case only";
+}
+
+}  // namespace
+}  // namespace orvo::guidance
