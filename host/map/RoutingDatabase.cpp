@@ -56,12 +56,6 @@ std::string Describe(const GeoPoint& point) {
   return text.str();
 }
 
-// Routino allocates waypoints with calloc and leaves freeing them to the caller.
-struct WaypointFree {
-  void operator()(Routino_Waypoint* waypoint) const { std::free(waypoint); }
-};
-using WaypointPointer = std::unique_ptr<Routino_Waypoint, WaypointFree>;
-
 struct RouteDelete {
   void operator()(Routino_Output* output) const { Routino_DeleteRoute(output); }
 };
@@ -92,21 +86,50 @@ RoutingDatabase::RoutingDatabase(const Region& region, const fs::path& routinoDa
     : RoutingDatabase(region.folder, region.routingPrefix, routinoData) {}
 
 RoutingDatabase::~RoutingDatabase() {
-  for (auto& [name, profile] : preferred_) std::free(profile);
+  FreeCaches();
   if (database_ != nullptr) Routino_UnloadDatabase(database_);
+}
+
+void RoutingDatabase::FreeCaches() noexcept {
+  for (const KnownWaypoint& known : knownWaypoints_) std::free(known.waypoint);
+  knownWaypoints_.clear();
+  for (auto& [name, profile] : preferred_) std::free(profile);
+  preferred_.clear();
 }
 
 RoutingDatabase::RoutingDatabase(RoutingDatabase&& other) noexcept
     : database_(std::exchange(other.database_, nullptr)),
+      knownWaypoints_(std::exchange(other.knownWaypoints_, {})),
       preferred_(std::exchange(other.preferred_, {})) {}
 
 RoutingDatabase& RoutingDatabase::operator=(RoutingDatabase&& other) noexcept {
   if (this == &other) return *this;
-  for (auto& [name, profile] : preferred_) std::free(profile);
+  FreeCaches();
   if (database_ != nullptr) Routino_UnloadDatabase(database_);
   database_ = std::exchange(other.database_, nullptr);
+  knownWaypoints_ = std::exchange(other.knownWaypoints_, {});
   preferred_ = std::exchange(other.preferred_, {});
   return *this;
+}
+
+Routino_Waypoint* RoutingDatabase::NearestRoad(const GeoPoint& location,
+                                               Routino_Profile* profile) const {
+  for (const KnownWaypoint& known : knownWaypoints_)
+    if (known.profile == profile &&
+        known.location.latitudeDegrees == location.latitudeDegrees &&
+        known.location.longitudeDegrees == location.longitudeDegrees)
+      return known.waypoint;
+  Routino_Waypoint* waypoint =
+      Routino_FindWaypoint(database_, profile, location.latitudeDegrees, location.longitudeDegrees);
+  if (waypoint == nullptr) return nullptr;
+  // A handful is plenty: a route's waypoints and the targets guidance comes back to.
+  constexpr std::size_t kMostKnown = 64;
+  if (knownWaypoints_.size() == kMostKnown) {
+    std::free(knownWaypoints_.front().waypoint);
+    knownWaypoints_.erase(knownWaypoints_.begin());
+  }
+  knownWaypoints_.push_back({location, profile, waypoint});
+  return waypoint;
 }
 
 std::vector<std::string> RoutingDatabase::ProfileNames() const {
@@ -180,18 +203,15 @@ Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::strin
   const std::string name(profileName);
   Routino_Profile* profile = ProfileFor(name, preference);
 
-  std::vector<WaypointPointer> owned;
   std::vector<Routino_Waypoint*> found;
   for (std::size_t index = 0; index < waypoints.size(); ++index) {
     const GeoPoint& point = waypoints[index];
-    WaypointPointer waypoint(
-        Routino_FindWaypoint(database_, profile, point.latitudeDegrees, point.longitudeDegrees));
-    if (!waypoint)
+    Routino_Waypoint* waypoint = NearestRoad(point, profile);
+    if (waypoint == nullptr)
       throw RoutingError("waypoint " + std::to_string(index + 1) + " (" + Describe(point) +
                          ") has no road near it that a " + name + " may use",
                          RoutingError::Reason::NoRoadNear, static_cast<int>(index + 1));
-    found.push_back(waypoint.get());
-    owned.push_back(std::move(waypoint));
+    found.push_back(waypoint);
   }
 
   const int options =

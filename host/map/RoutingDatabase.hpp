@@ -99,7 +99,20 @@ class RoutingDatabase {
   // PROFILE, or for Preferred its copy that favours major roads, fitted to this database.
   Routino_Profile* ProfileFor(const std::string& profile, RoutePreference preference) const;
 
+  // The road point nearest LOCATION for PROFILE, found once and kept: finding it costs Routino
+  // more than the route itself, and the same waypoints are routed again and again (every
+  // re-calculation towards the same target, optimising the stops). Null when there is none.
+  Routino_Waypoint* NearestRoad(const GeoPoint& location, Routino_Profile* profile) const;
+  void FreeCaches() noexcept;
+
+  struct KnownWaypoint {
+    GeoPoint location;
+    Routino_Profile* profile;
+    Routino_Waypoint* waypoint;
+  };
+
   Routino_Database* database_ = nullptr;
+  mutable std::vector<KnownWaypoint> knownWaypoints_;  // oldest first
   // The Preferred copies, made on first use and freed with the database.
   mutable std::vector<std::pair<std::string, Routino_Profile*>> preferred_;
 };
