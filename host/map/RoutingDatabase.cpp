@@ -114,11 +114,15 @@ RoutingDatabase& RoutingDatabase::operator=(RoutingDatabase&& other) noexcept {
 
 Routino_Waypoint* RoutingDatabase::NearestRoad(const GeoPoint& location,
                                                Routino_Profile* profile) const {
-  for (const KnownWaypoint& known : knownWaypoints_)
-    if (known.profile == profile &&
-        known.location.latitudeDegrees == location.latitudeDegrees &&
-        known.location.longitudeDegrees == location.longitudeDegrees)
-      return known.waypoint;
+  const auto known = std::find_if(knownWaypoints_.begin(), knownWaypoints_.end(), [&](const auto& k) {
+    return k.profile == profile && k.location.latitudeDegrees == location.latitudeDegrees &&
+           k.location.longitudeDegrees == location.longitudeDegrees;
+  });
+  if (known != knownWaypoints_.end()) {
+    // The most recently used last, so that a target stays while the car's positions come and go.
+    std::rotate(known, known + 1, knownWaypoints_.end());
+    return knownWaypoints_.back().waypoint;
+  }
   Routino_Waypoint* waypoint =
       Routino_FindWaypoint(database_, profile, location.latitudeDegrees, location.longitudeDegrees);
   if (waypoint == nullptr) return nullptr;

@@ -112,7 +112,7 @@ class RoutingDatabase {
   };
 
   Routino_Database* database_ = nullptr;
-  mutable std::vector<KnownWaypoint> knownWaypoints_;  // oldest first
+  mutable std::vector<KnownWaypoint> knownWaypoints_;  // least recently used first
   // The Preferred copies, made on first use and freed with the database.
   mutable std::vector<std::pair<std::string, Routino_Profile*>> preferred_;
 };
