@@ -61,10 +61,14 @@ int RunRoute(const Arguments& arguments) {
     };
     if (argument == "--preference") {
       const auto name = value();
-      if (name == "quickest") preference = SegmentPreference::Quickest;
-      else if (name == "shortest") preference = SegmentPreference::Shortest;
-      else if (name == "preferred") preference = SegmentPreference::Preferred;
-      else return Usage("--preference is quickest, shortest or preferred");
+      if (name == "quickest")
+        preference = SegmentPreference::Quickest;
+      else if (name == "shortest")
+        preference = SegmentPreference::Shortest;
+      else if (name == "preferred")
+        preference = SegmentPreference::Preferred;
+      else
+        return Usage("--preference is quickest, shortest or preferred");
     } else if (argument == "--unit") {
       const auto unit = value();
       if (unit != "km" && unit != "mi") return Usage("--unit is km or mi");
@@ -96,8 +100,7 @@ int RunRoute(const Arguments& arguments) {
         {"time", route.timeSeconds},
         {"unit", miles ? "mi" : "km"},
         {"directions", DirectionsToJson(ScaledDirections(route.directions, factor))}};
-    std::cout << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
-              << '\n';
+    std::cout << json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
     return std::cout ? 0 : kFailed;
   } catch (const std::exception& error) {
     std::cerr << "orvo route: " << error.what() << '\n';

@@ -1,7 +1,8 @@
 // Route calculation across Monaco with the region's database loaded: Routino alone (between
-// known waypoints, and from a new position each time), and the whole of ORVO's calculation (both legs of a route with a stop, the directions written). For
-// comparison, `routino-router` on the same pairs, which loads the database for every route.
-// Target: under 1 ms a route. Needs the Monaco region (`make region`).
+// known waypoints, and from a new position each time), and the whole of ORVO's calculation (both
+// legs of a route with a stop, the directions written). For comparison, `routino-router` on the
+// same pairs, which loads the database for every route. Target: under 1 ms a route. Needs the
+// Monaco region (`make region`).
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -30,7 +31,8 @@ void RoutinoRoute(benchmark::State& state) {
   const auto& [from, to] = kPairs[static_cast<std::size_t>(state.range(0))];
   const GeoPoint points[] = {from, to};
   for (auto _ : state)
-    benchmark::DoNotOptimize(Database().Calculate(points, kRoutingProfile, RoutePreference::Quickest));
+    benchmark::DoNotOptimize(
+        Database().Calculate(points, kRoutingProfile, RoutePreference::Quickest));
 }
 BENCHMARK(RoutinoRoute)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
 
@@ -41,7 +43,8 @@ void RoutinoRouteFromANewPosition(benchmark::State& state) {
   GeoPoint points[] = {from, to};
   for (auto _ : state) {
     points[0].latitudeDegrees += 1e-7;
-    benchmark::DoNotOptimize(Database().Calculate(points, kRoutingProfile, RoutePreference::Quickest));
+    benchmark::DoNotOptimize(
+        Database().Calculate(points, kRoutingProfile, RoutePreference::Quickest));
   }
 }
 BENCHMARK(RoutinoRouteFromANewPosition)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);

@@ -76,7 +76,7 @@ std::vector<std::size_t> BestStopOrder(const std::vector<std::vector<double>>& c
   }
   for (bool improved = true; improved;) {
     improved = false;
-    for (std::size_t first = 1; first + 1 < count; ++first)
+    for (std::size_t first = 1; first + 1 < count; ++first) {
       for (std::size_t last = first + 1; last + 1 < count; ++last) {
         std::vector<std::size_t> candidate = order;
         std::reverse(candidate.begin() + static_cast<std::ptrdiff_t>(first),
@@ -86,6 +86,7 @@ std::vector<std::size_t> BestStopOrder(const std::vector<std::vector<double>>& c
           improved = true;
         }
       }
+    }
   }
   return order;
 }
@@ -160,9 +161,10 @@ void DocumentRoute::Optimize() {
   const std::size_t count = waypoints.size();
   std::vector<std::vector<double>> cost(count, std::vector<double>(count, 0.0));
   std::optional<RouteError> failure;
-  for (std::size_t from = 0; from < count; ++from)
+  for (std::size_t from = 0; from < count; ++from) {
     for (std::size_t to = 0; to < count; ++to) {
-      if (from == to || to == 0 || from + 1 == count) continue;  // never into the start or out of the end
+      // Never into the start or out of the end.
+      if (from == to || to == 0 || from + 1 == count) continue;
       const GeoPoint pair[] = {waypoints[from].location, waypoints[to].location};
       try {
         const Route leg =
@@ -175,6 +177,7 @@ void DocumentRoute::Optimize() {
         if (!failure) failure = Explain(error, waypoints[from], waypoints[to]);
       }
     }
+  }
   const std::vector<std::size_t> order = BestStopOrder(cost);
   double total = 0.0;
   for (std::size_t index = 1; index < order.size(); ++index)

@@ -206,8 +206,7 @@ void MapDocument::LoadPlan() {
     optimized = sqlite3_column_int(state.get(), 0) != 0;
     if (sqlite3_column_type(state.get(), 1) != SQLITE_NULL) {
       // A calculation that cannot be read is dropped: the route is calculated again.
-      const nlohmann::json json =
-          nlohmann::json::parse(ColumnText(state.get(), 1), nullptr, false);
+      const nlohmann::json json = nlohmann::json::parse(ColumnText(state.get(), 1), nullptr, false);
       try {
         if (!json.is_discarded()) calculation = CalculationFromJson(json);
       } catch (const RouteError&) {

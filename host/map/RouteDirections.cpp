@@ -13,10 +13,19 @@ namespace {
 // Routino names a road without a name after its kind; such a name says too little to be read
 // out as "onto primary road".
 bool IsKindName(std::string_view name) {
-  static constexpr std::array<std::string_view, 13> kKinds = {
-      "motorway",          "trunk road",    "primary road", "secondary road", "tertiary road",
-      "unclassified road", "residential road", "service road", "track",       "cycleway",
-      "path",              "steps",         "ferry"};
+  static constexpr std::array<std::string_view, 13> kKinds = {"motorway",
+                                                              "trunk road",
+                                                              "primary road",
+                                                              "secondary road",
+                                                              "tertiary road",
+                                                              "unclassified road",
+                                                              "residential road",
+                                                              "service road",
+                                                              "track",
+                                                              "cycleway",
+                                                              "path",
+                                                              "steps",
+                                                              "ferry"};
   return name.empty() || std::find(kKinds.begin(), kKinds.end(), name) != kKinds.end();
 }
 
@@ -92,8 +101,8 @@ class LegWriter {
     while (next + 1 < leg_.points.size() && leg_.points[next].name.empty()) ++next;
     if (next >= leg_.points.size()) return false;
     const double hours = (leg_.points[next].timeSeconds - from.timeSeconds) / 3600.0;
-    return hours > 0.0 && (leg_.points[next].distanceKm - from.distanceKm) / hours >=
-                              kMotorwayKmPerHour;
+    return hours > 0.0 &&
+           (leg_.points[next].distanceKm - from.distanceKm) / hours >= kMotorwayKmPerHour;
   }
 
   // The exit a roundabout entered at INDEX is left by, counting the exits passed.
@@ -118,8 +127,8 @@ class LegWriter {
     switch (point.kind) {
       case RoutePointKind::UTurn:
         direction.action = DirectionAction::TurnBack;
-        direction.text = name == road_ || IsKindName(name) ? "Make a U-turn"
-                                                           : "Make a U-turn" + Onto(name);
+        direction.text =
+            name == road_ || IsKindName(name) ? "Make a U-turn" : "Make a U-turn" + Onto(name);
         return true;
       case RoutePointKind::RoundaboutEntry: {
         direction.action = DirectionAction::EnterRoundabout;
@@ -154,7 +163,8 @@ class LegWriter {
     if (bend == Bend::Straight && sameRoad) return false;  // nothing for the driver to do
     if (!wasFast && IsFast(index) && bend != Bend::Turn && bend != Bend::Sharp) {
       direction.action = DirectionAction::Merge;
-      direction.text = "Merge" + (IsKindName(name) ? std::string(" onto the motorway") : Onto(name));
+      direction.text =
+          "Merge" + (IsKindName(name) ? std::string(" onto the motorway") : Onto(name));
       return true;
     }
     const std::string side = left ? "left" : "right";
@@ -210,15 +220,16 @@ RouteCalculation BuildDirections(std::span<const Waypoint> waypoints, std::span<
 
     Direction top;
     top.type = DirectionType::Waypoint;
-    top.location = last ? legs.back().points.back().location : leg->points.front().location;
+    top.location =
+        leg == nullptr ? legs.back().points.back().location : leg->points.front().location;
     top.timeSeconds = seconds;
     if (index == 0) {
       top.action = DirectionAction::Depart;
-      top.text = "Depart from " + waypoint.name + " and " + HeadOff(*leg);
+      top.text = "Depart from " + waypoint.name + " and " + HeadOff(legs.front());
     } else {
       top.action = DirectionAction::Arrive;
       top.text = (last ? "Arrive at " : "Stop at ") + waypoint.name;
-      if (!last) top.text += ", then " + HeadOff(*leg);
+      if (leg != nullptr) top.text += ", then " + HeadOff(*leg);
     }
     if (!last) top.target = waypoints[index + 1].name;
     kmAt.push_back(km);

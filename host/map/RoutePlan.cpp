@@ -23,10 +23,11 @@ Waypoint& RoutePlan::At(std::size_t position) {
 }
 
 void RoutePlan::RetypeAll() {
-  for (std::size_t position = 0; position < waypoints_.size(); ++position)
+  for (std::size_t position = 0; position < waypoints_.size(); ++position) {
     waypoints_[position].type = position == 0                       ? WaypointType::Start
                                 : position + 1 == waypoints_.size() ? WaypointType::End
                                                                     : WaypointType::Stop;
+  }
 }
 
 void RoutePlan::WaypointsChanged() {
@@ -68,13 +69,14 @@ void RoutePlan::Move(std::size_t from, std::size_t to) {
   At(to);
   if (from == to) return;
   const auto first = waypoints_.begin();
-  if (from < to)
-    std::rotate(first + static_cast<std::ptrdiff_t>(from),
-                first + static_cast<std::ptrdiff_t>(from) + 1,
-                first + static_cast<std::ptrdiff_t>(to) + 1);
-  else
-    std::rotate(first + static_cast<std::ptrdiff_t>(to), first + static_cast<std::ptrdiff_t>(from),
-                first + static_cast<std::ptrdiff_t>(from) + 1);
+  const auto at = [first](std::size_t position) {
+    return first + static_cast<std::ptrdiff_t>(position);
+  };
+  if (from < to) {
+    std::rotate(at(from), at(from) + 1, at(to) + 1);
+  } else {
+    std::rotate(at(to), at(from), at(from) + 1);
+  }
   WaypointsChanged();
 }
 
@@ -135,9 +137,9 @@ void RoutePlan::Reorder(const std::vector<std::size_t>& order) {
   std::vector<std::size_t> sorted = order;
   std::sort(sorted.begin(), sorted.end());
   bool valid = sorted.size() == waypoints_.size();
-  for (std::size_t index = 0; valid && index < sorted.size(); ++index) valid = sorted[index] == index;
-  if (!valid)
-    throw RouteError("a new order must name every waypoint once");
+  for (std::size_t index = 0; valid && index < sorted.size(); ++index)
+    valid = sorted[index] == index;
+  if (!valid) throw RouteError("a new order must name every waypoint once");
   if (std::is_sorted(order.begin(), order.end())) return;
   std::vector<Waypoint> reordered;
   reordered.reserve(order.size());

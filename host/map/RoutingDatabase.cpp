@@ -114,10 +114,11 @@ RoutingDatabase& RoutingDatabase::operator=(RoutingDatabase&& other) noexcept {
 
 Routino_Waypoint* RoutingDatabase::NearestRoad(const GeoPoint& location,
                                                Routino_Profile* profile) const {
-  const auto known = std::find_if(knownWaypoints_.begin(), knownWaypoints_.end(), [&](const auto& k) {
-    return k.profile == profile && k.location.latitudeDegrees == location.latitudeDegrees &&
-           k.location.longitudeDegrees == location.longitudeDegrees;
-  });
+  const auto known =
+      std::find_if(knownWaypoints_.begin(), knownWaypoints_.end(), [&](const auto& k) {
+        return k.profile == profile && k.location.latitudeDegrees == location.latitudeDegrees &&
+               k.location.longitudeDegrees == location.longitudeDegrees;
+      });
   if (known != knownWaypoints_.end()) {
     // The most recently used last, so that a target stays while the car's positions come and go.
     std::rotate(known, known + 1, knownWaypoints_.end());
@@ -170,8 +171,8 @@ Routino_Profile* RoutingDatabase::ProfileFor(const std::string& name,
       if (user == nullptr) throw RoutingError("cannot copy the routing profile \"" + name + "\"");
       const float best = user->highway[ROUTINO_HIGHWAY_MOTORWAY];
       const std::pair<int, float> weights[] = {
-          {ROUTINO_HIGHWAY_TRUNK, 1.0F},       {ROUTINO_HIGHWAY_PRIMARY, 1.0F},
-          {ROUTINO_HIGHWAY_SECONDARY, 0.8F},   {ROUTINO_HIGHWAY_TERTIARY, 0.5F},
+          {ROUTINO_HIGHWAY_TRUNK, 1.0F},        {ROUTINO_HIGHWAY_PRIMARY, 1.0F},
+          {ROUTINO_HIGHWAY_SECONDARY, 0.8F},    {ROUTINO_HIGHWAY_TERTIARY, 0.5F},
           {ROUTINO_HIGHWAY_UNCLASSIFIED, 0.3F}, {ROUTINO_HIGHWAY_RESIDENTIAL, 0.2F},
           {ROUTINO_HIGHWAY_SERVICE, 0.1F}};
       for (const auto& [highway, weight] : weights)
@@ -211,10 +212,11 @@ Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::strin
   for (std::size_t index = 0; index < waypoints.size(); ++index) {
     const GeoPoint& point = waypoints[index];
     Routino_Waypoint* waypoint = NearestRoad(point, profile);
-    if (waypoint == nullptr)
+    if (waypoint == nullptr) {
       throw RoutingError("waypoint " + std::to_string(index + 1) + " (" + Describe(point) +
-                         ") has no road near it that a " + name + " may use",
+                             ") has no road near it that a " + name + " may use",
                          RoutingError::Reason::NoRoadNear, static_cast<int>(index + 1));
+    }
     found.push_back(waypoint);
   }
 
@@ -229,7 +231,7 @@ Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::strin
     if (error >= ROUTINO_ERROR_NO_ROUTE_1) {
       const int from = error - ROUTINO_ERROR_NO_ROUTE_1 + 1;
       throw RoutingError("no route for a " + name + " between waypoint " + std::to_string(from) +
-                         " and waypoint " + std::to_string(from + 1),
+                             " and waypoint " + std::to_string(from + 1),
                          RoutingError::Reason::NoRoute, from + 1);
     }
     throw RoutingError("Routino could not calculate the route (error " + std::to_string(error) +

@@ -76,8 +76,9 @@ class MonacoRoute : public ::testing::Test {
       if (index > 0) {
         EXPECT_GE(direction.timeSeconds, flat[index - 1]->timeSeconds);
       }
-      const bool top = std::any_of(tree.begin(), tree.end(),
-                                   [&](const Direction& waypoint) { return &waypoint == &direction; });
+      const bool top = std::any_of(tree.begin(), tree.end(), [&](const Direction& waypoint) {
+        return &waypoint == &direction;
+      });
       EXPECT_EQ(direction.type, top ? DirectionType::Waypoint : DirectionType::Driving)
           << direction.text;
       if (!top) {
@@ -95,12 +96,12 @@ class MonacoRoute : public ::testing::Test {
   orvo::testing::TempFolder folder_;
   MapHost host_{folder_.Path()};
   std::optional<RoutingDatabase> database_;
-  DocumentRoute route_{host_, [this]() -> RoutingDatabase& {
-                         if (!database_)
-                           database_.emplace(OpenRegion(
-                               "monaco", testing::SharedMonaco::Get().RegionsFolder()));
-                         return *database_;
-                       }};
+  DocumentRoute route_{
+      host_, [this]() -> RoutingDatabase& {
+        if (!database_)
+          database_.emplace(OpenRegion("monaco", testing::SharedMonaco::Get().RegionsFolder()));
+        return *database_;
+      }};
   int events_ = 0;
   bool calculatedDuringEvent_ = false;
 };
@@ -142,8 +143,7 @@ TEST_F(MonacoRoute, KnownJunctionsGetTheirActions) {
   route_.Calculate();
   std::map<std::string, DirectionAction> actions;
   const std::vector<Direction> tree = route_.Directions();
-  for (const Direction& direction : tree[0].nested)
-    actions[direction.text] = direction.action;
+  for (const Direction& direction : tree[0].nested) actions[direction.text] = direction.action;
   const std::vector<std::pair<std::string, DirectionAction>> expected = {
       {"Turn left onto Boulevard des Moulins", DirectionAction::TurnLeft},
       {"Turn right onto Avenue Princesse Alice", DirectionAction::TurnRight},
@@ -175,8 +175,11 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
       {"type", [&] { route_.SetWaypointType(1, WaypointType::End); }},
       {"preference", [&] { route_.SetSegmentPreference(0, SegmentPreference::Shortest); }},
       {"departure", [&] { route_.SetPreferredDeparture(0, 60.0); }},
-      {"optimize", [&] {
-         Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}, {"Port", kPortHercule},
+      {"optimize",
+       [&] {
+         Plan({{"Casino", kCasino},
+               {"Fontvieille", kFontvieille},
+               {"Port", kPortHercule},
                {"Fontvieille west", {43.7270, 7.4120}}});
          route_.Calculate();
          route_.Optimize();
@@ -194,7 +197,9 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
 
 TEST_F(MonacoRoute, BestOrderOfTheStops) {
   // Fontvieille before the port makes the drive double back.
-  Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}, {"Port", kPortHercule},
+  Plan({{"Casino", kCasino},
+        {"Fontvieille", kFontvieille},
+        {"Port", kPortHercule},
         {"Fontvieille west", {43.7270, 7.4120}}});
   EXPECT_FALSE(route_.IsOptimized());
   route_.Optimize();
@@ -222,17 +227,17 @@ TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
 TEST(RouteCommand, PrintsTheDirectionsAsJsonAndFailsClearly) {
   const orvo::testing::Environment environment{
       {"XDG_DATA_HOME", testing::SharedMonaco::Get().DataHome().string()}};
-  const auto run = orvo::testing::RunOrvo(
-      {"route", "43.7397,7.4275", "43.7347,7.4214", "43.7285,7.4150", "--unit", "mi",
-       "--preference", "shortest"},
-      environment);
+  const auto run =
+      orvo::testing::RunOrvo({"route", "43.7397,7.4275", "43.7347,7.4214", "43.7285,7.4150",
+                              "--unit", "mi", "--preference", "shortest"},
+                             environment);
   ASSERT_EQ(run.exitCode, 0) << run.err;
   const nlohmann::json json = nlohmann::json::parse(run.out);
   EXPECT_EQ(json["unit"], "mi");
   ASSERT_EQ(json["directions"].size(), 3u);
   const nlohmann::json& first = json["directions"][0];
-  for (const char* key : {"text", "target", "action", "type", "location", "distance", "time",
-                          "nested"})
+  for (const char* key :
+       {"text", "target", "action", "type", "location", "distance", "time", "nested"})
     EXPECT_TRUE(first.contains(key)) << key;
   EXPECT_EQ(first["action"], 1);
   EXPECT_EQ(first["type"], 9);

@@ -28,15 +28,23 @@ TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
       {"move the end to the front", [](RoutePlan& p) { p.Move(3, 0); }, {"D", "A", "B", "C"}},
       {"move the start back", [](RoutePlan& p) { p.Move(0, 2); }, {"B", "C", "A", "D"}},
       {"delete a stop", [](RoutePlan& p) { p.Delete(1); }, {"A", "C", "D"}},
-      {"a stop becomes the start", [](RoutePlan& p) { p.SetType(2, WaypointType::Start); },
+      {"a stop becomes the start",
+       [](RoutePlan& p) { p.SetType(2, WaypointType::Start); },
        {"C", "A", "B", "D"}},
-      {"the start becomes the end", [](RoutePlan& p) { p.SetType(0, WaypointType::End); },
+      {"the start becomes the end",
+       [](RoutePlan& p) { p.SetType(0, WaypointType::End); },
        {"B", "C", "D", "A"}},
-      {"the start becomes a stop", [](RoutePlan& p) { p.SetType(0, WaypointType::Stop); },
+      {"the start becomes a stop",
+       [](RoutePlan& p) { p.SetType(0, WaypointType::Stop); },
        {"B", "A", "C", "D"}},
-      {"the end becomes a stop", [](RoutePlan& p) { p.SetType(3, WaypointType::Stop); },
+      {"the end becomes a stop",
+       [](RoutePlan& p) { p.SetType(3, WaypointType::Stop); },
        {"A", "B", "D", "C"}},
-      {"reorder", [](RoutePlan& p) { p.Reorder({0, 2, 1, 3}); }, {"A", "C", "B", "D"}},
+      {"reorder",
+       [](RoutePlan& p) {
+         p.Reorder({0, 2, 1, 3});
+       },
+       {"A", "C", "B", "D"}},
       {"an unnamed waypoint takes the lowest free number",
        [](RoutePlan& p) {
          p.Add({43.7, 7.4}, "");
@@ -128,12 +136,22 @@ TEST_F(RouteDocument, TheRouteSurvivesReopeningAndOlderDocumentsGainOne) {
     calculation.distanceKm = 2.5;
     calculation.timeSeconds = 120;
     calculation.path = {{43.7397, 7.4275}, {43.7285, 7.4150}};
-    calculation.directions.push_back({"Depart from Casino", "Fontvieille",
-                                      DirectionAction::Depart, DirectionType::Waypoint,
-                                      {43.7397, 7.4275}, 2.5, 0, {}});
-    calculation.directions.back().nested.push_back(
-        {"Turn left onto Rue Grimaldi", "", DirectionAction::TurnLeft, DirectionType::Driving,
-         {43.73, 7.42}, 1.0, 60, {}});
+    calculation.directions.push_back({"Depart from Casino",
+                                      "Fontvieille",
+                                      DirectionAction::Depart,
+                                      DirectionType::Waypoint,
+                                      {43.7397, 7.4275},
+                                      2.5,
+                                      0,
+                                      {}});
+    calculation.directions.back().nested.push_back({"Turn left onto Rue Grimaldi",
+                                                    "",
+                                                    DirectionAction::TurnLeft,
+                                                    DirectionType::Driving,
+                                                    {43.73, 7.42},
+                                                    1.0,
+                                                    60,
+                                                    {}});
     plan.SetCalculation(calculation);
     host.ActiveMap()->Flush();
     // Another process reads the flushed route.
