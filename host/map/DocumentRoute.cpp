@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <limits>
+#include <memory>
 #include <numeric>
 
 #include "host/map/MapGeometry.hpp"
@@ -89,6 +90,16 @@ std::vector<std::size_t> BestStopOrder(const std::vector<std::vector<double>>& c
     }
   }
   return order;
+}
+
+std::function<RoutingDatabase&()> RegionRouter(std::string name,
+                                               std::filesystem::path regionsFolder) {
+  auto database = std::make_shared<std::optional<RoutingDatabase>>();
+  return [database, name = std::move(name),
+          regionsFolder = std::move(regionsFolder)]() -> RoutingDatabase& {
+    if (!*database) database->emplace(OpenRegion(name, regionsFolder));
+    return **database;
+  };
 }
 
 RoutePlan& DocumentRoute::Plan() {

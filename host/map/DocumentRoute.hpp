@@ -7,6 +7,7 @@
 
 #include "host/map/ActiveRoute.hpp"
 #include "host/map/MapHost.hpp"
+#include "host/map/Region.hpp"
 #include "host/map/RoutePlan.hpp"
 #include "host/map/RoutingDatabase.hpp"
 
@@ -26,6 +27,11 @@ std::vector<std::size_t> BestStopOrder(const std::vector<std::vector<double>>& c
 // The route through WAYPOINTS (two or more), each leg by its first waypoint's preference.
 // Throws RouteError naming the waypoint or the leg that fails.
 RouteCalculation CalculateRoute(RoutingDatabase& router, const std::vector<Waypoint>& waypoints);
+
+// The router DocumentRoute wants: region NAME's database, loaded on first use and kept; a
+// failed load (no region yet) throws and is tried again on the next use.
+std::function<RoutingDatabase&()> RegionRouter(
+    std::string name, std::filesystem::path regionsFolder = RegionsFolder());
 
 class DocumentRoute final : public ActiveRoute {
  public:

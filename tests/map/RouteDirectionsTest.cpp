@@ -95,13 +95,7 @@ class MonacoRoute : public ::testing::Test {
 
   orvo::testing::TempFolder folder_;
   MapHost host_{folder_.Path()};
-  std::optional<RoutingDatabase> database_;
-  DocumentRoute route_{
-      host_, [this]() -> RoutingDatabase& {
-        if (!database_)
-          database_.emplace(OpenRegion("monaco", testing::SharedMonaco::Get().RegionsFolder()));
-        return *database_;
-      }};
+  DocumentRoute route_{host_, RegionRouter("monaco", testing::SharedMonaco::Get().RegionsFolder())};
   int events_ = 0;
   bool calculatedDuringEvent_ = false;
 };
@@ -222,6 +216,24 @@ TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
   host_.CloseMap();
   EXPECT_THROW(route_.Calculate(), RouteError);
   EXPECT_THROW(route_.Waypoints(), RouteError);
+
+  // No region: said when calculating, and found once it is there.
+  const orvo::testing::TempFolder regions;
+  DocumentRoute later(host_, RegionRouter("monaco", regions.Path()));
+  host_.OpenAtStart(folder_.Path() / "route.orvomap");
+  later.AddWaypoint(kCasino, "Casino");
+  later.AddWaypoint(kFontvieille, "Fontvieille");
+  try {
+    later.Calculate();
+    ADD_FAILURE() << "calculated without a region";
+  } catch (const RouteError& error) {
+    EXPECT_NE(std::string(error.what()).find("there is no region \"monaco\""), std::string::npos)
+        << error.what();
+  }
+  std::filesystem::create_directory_symlink(testing::SharedMonaco::Get().Folder(),
+                                            regions.Path() / "monaco");
+  later.Calculate();
+  EXPECT_TRUE(later.IsCalculated());
 }
 
 TEST(RouteCommand, PrintsTheDirectionsAsJsonAndFailsClearly) {
