@@ -1,10 +1,11 @@
-// The active route kept in the map document, without routing: editing the waypoints, their
-// types, the best order of the stops, and the route surviving a restart and an older file.
+// The active route without a region: editing the waypoints, their types, the best order of the
+// stops, the route surviving a restart and an older file, and directions from made-up legs.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include "host/map/DocumentRoute.hpp"
 #include "host/map/MapHost.hpp"
+#include "host/map/RouteDirections.hpp"
 #include "tests/TestSupport.hpp"
 
 namespace orvo::host::map {
@@ -215,6 +216,91 @@ TEST_F(RouteDocument, AFormatOneDocumentKeepsItsPinsAndGainsARoute) {
   const MapDocument reader(file, MapDocument::Access::ReadOnly);
   EXPECT_EQ(Names(reader.Plan()), std::vector<std::string>{"new waypoint"});
   EXPECT_EQ(reader.PushpinCount(), 1u);
+}
+
+// Directions from made-up Routino legs: each junction kind and turn angle to its action and
+// words, without a region.
+TEST(RouteDirections, JunctionKindsAndTurnAnglesGiveActionsAndWords) {
+  struct Case {
+    RoutePointKind kind;
+    int turn;
+    const char* road;
+    double kmPerHourAfter;  // the profile's speed on the road after the junction
+    DirectionAction action;
+    const char* text;  // empty: no instruction
+  };
+  using enum RoutePointKind;
+  using A = DirectionAction;
+  const std::vector<Case> cases = {
+      {Junction, 10, "Rue Grimaldi", 50, A::Continue, "Continue onto Rue Grimaldi"},
+      {Junction, 10, "Avenue du Port", 50, A::Continue, ""},  // straight on, same road
+      {HighwayChange, -5, "primary road", 50, A::Continue, ""},
+      {Junction, -40, "Rue Grimaldi", 50, A::BearLeft, "Bear left onto Rue Grimaldi"},
+      {Junction, 60, "Avenue du Port", 50, A::BearRight, "Bear right to stay on Avenue du Port"},
+      {Junction, -90, "Rue Grimaldi", 50, A::TurnLeft, "Turn left onto Rue Grimaldi"},
+      {Junction, 100, "service road", 50, A::TurnRight, "Turn right"},
+      {Junction, -150, "Rue Grimaldi", 50, A::TurnLeft, "Turn sharp left onto Rue Grimaldi"},
+      {UTurn, 180, "Avenue du Port", 50, A::TurnBack, "Make a U-turn"},
+      {UTurn, 180, "Rue Grimaldi", 50, A::TurnBack, "Make a U-turn onto Rue Grimaldi"},
+      {MiniRoundabout, -80, "Rue Grimaldi", 50, A::EnterRoundabout,
+       "At the mini-roundabout turn left onto Rue Grimaldi"},
+      {Junction, 15, "La Provençale (A8)", 112, A::Merge, "Merge onto La Provençale (A8)"},
+      {Junction, 30, "motorway", 112, A::Merge, "Merge onto the motorway"},
+      {Junction, 90, "La Provençale (A8)", 112, A::TurnRight, "Turn right onto La Provençale (A8)"},
+      {JunctionContinue, 40, "Rue Grimaldi", 50, A::Other, ""},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.text);
+    // Along Avenue du Port for 1 km at 50 km/h, the junction, then 1 km on.
+    Route leg;
+    const double secondsAfter = 3600.0 / test.kmPerHourAfter;
+    leg.points = {{{43.730, 7.420}, 0.0, 0.0, Waypoint, 0, 90, "Avenue du Port"},
+                  {{43.730, 7.432}, 1.0, 72.0, test.kind, test.turn, 0, test.road},
+                  {{43.739, 7.432}, 2.0, 72.0 + secondsAfter, Waypoint, 0, 0, ""}};
+    leg.distanceKm = 2.0;
+    leg.timeSeconds = 72.0 + secondsAfter;
+    std::vector<map::Waypoint> waypoints(2);
+    waypoints[0].name = "Port";
+    waypoints[1].name = "Casino";
+    const RouteCalculation route = BuildDirections(waypoints, std::span(&leg, 1));
+    ASSERT_EQ(route.directions.size(), 2u);
+    EXPECT_EQ(route.directions[0].text, "Depart from Port and head east on Avenue du Port");
+    const std::vector<Direction>& steps = route.directions[0].nested;
+    if (*test.text == '\0') {
+      EXPECT_TRUE(steps.empty());
+      EXPECT_DOUBLE_EQ(route.directions[0].distance, 2.0);
+      continue;
+    }
+    ASSERT_EQ(steps.size(), 1u);
+    EXPECT_EQ(steps[0].text, test.text);
+    EXPECT_EQ(steps[0].action, test.action);
+    EXPECT_DOUBLE_EQ(route.directions[0].distance + steps[0].distance, 2.0);
+    EXPECT_DOUBLE_EQ(steps[0].timeSeconds, 72.0);
+  }
+}
+
+TEST(RouteDirections, RoundaboutsCountTheirExits) {
+  Route leg;
+  leg.points = {
+      {{43.730, 7.420}, 0.0, 0.0, RoutePointKind::Waypoint, 0, 0, "Rue Grimaldi"},
+      {{43.731, 7.420}, 0.1, 5.0, RoutePointKind::RoundaboutEntry, 30, 0, "Place d'Armes"},
+      {{43.731, 7.421}, 0.11, 6.0, RoutePointKind::RoundaboutExitNotTaken, -40, 0, ""},
+      {{43.731, 7.422}, 0.12, 7.0, RoutePointKind::RoundaboutExitNotTaken, -40, 0, ""},
+      {{43.731, 7.423}, 0.13, 8.0, RoutePointKind::RoundaboutExit, 20, 0, "Avenue du Port"},
+      {{43.732, 7.423}, 0.3, 20.0, RoutePointKind::Waypoint, 0, 0, ""}};
+  leg.distanceKm = 0.3;
+  leg.timeSeconds = 20.0;
+  std::vector<map::Waypoint> waypoints(2);
+  waypoints[0].name = "A";
+  waypoints[1].name = "B";
+  const RouteCalculation route = BuildDirections(waypoints, std::span(&leg, 1));
+  const std::vector<Direction>& steps = route.directions[0].nested;
+  ASSERT_EQ(steps.size(), 2u);
+  EXPECT_EQ(steps[0].text, "At Place d'Armes take the 3rd exit onto Avenue du Port");
+  EXPECT_EQ(steps[0].action, DirectionAction::EnterRoundabout);
+  EXPECT_EQ(steps[1].text, "Exit the roundabout onto Avenue du Port");
+  EXPECT_EQ(steps[1].action, DirectionAction::ExitRoundabout);
+  EXPECT_EQ(route.path.size(), leg.points.size());
 }
 
 }  // namespace
