@@ -13,5 +13,6 @@ int RunDeclination(const Arguments& arguments);  // orvo declination (Declinatio
 int RunRegion(const Arguments& arguments);       // orvo region (RegionCommand.cpp)
 int RunSimulate(const Arguments& arguments);     // orvo simulate (SimulateCommand.cpp)
 int RunMap(const Arguments& arguments);          // orvo map (MapCommand.cpp)
+int RunRoute(const Arguments& arguments);        // orvo route (RouteCommand.cpp)
 
 }  // namespace orvo::app

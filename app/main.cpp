@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
       if (command == "region") return RunRegion(rest);
       if (command == "simulate") return RunSimulate(rest);
       if (command == "map") return RunMap(rest);
+      if (command == "route") return RunRoute(rest);
     }
     return RunProgram(arguments);
   } catch (const std::exception& error) {

@@ -1,5 +1,7 @@
 #include "host/map/DocumentMap.hpp"
 
+#include <utility>
+
 namespace orvo::host::map {
 
 namespace {
@@ -55,6 +57,13 @@ int DocumentMap::LocationToX(const MapLocation& location) {
 
 int DocumentMap::LocationToY(const MapLocation& location) {
   return geometry_.LocationToY(Flat(location));
+}
+
+std::vector<std::string> DocumentMap::ActiveRouteWaypointNames() {
+  std::vector<std::string> names;
+  for (const Waypoint& waypoint : std::as_const(Document()).Plan().Waypoints())
+    names.push_back(waypoint.name);
+  return names;
 }
 
 MapLocation DocumentMap::PushpinLocation(PushpinId id) {

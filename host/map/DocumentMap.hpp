@@ -25,8 +25,7 @@ class DocumentMap final : public ActiveMap, public MapApplication {
   int LocationToY(const MapLocation& location) override;
   int Width() override { return geometry_.Width(); }
   int Height() override { return geometry_.Height(); }
-  // Routes come with the route planner; until then there are no waypoints.
-  std::vector<std::string> ActiveRouteWaypointNames() override { return {}; }
+  std::vector<std::string> ActiveRouteWaypointNames() override;
 
   MapLocation PushpinLocation(PushpinId id) override;
   void SetPushpinLocation(PushpinId id, const MapLocation& location) override;

@@ -218,8 +218,20 @@ void MapDocument::Delete(PinId id) {
   Changed(id, PinChangeKind::Removed);
 }
 
+RoutePlan& MapDocument::Plan() {
+  CheckWritable();
+  return plan_;
+}
+
+void MapDocument::PlanChanged() {
+  const bool wasClean = !IsDirty();
+  planDirty_ = true;
+  if (onRouteChange) onRouteChange();
+  if (wasClean && onDirty) onDirty();
+}
+
 void MapDocument::Changed(PinId id, PinChangeKind kind) {
-  const bool wasClean = dirty_.empty();
+  const bool wasClean = !IsDirty();
   dirty_.insert(id);
   if (onPinChange) onPinChange({kind, id});
   if (wasClean && onDirty) onDirty();

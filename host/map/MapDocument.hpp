@@ -8,10 +8,16 @@
 // flushes once per event-loop turn or tick, so a process killed at any moment loses at most the
 // changes of the turn in progress, and the file is never damaged (SQLite in WAL mode).
 //
-// File format (PRAGMA application_id = 0x4F52564F "ORVO", user_version = 1):
+// File format (PRAGMA application_id = 0x4F52564F "ORVO", user_version = 2):
 //   pushpin(id INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT, latitude REAL, longitude REAL,
 //           symbol INTEGER, note TEXT, balloon INTEGER)
+//   route_waypoint(position INTEGER PRIMARY KEY, name TEXT, latitude REAL, longitude REAL,
+//                  departure REAL, preference INTEGER)           the active route's waypoints
+//   route(id INTEGER PRIMARY KEY CHECK (id = 1), optimized INTEGER,
+//         calculation TEXT)        its state; the calculated route as JSON (RouteJson.hpp) or NULL
 // Ids are never reused, not even across runs: AUTOINCREMENT keeps the highest one given.
+// Format 1 had no route: opening such a file for writing adds the route's tables; read-only it
+// shows an empty route.
 //
 // Names: FindPushpin compares names with ASCII letters folded to one case, as the host's
 // lookup did ("orvo_currentposition" finds "ORVO_CurrentPosition"); other characters must match
@@ -33,6 +39,7 @@
 #include <vector>
 
 #include "host/map/GeoTypes.hpp"
+#include "host/map/RoutePlan.hpp"
 
 struct sqlite3;
 
@@ -133,6 +140,11 @@ class MapDocument {
   const PinRecord* Find(PinId id) const;
   std::size_t PushpinCount() const { return pins_.size(); }
 
+  // The active route. Changing it marks the document dirty like a pin change; the writable
+  // route of a read-only document throws MapError.
+  const RoutePlan& Plan() const { return plan_; }
+  RoutePlan& Plan();
+
   // Changes by id; each throws MapError for a missing pin or a bad value. Setting a value the
   // pin already has changes nothing (no write, no notification).
   void Rename(PinId id, std::string_view name);
@@ -145,7 +157,7 @@ class MapDocument {
   // Writes the changes since the last flush in one transaction; nothing when there are none.
   // Throws MapError when the file cannot be written (the changes stay pending).
   void Flush();
-  bool IsDirty() const { return !dirty_.empty(); }
+  bool IsDirty() const { return !dirty_.empty() || planDirty_; }
   // Copies the document (flushed) to FILE with SQLite's backup, then keeps working on that
   // file: handles stay valid. Replaces FILE atomically if it exists.
   void SaveAs(const std::filesystem::path& file);
@@ -154,6 +166,8 @@ class MapDocument {
   std::function<void()> onDirty;
   // Every change, as it happens.
   std::function<void(const PinChange&)> onPinChange;
+  // Every change of the route (its waypoints, their order, its calculation).
+  std::function<void()> onRouteChange;
 
  private:
   friend class Pushpin;
@@ -163,6 +177,9 @@ class MapDocument {
   void OpenDatabase();
   void CloseDatabase() noexcept;
   void Load();
+  void LoadPlan();
+  void FlushPlan();
+  void PlanChanged();
   void IndexName(const std::string& name, PinId id);
   void UnindexName(const std::string& name, PinId id);
   std::string NextDefaultName() const;
@@ -183,6 +200,9 @@ class MapDocument {
   std::map<std::uint64_t, int> defaultNumbers_;  // N of "Pushpin N" names -> how many pins
   std::unordered_set<PinId> dirty_;
   PinId nextId_ = 1;
+  RoutePlan plan_{[this] { PlanChanged(); }};
+  bool planDirty_ = false;
+  int formatVersion_ = 0;  // of the file as opened
 };
 
 // ASCII letters to lower case, everything else as it is: the key FindPushpin compares.

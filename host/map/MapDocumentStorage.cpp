@@ -10,7 +10,10 @@
 #include <string>
 #include <system_error>
 
+#include <nlohmann/json.hpp>
+
 #include "host/map/MapDocument.hpp"
+#include "host/map/RouteJson.hpp"
 
 namespace orvo::host::map {
 namespace {
@@ -18,7 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kApplicationId = 0x4F52564F;  // "ORVO"
-constexpr int kFormatVersion = 1;
+constexpr int kFormatVersion = 2;
+constexpr int kFirstFormatWithRoute = 2;
 // How long a statement waits for another connection (a reader during a checkpoint).
 constexpr int kBusyTimeoutMs = 2000;
 
@@ -27,6 +31,13 @@ const char* const kSchema =
     " id INTEGER PRIMARY KEY AUTOINCREMENT, name TEXT NOT NULL,"
     " latitude REAL NOT NULL, longitude REAL NOT NULL, symbol INTEGER NOT NULL,"
     " note TEXT NOT NULL, balloon INTEGER NOT NULL)";
+
+const char* const kRouteSchema =
+    "CREATE TABLE IF NOT EXISTS route_waypoint ("
+    " position INTEGER PRIMARY KEY, name TEXT NOT NULL, latitude REAL NOT NULL,"
+    " longitude REAL NOT NULL, departure REAL NOT NULL, preference INTEGER NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS route ("
+    " id INTEGER PRIMARY KEY CHECK (id = 1), optimized INTEGER NOT NULL, calculation TEXT)";
 
 class Statement {
  public:
@@ -110,17 +121,20 @@ void MapDocument::OpenDatabase() {
     if (version > kFormatVersion)
       throw MapError(file_.string() + " was written by a newer ORVO (format " +
                      std::to_string(version) + ")");
+    formatVersion_ = version;
     if (!writing) return;
     // WAL: readers (orvo map pins) see the last flush while this process writes. NORMAL
     // synchronisation keeps every flushed transaction through a crash of the process; only a
     // power cut may take back the last few, never damaging the file.
     Execute(database_, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", file_);
-    if (applicationId != kApplicationId) {
-      const std::string create = std::string("BEGIN; ") + kSchema +
+    if (applicationId != kApplicationId || version < kFormatVersion) {
+      // A new document, or one written before the route was kept: the tables it lacks.
+      const std::string create = std::string("BEGIN; ") + kSchema + "; " + kRouteSchema +
                                  "; PRAGMA application_id=" + std::to_string(kApplicationId) +
                                  "; PRAGMA user_version=" + std::to_string(kFormatVersion) +
                                  "; COMMIT";
       Execute(database_, create.c_str(), file_);
+      formatVersion_ = kFormatVersion;
     }
   } catch (...) {
     CloseDatabase();
@@ -160,10 +174,87 @@ void MapDocument::Load() {
   Statement sequence(database_, "SELECT seq FROM sqlite_sequence WHERE name = 'pushpin'", file_);
   if (sqlite3_step(sequence.get()) == SQLITE_ROW)
     nextId_ = std::max<PinId>(nextId_, sqlite3_column_int64(sequence.get(), 0) + 1);
+  LoadPlan();
+}
+
+void MapDocument::LoadPlan() {
+  if (formatVersion_ < kFirstFormatWithRoute) return;
+  std::vector<Waypoint> waypoints;
+  Statement select(database_,
+                   "SELECT name, latitude, longitude, departure, preference FROM route_waypoint"
+                   " ORDER BY position",
+                   file_);
+  int result;
+  while ((result = sqlite3_step(select.get())) == SQLITE_ROW) {
+    Waypoint waypoint;
+    waypoint.name = ColumnText(select.get(), 0);
+    waypoint.location = {sqlite3_column_double(select.get(), 1),
+                         sqlite3_column_double(select.get(), 2)};
+    waypoint.preferredDeparture = sqlite3_column_double(select.get(), 3);
+    const int preference = sqlite3_column_int(select.get(), 4);
+    waypoint.preference = preference >= 0 && preference <= 2
+                              ? static_cast<SegmentPreference>(preference)
+                              : SegmentPreference::Quickest;
+    waypoints.push_back(std::move(waypoint));
+  }
+  if (result != SQLITE_DONE)
+    throw MapError("cannot read the map " + file_.string() + ": " + sqlite3_errmsg(database_));
+  bool optimized = false;
+  std::optional<RouteCalculation> calculation;
+  Statement state(database_, "SELECT optimized, calculation FROM route WHERE id = 1", file_);
+  if (sqlite3_step(state.get()) == SQLITE_ROW) {
+    optimized = sqlite3_column_int(state.get(), 0) != 0;
+    if (sqlite3_column_type(state.get(), 1) != SQLITE_NULL) {
+      // A calculation that cannot be read is dropped: the route is calculated again.
+      const nlohmann::json json = nlohmann::json::parse(ColumnText(state.get(), 1), nullptr, false);
+      try {
+        if (!json.is_discarded()) calculation = CalculationFromJson(json);
+      } catch (const RouteError&) {
+      }
+    }
+  }
+  plan_.Restore(std::move(waypoints), optimized, std::move(calculation));
+}
+
+void MapDocument::FlushPlan() {
+  Execute(database_, "DELETE FROM route_waypoint", file_);
+  Statement insert(database_,
+                   "INSERT INTO route_waypoint (position, name, latitude, longitude, departure,"
+                   " preference) VALUES (?1, ?2, ?3, ?4, ?5, ?6)",
+                   file_);
+  const auto& waypoints = plan_.Waypoints();
+  for (std::size_t position = 0; position < waypoints.size(); ++position) {
+    const Waypoint& waypoint = waypoints[position];
+    sqlite3_stmt* statement = insert.get();
+    sqlite3_bind_int64(statement, 1, static_cast<sqlite3_int64>(position));
+    sqlite3_bind_text(statement, 2, waypoint.name.data(), static_cast<int>(waypoint.name.size()),
+                      SQLITE_STATIC);
+    sqlite3_bind_double(statement, 3, waypoint.location.latitudeDegrees);
+    sqlite3_bind_double(statement, 4, waypoint.location.longitudeDegrees);
+    sqlite3_bind_double(statement, 5, waypoint.preferredDeparture);
+    sqlite3_bind_int(statement, 6, static_cast<int>(waypoint.preference));
+    if (sqlite3_step(statement) != SQLITE_DONE)
+      throw MapError("cannot write the map " + file_.string() + ": " + sqlite3_errmsg(database_));
+    sqlite3_reset(statement);
+  }
+  Statement state(database_,
+                  "INSERT OR REPLACE INTO route (id, optimized, calculation) VALUES (1, ?1, ?2)",
+                  file_);
+  sqlite3_bind_int(state.get(), 1, plan_.IsOptimized() ? 1 : 0);
+  std::string calculation;
+  if (plan_.Calculation()) {
+    calculation = CalculationToJson(*plan_.Calculation()).dump();
+    sqlite3_bind_text(state.get(), 2, calculation.data(), static_cast<int>(calculation.size()),
+                      SQLITE_STATIC);
+  } else {
+    sqlite3_bind_null(state.get(), 2);
+  }
+  if (sqlite3_step(state.get()) != SQLITE_DONE)
+    throw MapError("cannot write the map " + file_.string() + ": " + sqlite3_errmsg(database_));
 }
 
 void MapDocument::Flush() {
-  if (dirty_.empty() || !database_) return;
+  if (!IsDirty() || !database_) return;
   std::vector<PinId> changed(dirty_.begin(), dirty_.end());
   std::sort(changed.begin(), changed.end());  // in key order: the table's pages fill in turn
 
@@ -196,6 +287,7 @@ void MapDocument::Flush() {
       sqlite3_reset(statement);
     }
     removed += ']';
+    if (planDirty_) FlushPlan();
     if (pins_.empty()) {
       Execute(database_, "DELETE FROM pushpin", file_);
     } else if (removed.size() > 2) {
@@ -213,6 +305,7 @@ void MapDocument::Flush() {
     throw;
   }
   dirty_.clear();
+  planDirty_ = false;
 }
 
 void MapDocument::SaveAs(const fs::path& file) {

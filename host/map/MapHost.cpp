@@ -53,10 +53,14 @@ void MapHost::Activate(std::unique_ptr<MapDocument> document) {
     active_->onPinChange = [this](const PinChange& change) {
       if (onPinChange) onPinChange(change);
     };
+    active_->onRouteChange = [this] {
+      if (onRouteChange) onRouteChange();
+    };
     lastMap_ = active_->File();
     SaveSettings();
   }
   if (onPinChange) onPinChange({PinChangeKind::Reset, 0});
+  if (onRouteChange) onRouteChange();
 }
 
 void MapHost::OpenAtStart(const std::optional<fs::path>& file) {
@@ -102,6 +106,7 @@ void MapHost::CloseMap() {
   active_->Flush();
   active_.reset();
   if (onPinChange) onPinChange({PinChangeKind::Reset, 0});
+  if (onRouteChange) onRouteChange();
 }
 
 void MapHost::Flush() {

@@ -59,6 +59,8 @@ class MapHost {
   std::function<void()> onDirty;
   // The active document's pin changes, and Reset when another document (or none) becomes active.
   std::function<void(const PinChange&)> onPinChange;
+  // The active document's route changed, or another document (or none) became active.
+  std::function<void()> onRouteChange;
   // Problems worth a line in the diagnostic log (an unreadable settings file).
   std::function<void(std::string_view)> diagnostics;
 

@@ -1,5 +1,6 @@
 #include "host/map/RoutingDatabase.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -55,12 +56,6 @@ std::string Describe(const GeoPoint& point) {
   return text.str();
 }
 
-// Routino allocates waypoints with calloc and leaves freeing them to the caller.
-struct WaypointFree {
-  void operator()(Routino_Waypoint* waypoint) const { std::free(waypoint); }
-};
-using WaypointPointer = std::unique_ptr<Routino_Waypoint, WaypointFree>;
-
 struct RouteDelete {
   void operator()(Routino_Output* output) const { Routino_DeleteRoute(output); }
 };
@@ -91,17 +86,55 @@ RoutingDatabase::RoutingDatabase(const Region& region, const fs::path& routinoDa
     : RoutingDatabase(region.folder, region.routingPrefix, routinoData) {}
 
 RoutingDatabase::~RoutingDatabase() {
+  FreeCaches();
   if (database_ != nullptr) Routino_UnloadDatabase(database_);
 }
 
+void RoutingDatabase::FreeCaches() noexcept {
+  for (const KnownWaypoint& known : knownWaypoints_) std::free(known.waypoint);
+  knownWaypoints_.clear();
+  for (auto& [name, profile] : preferred_) std::free(profile);
+  preferred_.clear();
+}
+
 RoutingDatabase::RoutingDatabase(RoutingDatabase&& other) noexcept
-    : database_(std::exchange(other.database_, nullptr)) {}
+    : database_(std::exchange(other.database_, nullptr)),
+      knownWaypoints_(std::exchange(other.knownWaypoints_, {})),
+      preferred_(std::exchange(other.preferred_, {})) {}
 
 RoutingDatabase& RoutingDatabase::operator=(RoutingDatabase&& other) noexcept {
   if (this == &other) return *this;
+  FreeCaches();
   if (database_ != nullptr) Routino_UnloadDatabase(database_);
   database_ = std::exchange(other.database_, nullptr);
+  knownWaypoints_ = std::exchange(other.knownWaypoints_, {});
+  preferred_ = std::exchange(other.preferred_, {});
   return *this;
+}
+
+Routino_Waypoint* RoutingDatabase::NearestRoad(const GeoPoint& location,
+                                               Routino_Profile* profile) const {
+  const auto known =
+      std::find_if(knownWaypoints_.begin(), knownWaypoints_.end(), [&](const auto& k) {
+        return k.profile == profile && k.location.latitudeDegrees == location.latitudeDegrees &&
+               k.location.longitudeDegrees == location.longitudeDegrees;
+      });
+  if (known != knownWaypoints_.end()) {
+    // The most recently used last, so that a target stays while the car's positions come and go.
+    std::rotate(known, known + 1, knownWaypoints_.end());
+    return knownWaypoints_.back().waypoint;
+  }
+  Routino_Waypoint* waypoint =
+      Routino_FindWaypoint(database_, profile, location.latitudeDegrees, location.longitudeDegrees);
+  if (waypoint == nullptr) return nullptr;
+  // A handful is plenty: a route's waypoints and the targets guidance comes back to.
+  constexpr std::size_t kMostKnown = 64;
+  if (knownWaypoints_.size() == kMostKnown) {
+    std::free(knownWaypoints_.front().waypoint);
+    knownWaypoints_.erase(knownWaypoints_.begin());
+  }
+  knownWaypoints_.push_back({location, profile, waypoint});
+  return waypoint;
 }
 
 std::vector<std::string> RoutingDatabase::ProfileNames() const {
@@ -117,12 +150,8 @@ std::vector<std::string> RoutingDatabase::ProfileNames() const {
   return names;
 }
 
-Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::string_view profileName,
-                                 RoutePreference preference) const {
-  if (database_ == nullptr) throw RoutingError("the routing database was moved away");
-  if (waypoints.size() < 2) throw RoutingError("a route needs at least two waypoints");
-
-  const std::string name(profileName);
+Routino_Profile* RoutingDatabase::ProfileFor(const std::string& name,
+                                             RoutePreference preference) const {
   Routino_Profile* profile = Routino_GetProfile(name.c_str());
   if (profile == nullptr) {
     std::string known;
@@ -130,26 +159,70 @@ Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::strin
       known += (known.empty() ? "" : ", ") + candidate;
     throw RoutingError("no routing profile \"" + name + "\" (known profiles: " + known + ")");
   }
+  if (preference == RoutePreference::Preferred) {
+    const auto made = std::find_if(preferred_.begin(), preferred_.end(),
+                                   [&](const auto& entry) { return entry.first == name; });
+    if (made != preferred_.end()) {
+      profile = made->second;
+    } else {
+      // The same profile with the minor roads worth less the further down they rank, so that
+      // the quickest route keeps to the main roads where it can.
+      Routino_UserProfile* user = Routino_CreateUserProfileFromProfile(profile);
+      if (user == nullptr) throw RoutingError("cannot copy the routing profile \"" + name + "\"");
+      const float best = user->highway[ROUTINO_HIGHWAY_MOTORWAY];
+      const std::pair<int, float> weights[] = {
+          {ROUTINO_HIGHWAY_TRUNK, 1.0F},        {ROUTINO_HIGHWAY_PRIMARY, 1.0F},
+          {ROUTINO_HIGHWAY_SECONDARY, 0.8F},    {ROUTINO_HIGHWAY_TERTIARY, 0.5F},
+          {ROUTINO_HIGHWAY_UNCLASSIFIED, 0.3F}, {ROUTINO_HIGHWAY_RESIDENTIAL, 0.2F},
+          {ROUTINO_HIGHWAY_SERVICE, 0.1F}};
+      for (const auto& [highway, weight] : weights)
+        if (user->highway[highway] > 0.0F) user->highway[highway] = best * weight;
+      // The copy loses the profile's one-way and turn rules, and the library refuses a user
+      // profile with a zero speed or vehicle size, which the profiles use for "none": the road
+      // kinds the profile does not use keep a preference of 0, the sizes stay far below any
+      // restriction.
+      user->oneway = 1;
+      user->turns = 1;
+      for (float& speed : user->speed) speed = std::max(speed, 1.0F);
+      constexpr float kSmallest = 0.1F;
+      for (float* size : {&user->weight, &user->height, &user->width, &user->length})
+        *size = std::max(*size, kSmallest);
+      profile = Routino_CreateProfileFromUserProfile(user);
+      std::free(user);
+      if (profile == nullptr)
+        throw RoutingError("cannot make the preferred-roads copy of \"" + name + "\"");
+      preferred_.emplace_back(name, profile);
+    }
+  }
   // Routino's profiles are shared by every database: fit this one to ours before each use.
   if (Routino_ValidateProfile(database_, profile) != ROUTINO_ERROR_NONE)
     throw RoutingError("the routing profile \"" + name + "\" does not suit this region's database");
+  return profile;
+}
 
-  std::vector<WaypointPointer> owned;
+Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::string_view profileName,
+                                 RoutePreference preference) const {
+  if (database_ == nullptr) throw RoutingError("the routing database was moved away");
+  if (waypoints.size() < 2) throw RoutingError("a route needs at least two waypoints");
+
+  const std::string name(profileName);
+  Routino_Profile* profile = ProfileFor(name, preference);
+
   std::vector<Routino_Waypoint*> found;
   for (std::size_t index = 0; index < waypoints.size(); ++index) {
     const GeoPoint& point = waypoints[index];
-    WaypointPointer waypoint(
-        Routino_FindWaypoint(database_, profile, point.latitudeDegrees, point.longitudeDegrees));
-    if (!waypoint)
+    Routino_Waypoint* waypoint = NearestRoad(point, profile);
+    if (waypoint == nullptr) {
       throw RoutingError("waypoint " + std::to_string(index + 1) + " (" + Describe(point) +
-                         ") has no road near it that a " + name + " may use");
-    found.push_back(waypoint.get());
-    owned.push_back(std::move(waypoint));
+                             ") has no road near it that a " + name + " may use",
+                         RoutingError::Reason::NoRoadNear, static_cast<int>(index + 1));
+    }
+    found.push_back(waypoint);
   }
 
   const int options =
-      (preference == RoutePreference::Quickest ? ROUTINO_ROUTE_QUICKEST : ROUTINO_ROUTE_SHORTEST) |
-      ROUTINO_ROUTE_LIST_TEXT_ALL;
+      (preference == RoutePreference::Shortest ? ROUTINO_ROUTE_SHORTEST : ROUTINO_ROUTE_QUICKEST) |
+      ROUTINO_ROUTE_LIST_HTML_ALL;  // every node, with turns and road names at the junctions
   const std::unique_ptr<Routino_Output, RouteDelete> output(
       Routino_CalculateRoute(database_, profile, EnglishTranslation(), found.data(),
                              static_cast<int>(found.size()), options, nullptr));
@@ -158,7 +231,8 @@ Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::strin
     if (error >= ROUTINO_ERROR_NO_ROUTE_1) {
       const int from = error - ROUTINO_ERROR_NO_ROUTE_1 + 1;
       throw RoutingError("no route for a " + name + " between waypoint " + std::to_string(from) +
-                         " and waypoint " + std::to_string(from + 1));
+                             " and waypoint " + std::to_string(from + 1),
+                         RoutingError::Reason::NoRoute, from + 1);
     }
     throw RoutingError("Routino could not calculate the route (error " + std::to_string(error) +
                        ")");
@@ -171,7 +245,11 @@ Route RoutingDatabase::Calculate(std::span<const GeoPoint> waypoints, std::strin
     constexpr double kSecondsPerMinute = 60.0;
     route.points.push_back({{Degrees(point->lat), Degrees(point->lon)},
                             static_cast<double>(point->dist),
-                            static_cast<double>(point->time) * kSecondsPerMinute});
+                            static_cast<double>(point->time) * kSecondsPerMinute,
+                            static_cast<RoutePointKind>(point->type),
+                            point->turn,
+                            point->bearing,
+                            point->name != nullptr ? std::string(point->name) : std::string()});
   }
   route.distanceKm = route.points.back().distanceKm;
   route.timeSeconds = route.points.back().timeSeconds;

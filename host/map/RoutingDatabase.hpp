@@ -21,20 +21,50 @@ namespace orvo::host::map {
 
 class RoutingError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  enum class Reason { Other, NoRoadNear, NoRoute };
+  explicit RoutingError(const std::string& what, Reason reason = Reason::Other, int waypoint = 0)
+      : std::runtime_error(what), reason_(reason), waypoint_(waypoint) {}
+  Reason WhatFailed() const { return reason_; }
+  // The waypoint with no road near it, or the one that cannot be reached, counting from 1 in
+  // the request; 0 for other failures.
+  int Waypoint() const { return waypoint_; }
+
+ private:
+  Reason reason_;
+  int waypoint_;
 };
 
 // Routino's installed data: tagging rules for planetsplitter, profiles and translations for
 // routing.
 inline constexpr const char* kRoutinoDataFolder = "/usr/share/routino";
 
-enum class RoutePreference { Shortest, Quickest };
+// The values are the waypoints' segment preferences as the map document stores them.
+// Preferred is Routino's quickest route with a profile that favours major roads.
+enum class RoutePreference { Quickest = 0, Shortest = 1, Preferred = 2 };
+
+// What Routino says a point of the route is (its ROUTINO_POINT_* values).
+enum class RoutePointKind {
+  Plain = ROUTINO_POINT_UNIMPORTANT,
+  RoundaboutExitNotTaken = ROUTINO_POINT_RB_NOT_EXIT,
+  JunctionContinue = ROUTINO_POINT_JUNCT_CONT,
+  HighwayChange = ROUTINO_POINT_CHANGE,
+  Junction = ROUTINO_POINT_JUNCT_IMPORT,
+  RoundaboutEntry = ROUTINO_POINT_RB_ENTRY,
+  RoundaboutExit = ROUTINO_POINT_RB_EXIT,
+  MiniRoundabout = ROUTINO_POINT_MINI_RB,
+  UTurn = ROUTINO_POINT_UTURN,
+  Waypoint = ROUTINO_POINT_WAYPOINT,
+};
 
 // A point of a calculated route with the distance and time travelled up to it.
 struct RoutePoint {
   GeoPoint location;
   double distanceKm = 0.0;
   double timeSeconds = 0.0;
+  RoutePointKind kind = RoutePointKind::Plain;
+  int turnDegrees = 0;     // onto the next section: negative to the left, positive to the right
+  int bearingDegrees = 0;  // of the next section, clockwise from north
+  std::string name;        // of the next section, at the points that begin an instruction
 };
 
 struct Route {
@@ -66,7 +96,25 @@ class RoutingDatabase {
                   RoutePreference preference) const;
 
  private:
+  // PROFILE, or for Preferred its copy that favours major roads, fitted to this database.
+  Routino_Profile* ProfileFor(const std::string& profile, RoutePreference preference) const;
+
+  // The road point nearest LOCATION for PROFILE, found once and kept: finding it costs Routino
+  // more than the route itself, and the same waypoints are routed again and again (every
+  // re-calculation towards the same target, optimising the stops). Null when there is none.
+  Routino_Waypoint* NearestRoad(const GeoPoint& location, Routino_Profile* profile) const;
+  void FreeCaches() noexcept;
+
+  struct KnownWaypoint {
+    GeoPoint location;
+    Routino_Profile* profile;
+    Routino_Waypoint* waypoint;
+  };
+
   Routino_Database* database_ = nullptr;
+  mutable std::vector<KnownWaypoint> knownWaypoints_;  // least recently used first
+  // The Preferred copies, made on first use and freed with the database.
+  mutable std::vector<std::pair<std::string, Routino_Profile*>> preferred_;
 };
 
 }  // namespace orvo::host::map

@@ -1,0 +1,280 @@
+// Routes calculated by Routino over the Monaco region, seen through the active route: the
+// directions tree, the three preferences, stops, failures, the after-calculation event, and
+// `orvo route`.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "host/map/DocumentRoute.hpp"
+#include "host/map/MapGeometry.hpp"
+#include "tests/map/MapTestSupport.hpp"
+
+namespace orvo::host::map {
+namespace {
+
+constexpr GeoPoint kCasino{43.7397, 7.4275};
+constexpr GeoPoint kPortHercule{43.7347, 7.4214};
+constexpr GeoPoint kFontvieille{43.7285, 7.4150};
+constexpr GeoPoint kAtSea{43.7000, 7.4700};
+
+std::vector<const Direction*> PreOrder(const std::vector<Direction>& tree) {
+  std::vector<const Direction*> flat;
+  const auto walk = [&flat](auto& self, const std::vector<Direction>& list) -> void {
+    for (const Direction& direction : list) {
+      flat.push_back(&direction);
+      self(self, direction.nested);
+    }
+  };
+  walk(walk, tree);
+  return flat;
+}
+
+class MonacoRoute : public ::testing::Test {
+ protected:
+  MonacoRoute() {
+    host_.OpenAtStart(folder_.Path() / "route.orvomap");
+    route_.onAfterCalculate = [this] {
+      ++events_;
+      calculatedDuringEvent_ = route_.IsCalculated();
+    };
+  }
+
+  void Plan(const std::vector<std::pair<std::string, GeoPoint>>& waypoints,
+            SegmentPreference preference = SegmentPreference::Quickest) {
+    route_.Clear();
+    for (const auto& [name, location] : waypoints) {
+      const std::size_t position = route_.AddWaypoint(location, name);
+      route_.SetSegmentPreference(position, preference);
+    }
+  }
+
+  std::string FailureOf(const std::vector<std::pair<std::string, GeoPoint>>& waypoints) {
+    Plan(waypoints);
+    try {
+      route_.Calculate();
+    } catch (const RouteError& error) {
+      return error.what();
+    }
+    return "(calculated)";
+  }
+
+  // Depart first, arrive last, one waypoint direction per waypoint, steps adding up to the
+  // route, times never going back, every instruction with a text and a driving action.
+  void ExpectWellFormed(std::size_t waypointCount) {
+    ASSERT_TRUE(route_.IsCalculated());
+    const std::vector<Direction> tree = route_.Directions();
+    ASSERT_EQ(tree.size(), waypointCount);
+    const std::vector<const Direction*> flat = PreOrder(tree);
+    EXPECT_EQ(flat.front()->action, DirectionAction::Depart);
+    EXPECT_EQ(flat.back()->action, DirectionAction::Arrive);
+    EXPECT_TRUE(tree.back().nested.empty());
+    double distance = 0.0;
+    for (std::size_t index = 0; index < flat.size(); ++index) {
+      const Direction& direction = *flat[index];
+      distance += direction.distance;
+      EXPECT_FALSE(direction.text.empty());
+      if (index > 0) {
+        EXPECT_GE(direction.timeSeconds, flat[index - 1]->timeSeconds);
+      }
+      const bool top = std::any_of(tree.begin(), tree.end(), [&](const Direction& waypoint) {
+        return &waypoint == &direction;
+      });
+      EXPECT_EQ(direction.type, top ? DirectionType::Waypoint : DirectionType::Driving)
+          << direction.text;
+      if (!top) {
+        EXPECT_NE(direction.action, DirectionAction::Depart) << direction.text;
+        EXPECT_NE(direction.action, DirectionAction::Arrive) << direction.text;
+      }
+    }
+    EXPECT_NEAR(distance, route_.Distance(), 1e-9);
+    for (std::size_t index = 1; index < tree.size(); ++index) {
+      EXPECT_GT(tree[index].timeSeconds, tree[index - 1].timeSeconds);
+    }
+    EXPECT_DOUBLE_EQ(tree.back().timeSeconds, route_.TimeSeconds());
+  }
+
+  orvo::testing::TempFolder folder_;
+  MapHost host_{folder_.Path()};
+  DocumentRoute route_{host_, RegionRouter("monaco", testing::SharedMonaco::Get().RegionsFolder())};
+  int events_ = 0;
+  bool calculatedDuringEvent_ = false;
+};
+
+TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
+  struct Case {
+    SegmentPreference preference;
+    DistanceUnit unit;
+  };
+  for (const Case test : {Case{SegmentPreference::Quickest, DistanceUnit::Kilometres},
+                          Case{SegmentPreference::Shortest, DistanceUnit::Miles},
+                          Case{SegmentPreference::Preferred, DistanceUnit::Kilometres}}) {
+    SCOPED_TRACE(static_cast<int>(test.preference));
+    host_.SetUnit(test.unit);
+    Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}}, test.preference);
+    route_.Calculate();
+    ExpectWellFormed(2);
+    // Again, with the road points found the first time.
+    const double first = route_.Distance();
+    route_.Calculate();
+    EXPECT_EQ(route_.Distance(), first);
+    // 1.8 km as the crow flies; the roads wind.
+    const double km = route_.Distance() * (test.unit == DistanceUnit::Miles ? 1.609344 : 1.0);
+    EXPECT_GT(km, 1.8);
+    EXPECT_LT(km, 4.0);
+    const std::vector<Direction> tree = route_.Directions();
+    EXPECT_EQ(tree[0].text.rfind("Depart from Casino and head ", 0), 0u) << tree[0].text;
+    EXPECT_EQ(tree[0].target, "Fontvieille");
+    EXPECT_EQ(tree[1].text, "Arrive at Fontvieille");
+    EXPECT_LT(GeodesicDistanceMetres(tree[0].location, kCasino), 150.0);
+    EXPECT_LT(GeodesicDistanceMetres(tree[1].location, kFontvieille), 150.0);
+  }
+  EXPECT_EQ(events_, 6);
+  EXPECT_TRUE(calculatedDuringEvent_);
+}
+
+TEST_F(MonacoRoute, KnownJunctionsGetTheirActions) {
+  Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}});
+  route_.Calculate();
+  std::map<std::string, DirectionAction> actions;
+  const std::vector<Direction> tree = route_.Directions();
+  for (const Direction& direction : tree[0].nested) actions[direction.text] = direction.action;
+  const std::vector<std::pair<std::string, DirectionAction>> expected = {
+      {"Turn left onto Boulevard des Moulins", DirectionAction::TurnLeft},
+      {"Turn right onto Avenue Princesse Alice", DirectionAction::TurnRight},
+      {"At Giratoire Aureglia take the 2nd exit onto Tunnel Dorsale",
+       DirectionAction::EnterRoundabout},
+      {"Exit the roundabout onto Tunnel Dorsale", DirectionAction::ExitRoundabout},
+      {"Continue onto Avenue de Fontvieille", DirectionAction::Continue},
+  };
+  for (const auto& [text, action] : expected) {
+    ASSERT_TRUE(actions.contains(text)) << text;
+    EXPECT_EQ(actions[text], action) << text;
+  }
+}
+
+TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
+  Plan({{"Casino", kCasino}, {"Port", kPortHercule}, {"Fontvieille", kFontvieille}});
+  route_.Calculate();
+  ExpectWellFormed(3);
+  const std::vector<Direction> tree = route_.Directions();
+  EXPECT_EQ(tree[1].action, DirectionAction::Arrive);
+  EXPECT_EQ(tree[1].text.rfind("Stop at Port, then head ", 0), 0u) << tree[1].text;
+  EXPECT_EQ(tree[1].target, "Fontvieille");
+
+  const std::vector<std::pair<const char*, std::function<void()>>> edits = {
+      {"add", [&] { route_.AddWaypoint(kCasino, "Back"); }},
+      {"delete", [&] { route_.DeleteWaypoint(3); }},
+      {"move", [&] { route_.MoveWaypoint(2, 1); }},
+      {"rename", [&] { route_.RenameWaypoint(0, "Place du Casino"); }},
+      {"type", [&] { route_.SetWaypointType(1, WaypointType::End); }},
+      {"preference", [&] { route_.SetSegmentPreference(0, SegmentPreference::Shortest); }},
+      {"departure", [&] { route_.SetPreferredDeparture(0, 60.0); }},
+      {"optimize",
+       [&] {
+         Plan({{"Casino", kCasino},
+               {"Fontvieille", kFontvieille},
+               {"Port", kPortHercule},
+               {"Fontvieille west", {43.7270, 7.4120}}});
+         route_.Calculate();
+         route_.Optimize();
+       }},
+      {"clear", [&] { route_.Clear(); }},
+  };
+  for (const auto& [what, edit] : edits) {
+    if (route_.Waypoints().size() >= 2) route_.Calculate();
+    edit();
+    EXPECT_FALSE(route_.IsCalculated()) << what;
+    EXPECT_TRUE(route_.Directions().empty()) << what;
+    EXPECT_EQ(route_.Distance(), 0.0) << what;
+  }
+}
+
+TEST_F(MonacoRoute, BestOrderOfTheStops) {
+  // Fontvieille before the port makes the drive double back.
+  Plan({{"Casino", kCasino},
+        {"Fontvieille", kFontvieille},
+        {"Port", kPortHercule},
+        {"Fontvieille west", {43.7270, 7.4120}}});
+  EXPECT_FALSE(route_.IsOptimized());
+  route_.Optimize();
+  EXPECT_TRUE(route_.IsOptimized());
+  std::vector<std::string> names;
+  for (const Waypoint& waypoint : route_.Waypoints()) names.push_back(waypoint.name);
+  EXPECT_EQ(names, (std::vector<std::string>{"Casino", "Port", "Fontvieille", "Fontvieille west"}));
+}
+
+TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
+  const int before = events_;
+  EXPECT_EQ(FailureOf({{"Casino", kCasino}, {"Sea", kAtSea}}),
+            "No road a car can use is near the waypoint \"Sea\" (43.700000, 7.470000).");
+  EXPECT_EQ(FailureOf({{"Sea", kAtSea}, {"Casino", kCasino}}),
+            "No road a car can use is near the waypoint \"Sea\" (43.700000, 7.470000).");
+  EXPECT_EQ(FailureOf({{"Casino", kCasino}}), "A route needs at least two waypoints.");
+  EXPECT_EQ(FailureOf({}), "A route needs at least two waypoints.");
+  EXPECT_FALSE(route_.IsCalculated());
+  EXPECT_EQ(events_, before);
+  host_.CloseMap();
+  EXPECT_THROW(route_.Calculate(), RouteError);
+  EXPECT_THROW(route_.Waypoints(), RouteError);
+
+  // No region: said when calculating, and found once it is there.
+  const orvo::testing::TempFolder regions;
+  DocumentRoute later(host_, RegionRouter("monaco", regions.Path()));
+  host_.OpenAtStart(folder_.Path() / "route.orvomap");
+  later.AddWaypoint(kCasino, "Casino");
+  later.AddWaypoint(kFontvieille, "Fontvieille");
+  try {
+    later.Calculate();
+    ADD_FAILURE() << "calculated without a region";
+  } catch (const RouteError& error) {
+    EXPECT_NE(std::string(error.what()).find("there is no region \"monaco\""), std::string::npos)
+        << error.what();
+  }
+  std::filesystem::create_directory_symlink(testing::SharedMonaco::Get().Folder(),
+                                            regions.Path() / "monaco");
+  later.Calculate();
+  EXPECT_TRUE(later.IsCalculated());
+}
+
+TEST(RouteCommand, PrintsTheDirectionsAsJsonAndFailsClearly) {
+  const orvo::testing::Environment environment{
+      {"XDG_DATA_HOME", testing::SharedMonaco::Get().DataHome().string()}};
+  const auto run =
+      orvo::testing::RunOrvo({"route", "43.7397,7.4275", "43.7347,7.4214", "43.7285,7.4150",
+                              "--unit", "mi", "--preference", "shortest"},
+                             environment);
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+  const nlohmann::json json = nlohmann::json::parse(run.out);
+  EXPECT_EQ(json["unit"], "mi");
+  ASSERT_EQ(json["directions"].size(), 3u);
+  const nlohmann::json& first = json["directions"][0];
+  for (const char* key :
+       {"text", "target", "action", "type", "location", "distance", "time", "nested"})
+    EXPECT_TRUE(first.contains(key)) << key;
+  EXPECT_EQ(first["action"], 1);
+  EXPECT_EQ(first["type"], 9);
+  EXPECT_GT(first["nested"].size(), 1u);
+  EXPECT_LT(json["distance"].get<double>(), 4.0 / 1.609344);
+
+  struct Case {
+    std::vector<std::string> arguments;
+    int exitCode;
+    std::string message;
+  };
+  const std::vector<Case> cases = {
+      {{"route", "43.7397,7.4275", "43.7,7.47"}, 1, "No road a car can use is near the waypoint"},
+      {{"route", "43.7397,7.4275"}, 2, "a route needs at least two points"},
+      {{"route", "43.7397,7.4275", "north"}, 2, "\"north\" is not a point LAT,LON"},
+      {{"route", "1,2", "3,4", "--preference", "scenic"}, 2, "--preference is quickest"},
+      {{"route", "1,2", "3,4", "--region", "atlantis"}, 1, "no region \"atlantis\""},
+  };
+  for (const Case& test : cases) {
+    const auto failed = orvo::testing::RunOrvo(test.arguments, environment);
+    EXPECT_EQ(failed.exitCode, test.exitCode) << test.message;
+    EXPECT_NE(failed.err.find(test.message), std::string::npos) << failed.err;
+    EXPECT_TRUE(failed.out.empty());
+  }
+}
+
+}  // namespace
+}  // namespace orvo::host::map

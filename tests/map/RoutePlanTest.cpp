@@ -1,0 +1,307 @@
+// The active route without a region: editing the waypoints, their types, the best order of the
+// stops, the route surviving a restart and an older file, and directions from made-up legs.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "host/map/DocumentRoute.hpp"
+#include "host/map/MapHost.hpp"
+#include "host/map/RouteDirections.hpp"
+#include "tests/TestSupport.hpp"
+
+namespace orvo::host::map {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Names(const RoutePlan& plan) {
+  std::vector<std::string> names;
+  for (const Waypoint& waypoint : plan.Waypoints()) names.push_back(waypoint.name);
+  return names;
+}
+
+TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
+  struct Case {
+    const char* what;
+    std::function<void(RoutePlan&)> edit;
+    std::vector<std::string> names;
+  };
+  const std::vector<Case> cases = {
+      {"move the end to the front", [](RoutePlan& p) { p.Move(3, 0); }, {"D", "A", "B", "C"}},
+      {"move the start back", [](RoutePlan& p) { p.Move(0, 2); }, {"B", "C", "A", "D"}},
+      {"delete a stop", [](RoutePlan& p) { p.Delete(1); }, {"A", "C", "D"}},
+      {"a stop becomes the start",
+       [](RoutePlan& p) { p.SetType(2, WaypointType::Start); },
+       {"C", "A", "B", "D"}},
+      {"the start becomes the end",
+       [](RoutePlan& p) { p.SetType(0, WaypointType::End); },
+       {"B", "C", "D", "A"}},
+      {"the start becomes a stop",
+       [](RoutePlan& p) { p.SetType(0, WaypointType::Stop); },
+       {"B", "A", "C", "D"}},
+      {"the end becomes a stop",
+       [](RoutePlan& p) { p.SetType(3, WaypointType::Stop); },
+       {"A", "B", "D", "C"}},
+      {"reorder",
+       [](RoutePlan& p) {
+         p.Reorder({0, 2, 1, 3});
+       },
+       {"A", "C", "B", "D"}},
+      {"an unnamed waypoint takes the lowest free number",
+       [](RoutePlan& p) {
+         p.Add({43.7, 7.4}, "");
+         p.Add({43.7, 7.4}, "");
+         p.Delete(4);
+         p.Add({43.7, 7.4}, "");
+       },
+       {"A", "B", "C", "D", "Waypoint 2", "Waypoint 1"}},
+  };
+  for (const Case& test : cases) {
+    int changes = 0;
+    RoutePlan plan([&changes] { ++changes; });
+    for (const char* name : {"A", "B", "C", "D"}) plan.Add({43.7, 7.4}, name);
+    changes = 0;
+    test.edit(plan);
+    EXPECT_EQ(Names(plan), test.names) << test.what;
+    EXPECT_GE(changes, 1) << test.what;
+    const auto& waypoints = plan.Waypoints();
+    EXPECT_EQ(waypoints.front().type, WaypointType::Start) << test.what;
+    EXPECT_EQ(waypoints.back().type, WaypointType::End) << test.what;
+    for (std::size_t index = 1; index + 1 < waypoints.size(); ++index)
+      EXPECT_EQ(waypoints[index].type, WaypointType::Stop) << test.what;
+  }
+
+  // What changes nothing reports nothing; what is impossible says so.
+  int changes = 0;
+  RoutePlan plan([&changes] { ++changes; });
+  plan.Add({43.7, 7.4}, "A");
+  plan.Add({43.7, 7.5}, "B");
+  changes = 0;
+  plan.Rename(0, "A");
+  plan.Move(1, 1);
+  plan.SetType(0, WaypointType::Start);
+  plan.SetType(1, WaypointType::Stop);  // two waypoints have no room for a stop
+  plan.SetPreference(0, SegmentPreference::Quickest);
+  plan.Reorder({0, 1});
+  EXPECT_EQ(changes, 0);
+  EXPECT_THROW(plan.Delete(2), RouteError);
+  EXPECT_THROW(plan.Move(0, 5), RouteError);
+  EXPECT_THROW(plan.Rename(0, ""), RouteError);
+  EXPECT_THROW(plan.Reorder({0, 0}), RouteError);
+  EXPECT_THROW(plan.Reorder({0}), RouteError);
+  EXPECT_THROW(plan.Add({91.0, 7.4}, "off the globe"), RouteError);
+  EXPECT_THROW(plan.SetPreference(0, static_cast<SegmentPreference>(7)), RouteError);
+}
+
+TEST(RoutePlan, BestStopOrderKeepsTheEndsAndFindsTheShortestDrive) {
+  // Points on a line at these positions: the best order visits them from left to right.
+  const auto line = [](std::vector<double> at) {
+    std::vector<std::vector<double>> cost(at.size(), std::vector<double>(at.size()));
+    for (std::size_t a = 0; a < at.size(); ++a)
+      for (std::size_t b = 0; b < at.size(); ++b) cost[a][b] = std::abs(at[a] - at[b]);
+    return cost;
+  };
+  struct Case {
+    std::vector<double> positions;
+    std::vector<std::size_t> order;
+  };
+  const std::vector<Case> cases = {
+      {{0, 3, 1, 2, 9}, {0, 2, 3, 1, 4}},
+      {{0, 5, 4, 3, 2, 1, 6}, {0, 5, 4, 3, 2, 1, 6}},
+      {{0, 2, 1}, {0, 1, 2}},  // one stop: nothing to order
+      // More stops than are searched exactly: still the line's order.
+      {{0, 7, 3, 9, 1, 5, 2, 8, 4, 6, 10, 11}, {0, 4, 6, 2, 8, 5, 9, 1, 7, 3, 10, 11}},
+  };
+  for (const Case& test : cases) EXPECT_EQ(BestStopOrder(line(test.positions)), test.order);
+
+  // One-way costs: the exact search follows them.
+  const std::vector<std::vector<double>> oneWay = {
+      {0, 1, 9, 9, 9}, {9, 0, 9, 1, 9}, {9, 9, 0, 9, 1}, {9, 9, 1, 0, 9}, {9, 9, 9, 9, 0}};
+  EXPECT_EQ(BestStopOrder(oneWay), (std::vector<std::size_t>{0, 1, 3, 2, 4}));
+}
+
+struct RouteDocument : ::testing::Test {
+  orvo::testing::TempFolder folder;
+  fs::path file = folder.Path() / "route.orvomap";
+};
+
+TEST_F(RouteDocument, TheRouteSurvivesReopeningAndOlderDocumentsGainOne) {
+  {
+    MapHost host(folder.Path());
+    host.OpenAtStart(file);
+    RoutePlan& plan = host.ActiveMap()->Plan();
+    plan.Add({43.7397, 7.4275}, "Casino");
+    plan.Add({43.7285, 7.4150}, "Fontvieille");
+    plan.SetPreference(0, SegmentPreference::Preferred);
+    plan.SetPreferredDeparture(1, 3600.5);
+    RouteCalculation calculation;
+    calculation.distanceKm = 2.5;
+    calculation.timeSeconds = 120;
+    calculation.path = {{43.7397, 7.4275}, {43.7285, 7.4150}};
+    calculation.directions.push_back({"Depart from Casino",
+                                      "Fontvieille",
+                                      DirectionAction::Depart,
+                                      DirectionType::Waypoint,
+                                      {43.7397, 7.4275},
+                                      2.5,
+                                      0,
+                                      {}});
+    calculation.directions.back().nested.push_back({"Turn left onto Rue Grimaldi",
+                                                    "",
+                                                    DirectionAction::TurnLeft,
+                                                    DirectionType::Driving,
+                                                    {43.73, 7.42},
+                                                    1.0,
+                                                    60,
+                                                    {}});
+    plan.SetCalculation(calculation);
+    host.ActiveMap()->Flush();
+    // Another process reads the flushed route.
+    const MapDocument reader(file, MapDocument::Access::ReadOnly);
+    EXPECT_EQ(Names(reader.Plan()), (std::vector<std::string>{"Casino", "Fontvieille"}));
+    EXPECT_THROW(const_cast<MapDocument&>(reader).Plan(), MapError);
+  }
+  MapHost host(folder.Path());
+  host.OpenAtStart(file);
+  const RoutePlan& plan = std::as_const(*host.ActiveMap()).Plan();
+  ASSERT_EQ(plan.Count(), 2u);
+  EXPECT_EQ(plan.Waypoints()[0].preference, SegmentPreference::Preferred);
+  EXPECT_EQ(plan.Waypoints()[1].preferredDeparture, 3600.5);
+  EXPECT_EQ(plan.Waypoints()[1].type, WaypointType::End);
+  ASSERT_TRUE(plan.IsCalculated());
+  const RouteCalculation& read = *plan.Calculation();
+  EXPECT_EQ(read.path.size(), 2u);
+  ASSERT_EQ(read.directions.size(), 1u);
+  ASSERT_EQ(read.directions[0].nested.size(), 1u);
+  EXPECT_EQ(read.directions[0].nested[0].text, "Turn left onto Rue Grimaldi");
+  EXPECT_EQ(read.directions[0].nested[0].action, DirectionAction::TurnLeft);
+  EXPECT_EQ(read.directions[0].target, "Fontvieille");
+
+  // The host's unit applies when the directions are handed out.
+  DocumentRoute route(host, []() -> RoutingDatabase& { throw RouteError("no routing here"); });
+  host.SetUnit(DistanceUnit::Miles);
+  EXPECT_NEAR(route.Distance(), 2.5 / 1.609344, 1e-9);
+  EXPECT_NEAR(route.Directions()[0].nested[0].distance, 1.0 / 1.609344, 1e-9);
+  EXPECT_NO_THROW(route.Optimize()) << "two waypoints are in order already";
+  try {
+    route.Calculate();
+    ADD_FAILURE() << "calculated without a routing database";
+  } catch (const RouteError& error) {
+    EXPECT_STREQ(error.what(), "no routing here");
+  }
+  EXPECT_TRUE(route.IsCalculated()) << "a failed calculation keeps the last one";
+}
+
+TEST_F(RouteDocument, AFormatOneDocumentKeepsItsPinsAndGainsARoute) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(database,
+                         "CREATE TABLE pushpin (id INTEGER PRIMARY KEY AUTOINCREMENT,"
+                         " name TEXT NOT NULL, latitude REAL NOT NULL, longitude REAL NOT NULL,"
+                         " symbol INTEGER NOT NULL, note TEXT NOT NULL, balloon INTEGER NOT NULL);"
+                         "INSERT INTO pushpin VALUES (1, 'old pin', 43.7, 7.4, 3, '', 0);"
+                         "PRAGMA application_id = 1330796111; PRAGMA user_version = 1;",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(database);
+  {
+    const MapDocument reader(file, MapDocument::Access::ReadOnly);
+    EXPECT_EQ(reader.PushpinCount(), 1u);
+    EXPECT_EQ(reader.Plan().Count(), 0u);
+  }
+  {
+    MapDocument document(file);
+    EXPECT_TRUE(document.FindPushpin("old pin"));
+    document.Plan().Add({43.7, 7.4}, "new waypoint");
+  }
+  const MapDocument reader(file, MapDocument::Access::ReadOnly);
+  EXPECT_EQ(Names(reader.Plan()), std::vector<std::string>{"new waypoint"});
+  EXPECT_EQ(reader.PushpinCount(), 1u);
+}
+
+// Directions from made-up Routino legs: each junction kind and turn angle to its action and
+// words, without a region.
+TEST(RouteDirections, JunctionKindsAndTurnAnglesGiveActionsAndWords) {
+  struct Case {
+    RoutePointKind kind;
+    int turn;
+    const char* road;
+    double kmPerHourAfter;  // the profile's speed on the road after the junction
+    DirectionAction action;
+    const char* text;  // empty: no instruction
+  };
+  using enum RoutePointKind;
+  using A = DirectionAction;
+  const std::vector<Case> cases = {
+      {Junction, 10, "Rue Grimaldi", 50, A::Continue, "Continue onto Rue Grimaldi"},
+      {Junction, 10, "Avenue du Port", 50, A::Continue, ""},  // straight on, same road
+      {HighwayChange, -5, "primary road", 50, A::Continue, ""},
+      {Junction, -40, "Rue Grimaldi", 50, A::BearLeft, "Bear left onto Rue Grimaldi"},
+      {Junction, 60, "Avenue du Port", 50, A::BearRight, "Bear right to stay on Avenue du Port"},
+      {Junction, -90, "Rue Grimaldi", 50, A::TurnLeft, "Turn left onto Rue Grimaldi"},
+      {Junction, 100, "service road", 50, A::TurnRight, "Turn right"},
+      {Junction, -150, "Rue Grimaldi", 50, A::TurnLeft, "Turn sharp left onto Rue Grimaldi"},
+      {UTurn, 180, "Avenue du Port", 50, A::TurnBack, "Make a U-turn"},
+      {UTurn, 180, "Rue Grimaldi", 50, A::TurnBack, "Make a U-turn onto Rue Grimaldi"},
+      {MiniRoundabout, -80, "Rue Grimaldi", 50, A::EnterRoundabout,
+       "At the mini-roundabout turn left onto Rue Grimaldi"},
+      {Junction, 15, "La Provençale (A8)", 112, A::Merge, "Merge onto La Provençale (A8)"},
+      {Junction, 30, "motorway", 112, A::Merge, "Merge onto the motorway"},
+      {Junction, 90, "La Provençale (A8)", 112, A::TurnRight, "Turn right onto La Provençale (A8)"},
+      {JunctionContinue, 40, "Rue Grimaldi", 50, A::Other, ""},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.text);
+    // Along Avenue du Port for 1 km at 50 km/h, the junction, then 1 km on.
+    Route leg;
+    const double secondsAfter = 3600.0 / test.kmPerHourAfter;
+    leg.points = {{{43.730, 7.420}, 0.0, 0.0, Waypoint, 0, 90, "Avenue du Port"},
+                  {{43.730, 7.432}, 1.0, 72.0, test.kind, test.turn, 0, test.road},
+                  {{43.739, 7.432}, 2.0, 72.0 + secondsAfter, Waypoint, 0, 0, ""}};
+    leg.distanceKm = 2.0;
+    leg.timeSeconds = 72.0 + secondsAfter;
+    std::vector<map::Waypoint> waypoints(2);
+    waypoints[0].name = "Port";
+    waypoints[1].name = "Casino";
+    const RouteCalculation route = BuildDirections(waypoints, std::span(&leg, 1));
+    ASSERT_EQ(route.directions.size(), 2u);
+    EXPECT_EQ(route.directions[0].text, "Depart from Port and head east on Avenue du Port");
+    const std::vector<Direction>& steps = route.directions[0].nested;
+    if (*test.text == '\0') {
+      EXPECT_TRUE(steps.empty());
+      EXPECT_DOUBLE_EQ(route.directions[0].distance, 2.0);
+      continue;
+    }
+    ASSERT_EQ(steps.size(), 1u);
+    EXPECT_EQ(steps[0].text, test.text);
+    EXPECT_EQ(steps[0].action, test.action);
+    EXPECT_DOUBLE_EQ(route.directions[0].distance + steps[0].distance, 2.0);
+    EXPECT_DOUBLE_EQ(steps[0].timeSeconds, 72.0);
+  }
+}
+
+TEST(RouteDirections, RoundaboutsCountTheirExits) {
+  Route leg;
+  leg.points = {
+      {{43.730, 7.420}, 0.0, 0.0, RoutePointKind::Waypoint, 0, 0, "Rue Grimaldi"},
+      {{43.731, 7.420}, 0.1, 5.0, RoutePointKind::RoundaboutEntry, 30, 0, "Place d'Armes"},
+      {{43.731, 7.421}, 0.11, 6.0, RoutePointKind::RoundaboutExitNotTaken, -40, 0, ""},
+      {{43.731, 7.422}, 0.12, 7.0, RoutePointKind::RoundaboutExitNotTaken, -40, 0, ""},
+      {{43.731, 7.423}, 0.13, 8.0, RoutePointKind::RoundaboutExit, 20, 0, "Avenue du Port"},
+      {{43.732, 7.423}, 0.3, 20.0, RoutePointKind::Waypoint, 0, 0, ""}};
+  leg.distanceKm = 0.3;
+  leg.timeSeconds = 20.0;
+  std::vector<map::Waypoint> waypoints(2);
+  waypoints[0].name = "A";
+  waypoints[1].name = "B";
+  const RouteCalculation route = BuildDirections(waypoints, std::span(&leg, 1));
+  const std::vector<Direction>& steps = route.directions[0].nested;
+  ASSERT_EQ(steps.size(), 2u);
+  EXPECT_EQ(steps[0].text, "At Place d'Armes take the 3rd exit onto Avenue du Port");
+  EXPECT_EQ(steps[0].action, DirectionAction::EnterRoundabout);
+  EXPECT_EQ(steps[1].text, "Exit the roundabout onto Avenue du Port");
+  EXPECT_EQ(steps[1].action, DirectionAction::ExitRoundabout);
+  EXPECT_EQ(route.path.size(), leg.points.size());
+}
+
+}  // namespace
+}  // namespace orvo::host::map
