@@ -15,6 +15,8 @@
 #include "app/Commands.hpp"
 #include "gps/ReceiverSession.hpp"
 #include "host/map/DocumentMap.hpp"
+#include "host/map/DocumentRoute.hpp"
+#include "host/map/RouteChannel.hpp"
 #include "host/map/MapChannel.hpp"
 #include "host/map/MapFlushTimer.hpp"
 #include "host/map/MapGeometry.hpp"
@@ -215,8 +217,10 @@ class Program {
         mapGeometry_(mapView_, mapHost_),
         documentMap_(mapHost_, mapGeometry_),
         mapFlush_(mapHost_, scheduler_),
+        route_(mapHost_, host::map::RegionRouter(options.region)),
         bridge_(io_, desktop_, BridgeOptions(options)),
         mapChannel_(mapHost_, bridge_, desktop_),
+        routeChannel_(mapHost_, route_, bridge_, desktop_),
         signals_(io_, SIGINT, SIGTERM),
         serialPort_(io_, [this](std::string_view text) { Log(text); }) {
     const auto log = [](std::string_view text) { std::clog << "orvo: " << text << '\n'; };
@@ -227,6 +231,7 @@ class Program {
     mapHost_.diagnostics = [this](std::string_view text) { Log(text); };
     mapFlush_.diagnostics = [this](std::string_view text) { Log(text); };
     mapChannel_.diagnostics = [this](std::string_view text) { Log(text); };
+    routeChannel_.diagnostics = [this](std::string_view text) { Log(text); };
     dialogs_.SetPublisher([this](const Json& message) { desktop_.Publish(message); });
     desktop_.extraEvents = [this](const Json& event) { return ExtraEvent(event); };
     bridge_.AddSnapshotPart([this](Json& snapshot) { dialogs_.AddToSnapshot(snapshot); });
@@ -357,8 +362,10 @@ class Program {
   host::map::MapGeometry mapGeometry_;
   host::map::DocumentMap documentMap_;
   host::map::MapFlushTimer mapFlush_;
+  host::map::DocumentRoute route_;
   host::ui::WebBridge bridge_;
   host::map::MapChannel mapChannel_;
+  host::map::RouteChannel routeChannel_;
   asio::signal_set signals_;
   host::platform::LinuxSystemClock clock_;
   host::platform::LinuxTimeZoneSource timeZone_;

@@ -99,6 +99,7 @@ void MapChannel::HandleUnitMessage(const Json& message) {
   if (unit != "km" && unit != "miles") return Report("unknown distance unit \"" + unit + "\"");
   host_.SetUnit(unit == "km" ? DistanceUnit::Kilometres : DistanceUnit::Miles);
   bridge_.Queue(UnitMessage());
+  if (host_.onRouteChange) host_.onRouteChange();  // its distances are shown in the unit
 }
 
 void MapChannel::PublishFile() {

@@ -5,6 +5,7 @@ import './style.css';
 import { Connection, socketUrl, type ConnectionState } from './connection';
 import { MapDisplay, type Region } from './map/map';
 import { withPins } from './map/pins';
+import { RoutePlanner } from './map/route/planner';
 import type { Theme } from './map/style';
 import { applyMessage, emptyModel } from './model';
 import type { PageMessage, ServerMessage } from './protocol';
@@ -96,6 +97,7 @@ async function start(): Promise<void> {
   bar.tools.insertBefore(unitButton, themeButton);
   showUnit(unit);
 
+
   const reportViewport = () =>
     send({ type: 'viewport', width: desktopElement.clientWidth, height: desktopElement.clientHeight });
   new ResizeObserver(reportViewport).observe(desktopElement);
@@ -113,6 +115,7 @@ async function start(): Promise<void> {
         if (message.type === 'snapshot') {
           bar.setMapFile(message.mapFile?.file ?? null);
           if (message.mapUnit) showUnit(message.mapUnit.unit);
+          if (message.route) planner.show(message.route);
         }
         if (firstSnapshot && message.type === 'snapshot' && message.mapView)
           map.goTo(message.mapView.lat, message.mapView.lon, message.mapView.zoom, false);
@@ -150,10 +153,17 @@ async function start(): Promise<void> {
   connection.onMessage = (message: ServerMessage) => {
     if (message.type === 'mapfile') bar.setMapFile(message.file);
     else if (message.type === 'mapunit') showUnit(message.unit);
+    else if (message.type === 'route') planner.show(message);
     else if (message.type === 'cursor') document.body.classList.toggle('busy', message.cursor === 'wait');
     else showWindows(message);
   };
   connection.onMessage = withPins(map.map, send, connection.onMessage);
+  // After the pins, whose right-click menu comes first.
+  const planner = new RoutePlanner(map.map, send);
+  element('stage').append(planner.element);
+  const routeButton = Object.assign(document.createElement('button'), { className: 'theme-switch route-switch', textContent: 'Route', title: 'Show or hide the route planner' });
+  routeButton.addEventListener('click', () => planner.toggle());
+  bar.tools.insertBefore(routeButton, unitButton);
   const showStatus = (state: ConnectionState) => {
     status.hidden = state === 'open';
     document.body.dataset.connection = state;

@@ -1,6 +1,7 @@
 // The messages between orvo and the page. orvo holds all state and behaviour; the page shows
 // what it is told and reports what the user did.
 import type { PinAction } from './map/pins/patches';
+import type { RouteAction, RouteState } from './map/route/planner';
 
 export type Properties = Record<string, unknown>;
 
@@ -83,6 +84,7 @@ export type ServerMessage =
       mapView?: MapViewMessage;
       mapFile?: MapFileMessage;
       mapUnit?: MapUnitMessage;
+      route?: RouteState;
     }
   | { type: 'open'; window: WindowSnapshot }
   | { type: 'close'; window: string }
@@ -99,6 +101,7 @@ export type ServerMessage =
   | { type: 'ended' }
   | MapFileMessage
   | MapUnitMessage
+  | RouteState
   // The pointer over the whole page while a long job runs.
   | { type: 'cursor'; cursor: 'wait' | 'default' }
   // Messages of features with their own handlers (see onMessage in connection.ts).
@@ -129,4 +132,5 @@ export type PageMessage =
   | { type: 'quit' }
   | { type: 'mapfile'; action: 'new' | 'open' | 'saveAs' | 'close' | 'exportGpx' }
   | MapUnitMessage
+  | RouteAction
   | PinAction;

@@ -1,0 +1,83 @@
+// The route planner against a real orvo and the Monaco region: waypoints added by right-clicks
+// on the map, the route calculated by Routino and drawn with its directions, the preference
+// and the order changed, a point at sea refused with a message, the route kept over a reload.
+import { mkdirSync, mkdtempSync, symlinkSync } from 'node:fs';
+import { homedir, tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { afterAll, beforeAll, describe, expect, it } from 'vitest';
+import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+
+const REGIONS = join(process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'), 'orvo/regions');
+
+describe('the route planner', () => {
+  let browser: Browser;
+  let orvo: Orvo & { folder: string };
+  let dataHome: string;
+
+  beforeAll(async () => {
+    dataHome = mkdtempSync(join(tmpdir(), 'orvo-route-'));
+    mkdirSync(join(dataHome, 'orvo'));
+    symlinkSync(REGIONS, join(dataHome, 'orvo/regions'));
+    orvo = await startOrvo({ dataHome, arguments: ['--map', join(dataHome, 'orvo/route.orvomap')] });
+    browser = await openBrowser();
+  });
+  afterAll(async () => {
+    await browser.close();
+    await orvo.stop();
+    removeFolder(orvo.folder);
+    removeFolder(dataHome);
+  });
+
+  it('plans, calculates, reorders and keeps a route, and says why a point at sea cannot be reached', async () => {
+    const { page } = browser;
+    await page.goto(orvo.url);
+    await expect.poll(() => page.evaluate(() => document.body.dataset.route)).toBe('0:0');
+    const stage = (await page.locator('#map').boundingBox())!;
+    // Near the region's centre, right of the planner: streets of Monaco at zoom 14.
+    const at = (dx: number, dy: number) => ({ x: stage.x + stage.width / 2 + dx, y: stage.y + stage.height / 2 + dy });
+    const add = async (point: { x: number; y: number }, entry: string) => {
+      await page.mouse.click(point.x, point.y, { button: 'right' });
+      await page.locator('.pin-menu .menu-item', { hasText: entry }).click();
+    };
+    await add(at(-60, -40), 'Add Start Here');
+    await add(at(150, 60), 'Add End Here');
+    await add(at(40, 0), 'Add Stop Here');
+    const planner = page.locator('.route-planner');
+    const names = () => planner.locator('.route-waypoints .route-name').allInnerTexts();
+    const kinds = () => planner.locator('.route-waypoints li').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset.kind));
+    await expect.poll(kinds).toEqual(['start', 'stop', 'end']);
+    const [start, stop, end] = await names();
+
+    await planner.locator('[data-action="calculate"]').click();
+    await expect.poll(() => planner.locator('.route-summary').innerText()).toMatch(/^\d+\.\d (km|mi) · \d+ min$/);
+    const directions = await planner.locator('.route-directions li').allInnerTexts();
+    expect(directions[0]).toMatch(/^Depart from /);
+    expect(directions.at(-1)).toMatch(/^Arrive at /);
+    expect(directions.filter((text) => /^Stop at /.test(text))).toHaveLength(1);
+    expect(Number((await page.evaluate(() => document.body.dataset.route))?.split(':')[1])).toBeGreaterThan(2);
+
+    // Another preference or order makes the route uncalculated until it is calculated again.
+    await planner.locator('select').selectOption('shortest');
+    await expect.poll(() => planner.locator('.route-summary').innerText()).toBe('Not calculated');
+    await planner.locator('.route-waypoints li').nth(1).locator('[data-action="up"]').click();
+    await expect.poll(names).toEqual([stop, start, end]);
+    await planner.locator('[data-action="calculate"]').click();
+    await expect.poll(() => planner.locator('.route-summary').innerText()).toMatch(/ min$/);
+
+    // The route is the map document's: a reload shows it as it is.
+    await page.reload();
+    await expect.poll(names).toEqual([stop, start, end]);
+    await expect.poll(() => planner.locator('.route-summary').innerText()).toMatch(/ min$/);
+    expect(await planner.locator('select').inputValue()).toBe('shortest');
+
+    // Far out at sea, south-east of the harbour: the calculation is refused with the reason.
+    await add(at(Math.min(600, stage.width / 2 - 20), Math.min(330, stage.height / 2 - 20)), 'Add End Here');
+    await planner.locator('[data-action="calculate"]').click();
+    const box = page.locator('.modal-backdrop');
+    await expect.poll(() => box.locator('.prompt').innerText()).toMatch(/No road a car can use is near the waypoint/);
+    await box.locator('.dialog-button', { hasText: 'OK' }).click();
+    await planner.locator('.route-waypoints li').last().locator('[data-action="delete"]').click();
+    await planner.locator('[data-action="clear"]').click();
+    await expect.poll(() => page.evaluate(() => document.body.dataset.route)).toBe('0:0');
+  }, 60000);
+});
