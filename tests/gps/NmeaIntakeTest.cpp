@@ -23,17 +23,13 @@ class RecordingListener final : public IntakeListener {
  public:
   void OnChunkReceived(std::string_view chunk) override {
     chunks.emplace_back(chunk);
-    if (failCapture) {
-      throw std::runtime_error("disk full");
-    }
+    if (failCapture) throw std::runtime_error("disk full");
   }
   void OnSentence(std::string_view sentence) override { sentences.emplace_back(sentence); }
   bool IsRefreshAutomatic() const override { return automatic; }
   void OnRefreshTick() override {
     ++ticks;
-    if (failTick) {
-      throw std::runtime_error("tick failed");
-    }
+    if (failTick) throw std::runtime_error("tick failed");
   }
 
   std::vector<std::string> chunks;
@@ -92,9 +88,7 @@ TEST_F(IntakeTest, SentencesSplitAnywhereAcrossChunks) {
     NmeaIntake intake(parser, &listener);
     intake.ProcessData(stream.substr(0, cut));
     intake.ProcessData(stream.substr(cut));
-    while (intake.HasCompleteSentence()) {
-      intake.ProcessData("");
-    }
+    while (intake.HasCompleteSentence()) intake.ProcessData("");
     EXPECT_EQ(listener.sentences, (std::vector<std::string>{kRmc, kGga})) << "cut at " << cut;
   }
 }
@@ -262,9 +256,7 @@ TEST_F(IntakeTest, AnUnendingSentenceCannotGrowTheBufferWithoutLimit) {
   EXPECT_EQ(diagnostics_[0].substr(0, 33), "ProcessData: buffer above 1048576");
   // The receiver recovers with its next sentence.
   intake_.ProcessData(kCrLf + kRmc + kCrLf);
-  while (intake_.HasCompleteSentence()) {
-    intake_.ProcessData("");
-  }
+  while (intake_.HasCompleteSentence()) intake_.ProcessData("");
   EXPECT_EQ(intake_.CurrentSentence(), kRmc);
 }
 
