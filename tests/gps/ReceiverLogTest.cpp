@@ -246,18 +246,7 @@ TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
 
 // ---- The command itself -------------------------------------------------------------------
 
-TEST(ParseCommand, BareLineFeedsDispatchNothingUnlessRestored) {
-  const std::string log = Quote((kReceivers / "quirk-lf-line-ends.log").string());
-  const CommandResult raw = RunParse("--now 2026-01-01T00:00:00 " + log);
-  EXPECT_EQ(raw.exitCode, 1) << "no sentence at all is worth a failing exit";
-  EXPECT_NE(raw.err.find("no NMEA sentence"), std::string::npos) << raw.err;
-  EXPECT_NE(raw.err.find("--restore-crlf"), std::string::npos) << raw.err;
-  EXPECT_EQ(raw.out, "");
-  const CommandResult restored = RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + log);
-  EXPECT_EQ(Lines(restored.out).size(), 5U);
-}
-
-TEST(ParseCommand, StandardInputGivesTheSameAsTheFile) {
+TEST(ParseCommand, StandardInputGivesTheSameAsTheFileAndBareLineFeedsCanBeRestored) {
   const fs::path log = kReceivers / "garmin-10x.log";
   const CommandResult fromFile = RunParse(kGoldenOptions + " " + Quote(log.string()));
   const CommandResult fromInput = RunParse(kGoldenOptions + " -", log.string());
@@ -266,6 +255,8 @@ TEST(ParseCommand, StandardInputGivesTheSameAsTheFile) {
   EXPECT_FALSE(fromFile.out.empty());
   EXPECT_EQ(fromInput.out, fromFile.out);
   EXPECT_EQ(withoutName.out, fromFile.out);
+  const std::string bare = Quote((kReceivers / "quirk-lf-line-ends.log").string());
+  EXPECT_EQ(Lines(RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + bare).out).size(), 5U);
 }
 
 TEST(ParseCommand, BacklogSkipOnlyWhenAsked) {
@@ -292,6 +283,9 @@ TEST(ParseCommand, RefusesWhatItCannotDo) {
       {"--len-detect-repeat lots -", 2, "--len-detect-repeat needs a whole number"},
       {"--frobnicate", 2, "unknown option --frobnicate"},
       {"a.log b.log", 2, "only one input file"},
+      // No sentence at all is worth a failing exit, and the likely cause is named.
+      {Quote((kReceivers / "quirk-lf-line-ends.log").string()), 1,
+       "CR LF (for captures stored with LF only: --restore-crlf)"},
   };
   for (const Case& c : cases) {
     const CommandResult run = RunParse(c.arguments);

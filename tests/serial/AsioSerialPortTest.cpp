@@ -74,11 +74,15 @@ class AsioSerialPortTest : public ::testing::Test {
   std::vector<int> events_;
 };
 
-TEST_F(AsioSerialPortTest, OpensByOverrideAndSetsTheLineUp) {
+TEST_F(AsioSerialPortTest, OpensByOverrideSetsTheLineUpAndWrites) {
   port_->SetCommPort(kPort);
   port_->SetSettings("9600,N,8,2");
   port_->SetDTREnable(true);
+  EXPECT_THAT([&] { port_->Write("ASTRAL\r\n"); },
+              ::testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
   ASSERT_NO_THROW(port_->Open());
+  port_->Write("ASTRAL\r\n");
+  EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
   EXPECT_TRUE(port_->IsOpen());
   EXPECT_EQ(port_->DevicePath(), pty_.path);
   EXPECT_EQ(port_->CommEvent(), kEventNone);
@@ -137,15 +141,6 @@ TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
   EXPECT_THAT(events_, ::testing::Each(kEventReceive));
   EXPECT_EQ(port_->CommEvent(), kEventReceive);
   EXPECT_EQ(port_->ReadInput(), "");
-}
-
-TEST_F(AsioSerialPortTest, WritesReachTheDevice) {
-  port_->SetCommPort(kPort);
-  EXPECT_THAT([&] { port_->Write("ASTRAL\r\n"); },
-              ::testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
-  port_->Open();
-  port_->Write("ASTRAL\r\n");
-  EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
 }
 
 TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
