@@ -144,8 +144,9 @@ TEST_F(IntakeTest, BacklogSkipsToTheNewestSentenceOfTheOldestType) {
   int second = 0;
   while (backlog.size() < 1200) {
     const std::string time = "1200" + std::string(second < 10 ? "0" : "") + std::to_string(second);
-    backlog += "$GPGGA," + time + ",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47" + kCrLf;
-    backlog += "$GPRMC," + time + ",A,4807.038,N,01131.000,E,0,0,230394,,*00" + kCrLf;
+    backlog.append("$GPGGA,").append(time).append(",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9");
+    backlog.append(",M,,*47\r\n$GPRMC,").append(time);
+    backlog.append(",A,4807.038,N,01131.000,E,0,0,230394,,*00\r\n");
     ++second;
   }
   const std::string newestGga = "$GPGGA,120099,4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47";

@@ -242,15 +242,16 @@ TEST(Position, LengthRulesAndHemispheres) {
   const std::string previous = "9900.000,N,09900.000,E";
   for (const Case& c : cases) {
     const std::string position = std::string(c.lat) + "," + c.ns + "," + c.lng + "," + c.ew;
-    for (const std::string& sentences :
-         {"$GPRMC,,A," + previous + ",,,,,*00\n$GPRMC,,A," + position + ",,,,,*00",
-          "$GPGGA,," + previous + ",1,,,,,,,,*00\n$GPGGA,," + position + ",1,,,,,,,,*00"}) {
+    for (const auto& [head, tail] :
+         {std::pair{"$GPRMC,,A,", ",,,,,*00"}, std::pair{"$GPGGA,,", ",1,,,,,,,,*00"}}) {
       Receiver receiver;
-      const auto newline = sentences.find('\n');
-      receiver.Send({sentences.substr(0, newline).c_str()});
-      receiver.Send({sentences.substr(newline + 1).c_str()});
-      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << sentences;
-      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << sentences;
+      for (const std::string& fields : {previous, position}) {
+        std::string sentence = head;
+        sentence.append(fields).append(tail);
+        receiver.Send({sentence.c_str()});
+      }
+      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << head << position;
+      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << head << position;
       EXPECT_EQ(receiver.Fix().LatText, c.lat) << "the texts are always replaced";
       EXPECT_EQ(receiver.Fix().LngHemisphere, c.ew);
     }

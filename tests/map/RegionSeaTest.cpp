@@ -126,7 +126,7 @@ TEST(RegionSea, ImportedExtractsHaveTheirSeaInTheTiles) {
     EXPECT_FALSE(fs::exists(region.folder / "sea.shp")) << test.what;
     const MbTiles tiles(region.TilesPath());
     for (const auto& [place, isSea] :
-         {std::pair{kSouth, test.southIsSea}, {kNorth, test.northIsSea}})
+         {std::pair{kSouth, test.southIsSea}, {kNorth, test.northIsSea}}) {
       for (const int zoom : {12, 15}) {
         const TileAddress address = TileContaining(place, zoom);
         // A tile without features (there is none) is bare land.
@@ -135,6 +135,7 @@ TEST(RegionSea, ImportedExtractsHaveTheirSeaInTheTiles) {
         EXPECT_EQ(testing::WaterClassAt(tile, address, place), isSea ? "sea" : "")
             << test.what << " at " << place.latitudeDegrees << " zoom " << zoom;
       }
+    }
   }
 }
 

@@ -129,7 +129,7 @@ TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
   port_->Open();
   std::string sent = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
   for (int value = 0; value < 256; ++value) sent.push_back(static_cast<char>(value));
-  constexpr std::size_t kBurstBytes = 64 * 1024;
+  constexpr std::size_t kBurstBytes = std::size_t{64} * 1024;
   for (std::size_t index = 0; sent.size() < kBurstBytes; ++index)
     sent += "$GPGGA," + std::to_string(index) + ",4807.038,N*47\r\n";
   // The master blocks once the slave's buffer is full, so the receiver runs beside the loop.

@@ -87,8 +87,8 @@ HttpResult Get(unsigned short port, const std::string& target,
 // One page: a WebSocket client.
 class Page {
  public:
-  explicit Page(unsigned short port, std::string target = "/ws",
-                std::map<std::string, std::string> headers = {}) {
+  explicit Page(unsigned short port, const std::string& target = "/ws",
+                const std::map<std::string, std::string>& headers = {}) {
     tcp::socket& socket = ws_.next_layer();
     socket.connect(tcp::endpoint(asio::ip::make_address("127.0.0.1"), port));
     ws_.set_option(websocket::stream_base::decorator([headers](websocket::request_type& request) {
@@ -199,7 +199,7 @@ class WebBridgeTest : public ::testing::Test {
   unsigned short Start() { return Start(Options()); }
 
   // Asks a question on the loop; the answer arrives in the returned future.
-  std::future<MsgBoxResult> AskLater(std::string prompt, MsgBoxButtons buttons) {
+  std::future<MsgBoxResult> AskLater(const std::string& prompt, MsgBoxButtons buttons) {
     auto promise = std::make_shared<std::promise<MsgBoxResult>>();
     asio::post(io_, [this, promise, prompt, buttons] {
       promise->set_value(desktop_.MsgBox(prompt, buttons));
