@@ -165,18 +165,6 @@ TEST_F(Clearing, CancelClickedWhileTheLoopRunsStopsItAndTheCacheKeepsItsCount) {
   EXPECT_TRUE(dialogs.Messages().empty());
 }
 
-TEST_F(Clearing, ClearTrailButtonAsksFirst) {
-  Place(3);
-  dialogs.QueueAnswer(MsgBoxResult::No);
-  window.cmdClearTrail.UserClick();
-  EXPECT_EQ(Map().PinCount(), 3u);
-  dialogs.QueueAnswer(MsgBoxResult::Yes);
-  window.cmdClearTrail.UserClick();
-  EXPECT_EQ(Map().PinCount(), 0u);
-  ASSERT_EQ(dialogs.Messages().size(), 2u);
-  EXPECT_EQ(dialogs.Messages()[0].buttons, host::ui::MsgBoxButtons::YesNo);
-}
-
 TEST_F(Clearing, UnloadAsksOnlyWithPinsYesDeletesThemNoLeavesThemOnTheMap) {
   const struct {
     bool mapOpen;
