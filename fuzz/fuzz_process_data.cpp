@@ -19,9 +19,7 @@ namespace {
 using orvo::gps::NmeaIntake;
 
 void Check(bool condition) {
-  if (!condition) {
-    std::abort();
-  }
+  if (!condition) std::abort();
 }
 
 class CheckingListener final : public orvo::gps::IntakeListener {
@@ -33,9 +31,7 @@ class CheckingListener final : public orvo::gps::IntakeListener {
     // Writing the record throws on a fix that cannot be written (a date out of range, text
     // that cannot be escaped): never. Every 16th sentence, as writing is slow under the
     // sanitizers and the fix changes little from one sentence to the next.
-    if (++sentences_ % 16 == 0) {
-      Check(!orvo::gps::SentenceRecord(sentence, parser_.Fix()).empty());
-    }
+    if (++sentences_ % 16 == 0) Check(!orvo::gps::SentenceRecord(sentence, parser_.Fix()).empty());
   }
   bool IsRefreshAutomatic() const override { return automatic; }
   void OnRefreshTick() override { Check(parser_.Fix().NewFix); }
@@ -62,9 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckingListener listener(parser);
   NmeaIntake intake(parser, &listener);
   listener.automatic = provider.ConsumeBool();
-  if (provider.ConsumeBool()) {
-    intake.SetLenDetectRepeat(provider.ConsumeIntegralInRange(0, 4096));
-  }
+  if (provider.ConsumeBool()) intake.SetLenDetectRepeat(provider.ConsumeIntegralInRange(0, 4096));
 
   while (provider.remaining_bytes() > 0) {
     const std::size_t length = provider.ConsumeIntegralInRange<std::size_t>(0, 600);
@@ -72,13 +66,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool sawStart = intake.ProcessData(chunk);
     Check(intake.RxBuffer().size() <= NmeaIntake::kMaxBufferBytes);
     Check(intake.NonNmeaText().size() <= 20);
-    if (!sawStart) {
-      Check(intake.RxBuffer().empty());
-    }
+    if (!sawStart) Check(intake.RxBuffer().empty());
     if (provider.ConsumeBool()) {
-      while (intake.HasCompleteSentence()) {
-        intake.ProcessData("");
-      }
+      while (intake.HasCompleteSentence()) intake.ProcessData("");
       Check(!intake.HasCompleteSentence());
     }
   }

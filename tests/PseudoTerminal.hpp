@@ -1,39 +1,80 @@
 #pragma once
 // A pseudo-terminal standing in for a receiver's serial device: the program opens `path`, the
-// test writes and reads the other end.
+// test plays the receiver on the master end. The test keeps its own slave descriptor to read the
+// line settings back.
 #include <fcntl.h>
+#include <poll.h>
 #include <pty.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace orvo::testing {
 
 struct PseudoTerminal {
   PseudoTerminal() {
-    char name[256] = {};
-    if (openpty(&master, &slave, name, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
-    path = name;
+    termios raw{};
+    cfmakeraw(&raw);
+    std::array<char, 256> name{};
+    if (openpty(&master, &slave, name.data(), &raw, nullptr) != 0)
+      throw std::runtime_error("openpty");
+    path = name.data();
     fcntl(master, F_SETFL, fcntl(master, F_GETFL) | O_NONBLOCK);
   }
   ~PseudoTerminal() {
-    close(master);
+    if (master >= 0) close(master);
     close(slave);
   }
   PseudoTerminal(const PseudoTerminal&) = delete;
   PseudoTerminal& operator=(const PseudoTerminal&) = delete;
-  bool Send(std::string_view text) const {
-    return write(master, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+
+  // Waits while the line discipline is full; false once the master fails.
+  bool Send(std::string_view bytes) const {
+    while (!bytes.empty()) {
+      const ssize_t written = write(master, bytes.data(), bytes.size());
+      if (written < 0 && (errno == EAGAIN || errno == EINTR)) {
+        pollfd writable{master, POLLOUT, 0};
+        poll(&writable, 1, 100);
+        continue;
+      }
+      if (written <= 0) return false;
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
   }
+  // What the program has written so far.
   std::string Received() const {
     std::string text;
-    char buffer[256];
-    for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
-      text.append(buffer, static_cast<std::size_t>(n));
+    std::array<char, 256> buffer{};
+    for (ssize_t n; (n = read(master, buffer.data(), buffer.size())) > 0;)
+      text.append(buffer.data(), static_cast<std::size_t>(n));
     return text;
   }
+  // What the program wrote, once `byteCount` bytes are there or a guard deadline passes.
+  std::string Receive(std::size_t byteCount) const {
+    std::string text;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (text.size() < byteCount && std::chrono::steady_clock::now() < deadline) {
+      pollfd readable{master, POLLIN, 0};
+      if (poll(&readable, 1, 100) > 0) text += Received();
+    }
+    return text;
+  }
+  // The receiver goes away, as an unplugged USB receiver does.
+  void HangUp() { close(std::exchange(master, -1)); }
+  termios SlaveTermios() const {
+    termios settings{};
+    tcgetattr(slave, &settings);
+    return settings;
+  }
+
   int master = -1;
   int slave = -1;
   std::string path;

@@ -100,10 +100,11 @@ Region OpenRegion(std::string_view name, const fs::path& regionsFolder) {
     throw RegionError("\"" + std::string(name) + "\" is not a region name");
   const fs::path folder = regionsFolder / std::string(name);
   std::error_code error;
-  if (!fs::is_regular_file(folder / kRegionFileName, error))
+  if (!fs::is_regular_file(folder / kRegionFileName, error)) {
     throw RegionError(
         "there is no region \"" + std::string(name) + "\" in " + regionsFolder.string() +
         "; import one with: orvo region import FILE.osm.pbf --name " + std::string(name));
+  }
   return ReadRegion(folder);
 }
 

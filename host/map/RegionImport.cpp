@@ -311,10 +311,11 @@ ImportPlan Plan(const RegionImportOptions& options) {
                             ": not an OpenStreetMap PBF file (.osm.pbf)");
 
   plan.name = options.name.empty() ? RegionNameFromFile(plan.source) : options.name;
-  if (!IsValidRegionName(plan.name))
+  if (!IsValidRegionName(plan.name)) {
     throw RegionImportError("\"" + plan.name +
                             "\" cannot be a region name: use letters, digits, '.', '_' and '-' "
                             "(choose one with --name NAME)");
+  }
   plan.regionsFolder = options.regionsFolder.empty() ? RegionsFolder() : options.regionsFolder;
 
   const auto planetsplitter = FindProgram("planetsplitter");

@@ -60,8 +60,8 @@ bool Control::Set(const char* key, Json value) {
   auto found = properties_.find(key);
   if (found != properties_.end() && *found == value) return false;
   Json previous = found != properties_.end() ? std::move(*found) : Json(nullptr);
-  properties_[key] = value;
-  owner_.ControlChanged(*this, key, previous, value);
+  const Json& stored = properties_[key] = std::move(value);
+  owner_.ControlChanged(*this, key, previous, stored);
   return true;
 }
 
@@ -338,7 +338,9 @@ Frame::Frame(Window& owner, std::string name, std::optional<int> index)
 
 TabControl::TabControl(Window& owner, std::string name, std::vector<std::string> captions)
     : Control(owner, "TabControl", std::move(name)) {
-  Set("tabs", captions);
+  Json tabs = Json::array();
+  for (std::string& caption : captions) tabs.push_back(std::move(caption));
+  Set("tabs", std::move(tabs));
   Set("tab", 0);
 }
 

@@ -46,10 +46,11 @@ void WebBridge::Start() {
   acceptor.open(endpoint.protocol(), error);
   if (!error) acceptor.set_option(asio::socket_base::reuse_address(true), error);
   if (!error) acceptor.bind(endpoint, error);
-  if (error == asio::error::address_in_use)
+  if (error == asio::error::address_in_use) {
     throw WebBridgeError(where +
                          " is already in use (is ORVO already running?); choose another "
                          "with --listen ADDRESS:PORT");
+  }
   if (error == asio::error::access_denied)
     throw WebBridgeError("not allowed to listen on " + where + ": " + error.message());
   if (error == boost::system::errc::address_not_available)

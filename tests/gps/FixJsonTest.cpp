@@ -38,9 +38,8 @@ TEST(FixJson, SentencesThatAreNotUtf8StillGiveValidAsciiJson) {
   WriteSentenceRecord(out, sentence, GpsFix{});
   const std::string line = out.str();
   ASSERT_EQ(line.back(), '\n');
-  for (const char c : line) {
+  for (const char c : line)
     EXPECT_TRUE(c != 0 && static_cast<unsigned char>(c) < 128) << static_cast<int>(c);
-  }
   const nlohmann::json record = nlohmann::json::parse(line);
   EXPECT_EQ(record["sentence"], "$GPTXT,caf\xc3\xa9,\xef\xbf\xbd\xef\xbf\xbd,\x00,\x01\x7f"s);
 }

@@ -23,17 +23,13 @@ class RecordingListener final : public IntakeListener {
  public:
   void OnChunkReceived(std::string_view chunk) override {
     chunks.emplace_back(chunk);
-    if (failCapture) {
-      throw std::runtime_error("disk full");
-    }
+    if (failCapture) throw std::runtime_error("disk full");
   }
   void OnSentence(std::string_view sentence) override { sentences.emplace_back(sentence); }
   bool IsRefreshAutomatic() const override { return automatic; }
   void OnRefreshTick() override {
     ++ticks;
-    if (failTick) {
-      throw std::runtime_error("tick failed");
-    }
+    if (failTick) throw std::runtime_error("tick failed");
   }
 
   std::vector<std::string> chunks;
@@ -92,9 +88,7 @@ TEST_F(IntakeTest, SentencesSplitAnywhereAcrossChunks) {
     NmeaIntake intake(parser, &listener);
     intake.ProcessData(stream.substr(0, cut));
     intake.ProcessData(stream.substr(cut));
-    while (intake.HasCompleteSentence()) {
-      intake.ProcessData("");
-    }
+    while (intake.HasCompleteSentence()) intake.ProcessData("");
     EXPECT_EQ(listener.sentences, (std::vector<std::string>{kRmc, kGga})) << "cut at " << cut;
   }
 }
@@ -150,8 +144,9 @@ TEST_F(IntakeTest, BacklogSkipsToTheNewestSentenceOfTheOldestType) {
   int second = 0;
   while (backlog.size() < 1200) {
     const std::string time = "1200" + std::string(second < 10 ? "0" : "") + std::to_string(second);
-    backlog += "$GPGGA," + time + ",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47" + kCrLf;
-    backlog += "$GPRMC," + time + ",A,4807.038,N,01131.000,E,0,0,230394,,*00" + kCrLf;
+    backlog.append("$GPGGA,").append(time).append(",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9");
+    backlog.append(",M,,*47\r\n$GPRMC,").append(time);
+    backlog.append(",A,4807.038,N,01131.000,E,0,0,230394,,*00\r\n");
     ++second;
   }
   const std::string newestGga = "$GPGGA,120099,4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47";
@@ -262,9 +257,7 @@ TEST_F(IntakeTest, AnUnendingSentenceCannotGrowTheBufferWithoutLimit) {
   EXPECT_EQ(diagnostics_[0].substr(0, 33), "ProcessData: buffer above 1048576");
   // The receiver recovers with its next sentence.
   intake_.ProcessData(kCrLf + kRmc + kCrLf);
-  while (intake_.HasCompleteSentence()) {
-    intake_.ProcessData("");
-  }
+  while (intake_.HasCompleteSentence()) intake_.ProcessData("");
   EXPECT_EQ(intake_.CurrentSentence(), kRmc);
 }
 

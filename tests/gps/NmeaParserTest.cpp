@@ -28,18 +28,10 @@ class Receiver {
   Receiver& Send(std::initializer_list<const char*> sentences) {
     for (const std::string sentence : sentences) {
       const std::string type = sentence.substr(3, 3);
-      if (type == "RMC") {
-        parser_.ParseRMC(sentence);
-      }
-      if (type == "GGA") {
-        parser_.ParseGGA(sentence);
-      }
-      if (type == "GSA") {
-        parser_.ParseGSA(sentence);
-      }
-      if (type == "GSV") {
-        parser_.ParseGSV(sentence);
-      }
+      if (type == "RMC") parser_.ParseRMC(sentence);
+      if (type == "GGA") parser_.ParseGGA(sentence);
+      if (type == "GSA") parser_.ParseGSA(sentence);
+      if (type == "GSV") parser_.ParseGSV(sentence);
     }
     return *this;
   }
@@ -127,14 +119,14 @@ TEST(ParseRMC, DatesAndTimes) {
       {0, "120000", "311289", "2089-12-31T12:00:00"},
       {0, "235959.00", "010203", "2003-02-01T23:59:59"},  // cut to six characters
       {0, "235959.999", "010203", "2003-02-01T23:59:59"},
-      {0, "93000", "010203", "2003-02-01T00:00:00"},   // five characters: date only
-      {0, "120000", "320103", "2003-02-01T12:00:00"},  // 32 January rolls over
-      {0, "120000", "011303", "2004-01-01T12:00:00"},  // month 13 rolls over
-      {0, "120000", "000003", "2002-11-30T12:00:00"},  // month 0 and day 0 step back
-      {0, "120000", "1203", "1899-12-30T12:00:00"},    // no date: the zero date
+      {0, "93000", "010203", "2003-02-01T00:00:00"},      // five characters: date only
+      {0, "120000", "320103", "2003-02-01T12:00:00"},     // 32 January rolls over
+      {0, "120000", "011303", "2004-01-01T12:00:00"},     // month 13 rolls over
+      {0, "120000", "000003", "2002-11-30T12:00:00"},     // month 0 and day 0 step back
+      {0, "120000", "1203", "1899-12-30T12:00:00"},       // no date: the zero date
       {0, "123519", "230394*6A", "1899-12-30T12:35:19"},  // RMC ending at the date: no date
-      {300, "020000", "", "1899-12-29T21:00:00"},  // no date, shifted to local time (UTC-5)
-      {300, "", "", "2025-12-31T19:00:00"},        // neither: the stored time shifted once more
+      {300, "020000", "", "1899-12-29T21:00:00"},         // no date, shifted to local time (UTC-5)
+      {300, "", "", "2025-12-31T19:00:00"},  // neither: the stored time shifted once more
   };
   for (const Case& c : cases) {
     Receiver receiver(c.standardBias);
@@ -221,9 +213,7 @@ TEST(FixMode, FromQualityStatusAndFixType) {
   };
   for (const Case& c : cases) {
     Receiver receiver;
-    for (const char* sentence : c.sentences) {
-      receiver.Send({sentence});
-    }
+    for (const char* sentence : c.sentences) receiver.Send({sentence});
     EXPECT_EQ(receiver.Fix().FixMode, c.expected) << c.sentences.back();
     EXPECT_EQ(receiver.Fix().Elevation, c.elevation) << c.sentences.back();
   }
@@ -252,15 +242,16 @@ TEST(Position, LengthRulesAndHemispheres) {
   const std::string previous = "9900.000,N,09900.000,E";
   for (const Case& c : cases) {
     const std::string position = std::string(c.lat) + "," + c.ns + "," + c.lng + "," + c.ew;
-    for (const std::string& sentences :
-         {"$GPRMC,,A," + previous + ",,,,,*00\n$GPRMC,,A," + position + ",,,,,*00",
-          "$GPGGA,," + previous + ",1,,,,,,,,*00\n$GPGGA,," + position + ",1,,,,,,,,*00"}) {
+    for (const auto& [head, tail] :
+         {std::pair{"$GPRMC,,A,", ",,,,,*00"}, std::pair{"$GPGGA,,", ",1,,,,,,,,*00"}}) {
       Receiver receiver;
-      const auto newline = sentences.find('\n');
-      receiver.Send({sentences.substr(0, newline).c_str()});
-      receiver.Send({sentences.substr(newline + 1).c_str()});
-      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << sentences;
-      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << sentences;
+      for (const std::string& fields : {previous, position}) {
+        std::string sentence = head;
+        sentence.append(fields).append(tail);
+        receiver.Send({sentence.c_str()});
+      }
+      EXPECT_DOUBLE_EQ(receiver.Fix().Latitude, c.latitude) << head << position;
+      EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, c.longitude) << head << position;
       EXPECT_EQ(receiver.Fix().LatText, c.lat) << "the texts are always replaced";
       EXPECT_EQ(receiver.Fix().LngHemisphere, c.ew);
     }
@@ -338,16 +329,13 @@ TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
                  "$GPGSV,2,2,07,25,50,050,35,26,60,060,36,27,70,070,37*70"});
   EXPECT_EQ(fix.SatCount, 7);
   const std::optional<std::int16_t> after[12] = {21, 22, 23, 24, 25, 26, 27, {}, 4, 5, {}, {}};
-  for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
+  for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot)
     EXPECT_EQ(fix.SatId[slot], after[slot]) << slot;
-  }
   EXPECT_EQ(fix.SatSNR[8], 11);
   EXPECT_EQ(fix.SentencesSeen, kSeenGSV);
   // An empty last message empties its whole group.
   receiver.Send({"$GPGSV,1,1,00*79"});
-  for (std::size_t slot = 0; slot < 4; ++slot) {
-    EXPECT_FALSE(fix.SatId[slot]) << slot;
-  }
+  for (std::size_t slot = 0; slot < 4; ++slot) EXPECT_FALSE(fix.SatId[slot]) << slot;
   EXPECT_EQ(fix.SatCount, 0);
   EXPECT_TRUE(receiver.messages.empty());
 }

@@ -43,18 +43,14 @@ CommandResult RunParse(const std::string& arguments,
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) {
-    lines.push_back(line);
-  }
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;
 }
 
 std::vector<fs::path> Logs() {
   std::vector<fs::path> logs;
   for (const auto& entry : fs::directory_iterator(kReceivers)) {
-    if (entry.path().extension() == ".log") {
-      logs.push_back(entry.path());
-    }
+    if (entry.path().extension() == ".log") logs.push_back(entry.path());
   }
   std::sort(logs.begin(), logs.end());
   return logs;
@@ -121,43 +117,29 @@ bool AnyNear(const Position& p, const std::vector<Position>& set) {
 }
 
 void AddDistinct(std::vector<Position>& set, const Position& p) {
-  if (!AnyNear(p, set)) {
-    set.push_back(p);
-  }
+  if (!AnyNear(p, set)) set.push_back(p);
 }
 
 std::vector<std::string> Split(const std::string& text, char separator) {
   std::vector<std::string> parts;
   std::string part;
   std::istringstream in(text);
-  while (std::getline(in, part, separator)) {
-    parts.push_back(part);
-  }
-  if (!text.empty() && text.back() == separator) {
-    parts.emplace_back();
-  }
+  while (std::getline(in, part, separator)) parts.push_back(part);
+  if (!text.empty() && text.back() == separator) parts.emplace_back();
   return parts;
 }
 
 // The position in fields [first, first + 3] (ddmm.mm, N/S, dddmm.mm, E/W), when well formed.
 std::optional<Position> FieldPosition(const std::vector<std::string>& fields, std::size_t first) {
-  if (fields.size() < first + 4) {
-    return std::nullopt;
-  }
+  if (fields.size() < first + 4) return std::nullopt;
   const std::string& lat = fields[first];
   const std::string& lng = fields[first + 2];
-  if (lat.size() < 4 || lng.size() < 5) {
-    return std::nullopt;
-  }
+  if (lat.size() < 4 || lng.size() < 5) return std::nullopt;
   try {
     double latitude = std::stod(lat.substr(0, 2)) + std::stod(lat.substr(2)) / 60.0;
     double longitude = std::stod(lng.substr(0, 3)) + std::stod(lng.substr(3)) / 60.0;
-    if (fields[first + 1] == "S") {
-      latitude = -latitude;
-    }
-    if (fields[first + 3] == "W") {
-      longitude = -longitude;
-    }
+    if (fields[first + 1] == "S") latitude = -latitude;
+    if (fields[first + 3] == "W") longitude = -longitude;
     return Position{latitude, longitude};
   } catch (const std::exception&) {
     return std::nullopt;
@@ -173,20 +155,14 @@ CarriedPositions PositionsInSentences(const fs::path& log) {
   CarriedPositions carried;
   for (std::string line : Lines(ReadFile(log))) {
     const auto dollar = line.find('$');
-    if (dollar == std::string::npos || line.size() < dollar + 6) {
-      continue;
-    }
+    if (dollar == std::string::npos || line.size() < dollar + 6) continue;
     line = line.substr(dollar, line.find_first_of("*\r", dollar) - dollar);
     const std::string type = line.substr(3, 3);
     const std::vector<std::string> fields = Split(line, ',');
     if (type == "GGA") {
-      if (const auto p = FieldPosition(fields, 2)) {
-        AddDistinct(carried.gga, *p);
-      }
+      if (const auto p = FieldPosition(fields, 2)) AddDistinct(carried.gga, *p);
     } else if (type == "RMC") {
-      if (const auto p = FieldPosition(fields, 3)) {
-        AddDistinct(carried.rmc, *p);
-      }
+      if (const auto p = FieldPosition(fields, 3)) AddDistinct(carried.rmc, *p);
     }
   }
   return carried;
@@ -195,13 +171,9 @@ CarriedPositions PositionsInSentences(const fs::path& log) {
 std::vector<Position> GpsdPositions(const fs::path& check) {
   std::vector<Position> positions;
   for (const std::string& line : Lines(ReadFile(check))) {
-    if (line.rfind("{\"class\":\"TPV\"", 0) != 0) {
-      continue;
-    }
+    if (line.rfind("{\"class\":\"TPV\"", 0) != 0) continue;
     const json record = json::parse(line, nullptr, false);
-    if (record.is_discarded() || !record.contains("lat") || !record.contains("lon")) {
-      continue;
-    }
+    if (record.is_discarded() || !record.contains("lat") || !record.contains("lon")) continue;
     AddDistinct(positions, {record["lat"].get<double>(), record["lon"].get<double>()});
   }
   return positions;
@@ -219,9 +191,7 @@ struct FixPosition {
 
 std::string TextAfter(const std::string& line, const std::string& key, const char* end) {
   const auto from = line.find(key);
-  if (from == std::string::npos) {
-    return {};
-  }
+  if (from == std::string::npos) return {};
   const auto begin = from + key.size();
   return line.substr(begin, line.find_first_of(end, begin) - begin);
 }
@@ -240,26 +210,18 @@ TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
   int logsChecked = 0;
   for (const fs::path& log : Logs()) {
     const fs::path check = log.string() + ".chk";
-    if (!fs::exists(check)) {
-      continue;
-    }
+    if (!fs::exists(check)) continue;
     const std::vector<Position> gpsd = GpsdPositions(check);
-    if (gpsd.empty()) {
-      continue;
-    }
+    if (gpsd.empty()) continue;
     ++logsChecked;
 
     std::vector<Position> ours;         // every position ORVO held
     std::vector<Position> oursWithFix;  // those while it had a 2-D or 3-D fix
     for (const std::string& line : Lines(ReadFile(log.string() + ".jsonl"))) {
       const FixPosition fix = ReadFixPosition(line);
-      if (fix.latText.size() < 3 || fix.lngText.size() < 4) {
-        continue;
-      }
+      if (fix.latText.size() < 3 || fix.lngText.size() < 4) continue;
       AddDistinct(ours, fix.position);
-      if (fix.fixMode >= 2) {
-        AddDistinct(oursWithFix, fix.position);
-      }
+      if (fix.fixMode >= 2) AddDistinct(oursWithFix, fix.position);
     }
 
     const CarriedPositions carried = PositionsInSentences(log);
@@ -267,9 +229,7 @@ TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
     for (const Position& p : gpsd) {
       const bool fromGga = AnyNear(p, carried.gga);
       const bool fromRmcAlone = carried.gga.empty() && AnyNear(p, carried.rmc);
-      if (!fromGga && !fromRmcAlone) {
-        continue;
-      }
+      if (!fromGga && !fromRmcAlone) continue;
       ++required;
       EXPECT_TRUE(AnyNear(p, ours)) << log.filename() << ": gpsd's " << p.latitude << ", "
                                     << p.longitude << " is not among ORVO's positions";
@@ -286,18 +246,7 @@ TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
 
 // ---- The command itself -------------------------------------------------------------------
 
-TEST(ParseCommand, BareLineFeedsDispatchNothingUnlessRestored) {
-  const std::string log = Quote((kReceivers / "quirk-lf-line-ends.log").string());
-  const CommandResult raw = RunParse("--now 2026-01-01T00:00:00 " + log);
-  EXPECT_EQ(raw.exitCode, 1) << "no sentence at all is worth a failing exit";
-  EXPECT_NE(raw.err.find("no NMEA sentence"), std::string::npos) << raw.err;
-  EXPECT_NE(raw.err.find("--restore-crlf"), std::string::npos) << raw.err;
-  EXPECT_EQ(raw.out, "");
-  const CommandResult restored = RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + log);
-  EXPECT_EQ(Lines(restored.out).size(), 5U);
-}
-
-TEST(ParseCommand, StandardInputGivesTheSameAsTheFile) {
+TEST(ParseCommand, StandardInputGivesTheSameAsTheFileAndBareLineFeedsCanBeRestored) {
   const fs::path log = kReceivers / "garmin-10x.log";
   const CommandResult fromFile = RunParse(kGoldenOptions + " " + Quote(log.string()));
   const CommandResult fromInput = RunParse(kGoldenOptions + " -", log.string());
@@ -306,6 +255,8 @@ TEST(ParseCommand, StandardInputGivesTheSameAsTheFile) {
   EXPECT_FALSE(fromFile.out.empty());
   EXPECT_EQ(fromInput.out, fromFile.out);
   EXPECT_EQ(withoutName.out, fromFile.out);
+  const std::string bare = Quote((kReceivers / "quirk-lf-line-ends.log").string());
+  EXPECT_EQ(Lines(RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + bare).out).size(), 5U);
 }
 
 TEST(ParseCommand, BacklogSkipOnlyWhenAsked) {
@@ -332,6 +283,9 @@ TEST(ParseCommand, RefusesWhatItCannotDo) {
       {"--len-detect-repeat lots -", 2, "--len-detect-repeat needs a whole number"},
       {"--frobnicate", 2, "unknown option --frobnicate"},
       {"a.log b.log", 2, "only one input file"},
+      // No sentence at all is worth a failing exit, and the likely cause is named.
+      {Quote((kReceivers / "quirk-lf-line-ends.log").string()), 1,
+       "CR LF (for captures stored with LF only: --restore-crlf)"},
   };
   for (const Case& c : cases) {
     const CommandResult run = RunParse(c.arguments);
@@ -354,9 +308,7 @@ TEST(ParseCommand, GarbageAndOverlongLinesAreDroppedAndTheOutputStaysValidJson) 
     for (int i = 0; i < 200000; ++i) {
       state = state * 1103515245U + 12345U;
       out.put(static_cast<char>((state >> 16) & 0xff));
-      if (i % 997 == 0) {
-        out << "$GPGSV,\xff\xfe,\xc3\x28\r\n";
-      }
+      if (i % 997 == 0) out << "$GPGSV,\xff\xfe,\xc3\x28\r\n";
     }
     out << "\r\n$GPRMC," << std::string(3 << 20, 'x') << "\r\n";  // longer than any buffer
     out << "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";

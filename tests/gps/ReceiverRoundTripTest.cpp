@@ -76,26 +76,6 @@ TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
   EXPECT_TRUE(dialogs.Prompts().empty());
 }
 
-TEST_F(ReceiverRoundTrip, PortsThatCannotOpenAreReported) {
-  const std::vector<std::pair<std::string, std::string>> failures = {
-      {(folder.Path() / "no-such-device").string(), "4800,n,8,1"},  // missing
-      {store.File().string(), "4800,n,8,1"},                        // not a terminal
-      {terminal.path, "4800,q,8,1"},                                // bad settings
-  };
-  store.SaveSetting("Settings", "Any", "thing");  // so the settings file exists
-  for (const auto& [device, settingsText] : failures) {
-    port.SetDevicePathOverride(1, device);
-    window.receiver.cboPort.SetText("1");
-    window.receiver.txtBaud.SetText(settingsText);
-    window.receiver.cmdGPSAction.Press();
-    EXPECT_FALSE(window.GpsRunning()) << device;
-    EXPECT_EQ(window.Fix().FixMode, 0);
-    ASSERT_EQ(dialogs.Prompts().size(), 1u) << device;
-    EXPECT_EQ(dialogs.Prompts()[0], "Can't open comm port");
-    dialogs.Forget();
-  }
-}
-
 // `orvo parse --serial` starts the receiver the same way and prints what arrives.
 TEST_F(ReceiverRoundTrip, ParseCommandReadsASerialDevice) {
   const std::string command =

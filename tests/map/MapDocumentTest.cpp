@@ -105,30 +105,15 @@ TEST_F(MapDocumentFixture, RefusesBadValuesAndKeepsThePinAsItWas) {
   MapDocument map(file);
   Pushpin pin = map.AddPushpin({10, 20}, "pin");
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const std::vector<std::pair<const char*, std::function<void()>>> refused = {
-      {"symbol -1", [&] { pin.SetSymbol(-1); }},
-      {"symbol 256", [&] { pin.SetSymbol(256); }},
-      {"balloon 3", [&] { pin.SetBalloonState(3); }},
-      {"balloon -1", [&] { pin.SetBalloonState(-1); }},
-      {"latitude 90.5",
-       [&] {
-         pin.SetLocation({90.5, 0});
-       }},
-      {"latitude NaN",
-       [&] {
-         pin.SetLocation({nan, 0});
-       }},
-      {"longitude inf",
-       [&] {
-         pin.SetLocation({0, std::numeric_limits<double>::infinity()});
-       }},
-      {"empty name", [&] { pin.SetName(""); }},
-      {"add at NaN",
-       [&] {
-         map.AddPushpin({0, nan});
-       }},
-  };
-  for (const auto& [what, change] : refused) EXPECT_THROW(change(), MapError) << what;
+  EXPECT_THROW(pin.SetSymbol(-1), MapError);
+  EXPECT_THROW(pin.SetSymbol(256), MapError);
+  EXPECT_THROW(pin.SetBalloonState(3), MapError);
+  EXPECT_THROW(pin.SetBalloonState(-1), MapError);
+  EXPECT_THROW(pin.SetLocation({90.5, 0}), MapError);
+  EXPECT_THROW(pin.SetLocation({nan, 0}), MapError);
+  EXPECT_THROW(pin.SetLocation({0, std::numeric_limits<double>::infinity()}), MapError);
+  EXPECT_THROW(pin.SetName(""), MapError);
+  EXPECT_THROW(map.AddPushpin({0, nan}), MapError);
   EXPECT_EQ(pin.Name(), "pin");
   EXPECT_EQ(pin.Symbol(), 0);
   EXPECT_EQ(pin.BalloonState(), kBalloonNone);

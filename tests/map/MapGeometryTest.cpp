@@ -1,8 +1,12 @@
-// Pixel coordinates of the view the page reports, and geodesic distances.
+// Pixel coordinates of the view the page reports, geodesic distances, and the map objects over
+// the open document.
 #include <gtest/gtest.h>
 
+#include "host/map/DocumentMap.hpp"
 #include "host/map/MapGeometry.hpp"
+#include "host/map/MapView.hpp"
 #include "host/map/MbTiles.hpp"
+#include "host/map/PinMessages.hpp"
 #include "host/ui/Scheduler.hpp"
 #include "tests/TestSupport.hpp"
 
@@ -94,7 +98,10 @@ TEST(MapGeometry, DistancesAreGeodesicInTheHostsUnit) {
   EXPECT_NEAR(Distance({40.6, -73.8}, {51.6, -0.5}, DistanceUnit::Miles), 3449.7034, 1e-3);
 }
 
-TEST(MapGeometry, TheMapObjectWorksOnTheReportedViewAndTheHostsUnit) {
+// The map objects of the interface map tracking uses: pixels in the view the page reported,
+// distances in the host's unit, and pins of the open document, whose handles throw PushpinGone
+// once deleted by whoever.
+TEST(MapGeometry, TheMapObjectsWorkOnTheReportedViewTheHostsUnitAndTheOpenDocument) {
   ui::ManualScheduler scheduler;
   ui::ScriptedDialogs dialogs;
   ui::Desktop desktop{scheduler, dialogs};
@@ -102,6 +109,7 @@ TEST(MapGeometry, TheMapObjectWorksOnTheReportedViewAndTheHostsUnit) {
   orvo::testing::TempFolder folder;
   MapHost host(folder.Path());
   MapGeometry geometry(view, host);
+  DocumentMap map(host, geometry);
 
   EXPECT_EQ(geometry.Width(), 0);
   view.HandleEvent({{"type", "mapview"},
@@ -117,6 +125,7 @@ TEST(MapGeometry, TheMapObjectWorksOnTheReportedViewAndTheHostsUnit) {
   geometry.GoTo(pin);
   EXPECT_EQ(geometry.LocationToX(pin), 501);  // 500.5 rounds away from zero
   EXPECT_EQ(geometry.LocationToY(pin), 350);
+  EXPECT_EQ(map.LocationToY(map.GetLocation(43.7384, 7.4246, 0)), 350);
   // 70 pixels to the east at zoom 16: 70 / (256 * 2^16) of 360 degrees.
   const Location east = geometry.GetLocation(43.7384, 7.4246 + 70 * 360.0 / (256 * 65536.0));
   EXPECT_EQ(geometry.LocationToX(east), 571);
@@ -132,6 +141,44 @@ TEST(MapGeometry, TheMapObjectWorksOnTheReportedViewAndTheHostsUnit) {
   EXPECT_NEAR(geometry.Distance(from, to), 5551.7594, 1e-4);  // kilometres by default
   host.SetUnit(DistanceUnit::Miles);
   EXPECT_NEAR(geometry.Distance(from, to), 3449.7034, 1e-3);
+
+  EXPECT_EQ(map.GetActiveMap(), nullptr);
+  host.OpenAtStart();
+  ASSERT_EQ(map.GetActiveMap(), &map);
+  const PushpinRef position =
+      map.AddPushpin(map.GetLocation(43.7384, 7.4246, 12), std::string("ORVO_CurrentPosition"));
+  const PushpinRef unnamed = map.AddPushpin(map.GetLocation(43.74, 7.43, 0), std::nullopt);
+  EXPECT_EQ(unnamed.Name(), "Pushpin 1");
+  ASSERT_TRUE(map.FindPushpin("ORVO_CurrentPosition"));
+  EXPECT_EQ(*map.FindPushpin("ORVO_CurrentPosition"), position);
+  EXPECT_FALSE(map.FindPushpin("ORVO_1"));
+
+  position.SetLocation(map.GetLocation(43.7390, 7.4250, 0));
+  position.SetSymbol(123);
+  position.SetBalloonState(kBalloonOpen);
+  position.SetNote("Speed: 3 km/h");
+  const PinRecord& stored = *host.ActiveMap()->Find(position.Id());
+  EXPECT_DOUBLE_EQ(stored.location.latitudeDegrees, 43.7390);
+  EXPECT_EQ(stored.symbol, 123);
+  EXPECT_EQ(stored.balloonState, kBalloonOpen);
+  EXPECT_EQ(stored.note, "Speed: 3 km/h");
+  EXPECT_DOUBLE_EQ(position.Location().longitudeDegrees, 7.4250);
+
+  // Deleted by the user in the page, and by ORVO: every use of the old handle throws.
+  ApplyPageMessage(host.ActiveMap(),
+                   {{"type", "pin"}, {"id", position.Id()}, {"action", "delete"}});
+  unnamed.Delete();
+  for (const PushpinRef& gone : {position, unnamed}) {
+    EXPECT_THROW(gone.SetLocation(map.GetLocation(0, 0, 0)), PushpinGone);
+    EXPECT_THROW(gone.SetSymbol(1), PushpinGone);
+    EXPECT_THROW(gone.Name(), PushpinGone);
+    EXPECT_THROW(gone.Delete(), PushpinGone);
+  }
+  EXPECT_FALSE(map.FindPushpin("ORVO_CurrentPosition"));
+
+  host.CloseMap();
+  EXPECT_EQ(map.GetActiveMap(), nullptr);
+  EXPECT_THROW(map.AddPushpin(map.GetLocation(0, 0, 0), std::nullopt), MapError);
 }
 
 }  // namespace

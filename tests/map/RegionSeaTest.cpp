@@ -14,18 +14,9 @@ namespace orvo::host::map {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::RingContains;
 
 constexpr GeoBounds kBox{0.0, 0.0, 10.0, 10.0};
-
-bool RingContains(const SeaLine& ring, const SeaPoint& point) {
-  bool inside = false;
-  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
-    if ((ring[i].y > point.y) != (ring[j].y > point.y) &&
-        point.x <
-            (ring[j].x - ring[i].x) * (point.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
-      inside = !inside;
-  return inside;
-}
 
 bool InSea(const std::vector<SeaPolygon>& sea, const SeaPoint& point) {
   for (const SeaPolygon& polygon : sea) {
@@ -135,7 +126,7 @@ TEST(RegionSea, ImportedExtractsHaveTheirSeaInTheTiles) {
     EXPECT_FALSE(fs::exists(region.folder / "sea.shp")) << test.what;
     const MbTiles tiles(region.TilesPath());
     for (const auto& [place, isSea] :
-         {std::pair{kSouth, test.southIsSea}, {kNorth, test.northIsSea}})
+         {std::pair{kSouth, test.southIsSea}, {kNorth, test.northIsSea}}) {
       for (const int zoom : {12, 15}) {
         const TileAddress address = TileContaining(place, zoom);
         // A tile without features (there is none) is bare land.
@@ -144,6 +135,7 @@ TEST(RegionSea, ImportedExtractsHaveTheirSeaInTheTiles) {
         EXPECT_EQ(testing::WaterClassAt(tile, address, place), isSea ? "sea" : "")
             << test.what << " at " << place.latitudeDegrees << " zoom " << zoom;
       }
+    }
   }
 }
 

@@ -159,17 +159,23 @@ inline TilePoint TilePosition(const GeoPoint& place, const TileAddress& address,
   return {(x - address.x) * extent, (y - address.y) * extent};
 }
 
+// Even-odd: whether POINT is inside RING, flipped once more for every ring it lies inside.
+template <class Ring, class Point>
+bool RingContains(const Ring& ring, const Point& point) {
+  bool inside = false;
+  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+    if ((ring[i].y > point.y) != (ring[j].y > point.y) &&
+        point.x <
+            (ring[j].x - ring[i].x) * (point.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
+      inside = !inside;
+  return inside;
+}
+
 // Even-odd over all the rings of a polygon feature, which counts islands out.
 inline bool PolygonContains(const TileFeature& feature, const TilePoint& point) {
-  if (feature.type != 3) return false;
   bool inside = false;
-  for (const auto& ring : feature.paths)
-    for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
-      if ((ring[i].y > point.y) != (ring[j].y > point.y) &&
-          point.x <
-              (ring[j].x - ring[i].x) * (point.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
-        inside = !inside;
-  return inside;
+  for (const auto& ring : feature.paths) inside = inside != RingContains(ring, point);
+  return feature.type == 3 && inside;
 }
 
 // The class of the first water area around PLACE in the (unpacked) tile, empty when it is not

@@ -98,9 +98,7 @@ TEST(LinuxSystemClock, ReadsTheLocalTime) {
 template <typename Body>
 std::string InChildWithoutClockRight(Body body) {
   int pipeEnds[2];
-  if (pipe(pipeEnds) != 0) {
-    return "pipe failed";
-  }
+  if (pipe(pipeEnds) != 0) return "pipe failed";
   const pid_t child = fork();
   if (child == 0) {
     close(pipeEnds[0]);
@@ -121,9 +119,7 @@ std::string InChildWithoutClockRight(Body body) {
   std::string report;
   char buffer[256];
   ssize_t got = 0;
-  while ((got = read(pipeEnds[0], buffer, sizeof buffer)) > 0) {
-    report.append(buffer, got);
-  }
+  while ((got = read(pipeEnds[0], buffer, sizeof buffer)) > 0) report.append(buffer, got);
   close(pipeEnds[0]);
   int status = 0;
   waitpid(child, &status, 0);

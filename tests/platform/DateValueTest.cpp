@@ -105,9 +105,7 @@ TEST(DateValue, FormatsWithPatterns) {
       {afternoon, "h:nn am/pm", "1:05 pm"},
       {DateValue(-0.25), "hh:mm:ss", "06:00:00"},
   };
-  for (const Case& c : cases) {
-    EXPECT_EQ(c.value.Format(c.pattern), c.expected) << c.pattern;
-  }
+  for (const Case& c : cases) EXPECT_EQ(c.value.Format(c.pattern), c.expected) << c.pattern;
   EXPECT_EQ(afternoon.ToIso(), "2026-03-07T13:05:09");
   EXPECT_EQ(DateValue().ToIso(), "1899-12-30T00:00:00");
 }

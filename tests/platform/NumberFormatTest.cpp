@@ -51,9 +51,8 @@ TEST(FormatNumber, DigitPlaceholderPatterns) {
       {0.0, "#", ""},
       {1e20, "0", "100000000000000000000"},
   };
-  for (const FormatCase& c : cases) {
+  for (const FormatCase& c : cases)
     EXPECT_EQ(FormatNumber(c.value, c.pattern), c.expected) << c.value << " with " << c.pattern;
-  }
 }
 
 TEST(FormatNumber, WritesTheUsersSeparators) {

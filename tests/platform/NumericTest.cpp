@@ -23,9 +23,7 @@ TEST(IsNumeric, FollowsTheLenientNotion) {
       {"e5", false},  {"1 2", false},     {"--1", false},  {"N", false},         {"0x1A", false},
       {"inf", false}, {"nan", false},     {"1,5", false},  {"4807.038*", false}, {"1e5.5", false},
   };
-  for (const Case& c : cases) {
-    EXPECT_EQ(IsNumeric(c.text), c.numeric) << '"' << c.text << '"';
-  }
+  for (const Case& c : cases) EXPECT_EQ(IsNumeric(c.text), c.numeric) << '"' << c.text << '"';
 }
 
 TEST(IsNumeric, UsesTheGivenDecimalSeparator) {
@@ -53,9 +51,7 @@ TEST(RoundHalfEven, TakesTheEvenNeighbourOnlyAtExactHalves) {
       {0.5, 0.0},  {1.5, 2.0},   {2.5, 2.0},   {3.5, 4.0},    {122.5, 122.0}, {123.5, 124.0},
       {-0.5, 0.0}, {-1.5, -2.0}, {-2.5, -2.0}, {2.4999, 2.0}, {2.5001, 3.0},  {123.7, 124.0},
   };
-  for (const auto& [value, rounded] : cases) {
-    EXPECT_EQ(RoundHalfEven(value), rounded) << value;
-  }
+  for (const auto& [value, rounded] : cases) EXPECT_EQ(RoundHalfEven(value), rounded) << value;
 }
 
 TEST(ToWholeNumber, RoundsHalfToEvenAndReportsOverflow) {

@@ -2,10 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <pty.h>
 #include <termios.h>
-#include <unistd.h>
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
@@ -13,12 +10,11 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
+#include "tests/PseudoTerminal.hpp"
 #include "tests/TestSupport.hpp"
 
 namespace orvo::host::serial {
@@ -26,69 +22,11 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// A real pseudo-terminal: the port opens the slave by path, the test plays the receiver on the
-// master. The test keeps its own slave descriptor to read the line settings back.
-class PseudoTerminal {
- public:
-  PseudoTerminal() {
-    termios raw{};
-    cfmakeraw(&raw);
-    std::array<char, 128> name{};
-    if (::openpty(&master_, &slave_, name.data(), &raw, nullptr) != 0)
-      throw std::runtime_error("openpty failed");
-    slavePath_ = name.data();
-  }
-  ~PseudoTerminal() {
-    if (master_ >= 0) ::close(master_);
-    ::close(slave_);
-  }
-  PseudoTerminal(const PseudoTerminal&) = delete;
-  PseudoTerminal& operator=(const PseudoTerminal&) = delete;
-
-  const std::filesystem::path& SlavePath() const { return slavePath_; }
-
-  // Blocks until the line discipline has taken everything.
-  void Send(std::string_view bytes) const {
-    while (!bytes.empty()) {
-      const ssize_t written = ::write(master_, bytes.data(), bytes.size());
-      if (written < 0 && errno == EINTR) continue;
-      if (written <= 0) throw std::runtime_error("write to the master failed");
-      bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-  }
-
-  // What the port wrote, once `byteCount` bytes are there or the guard deadline passes.
-  std::string Receive(std::size_t byteCount) const {
-    std::string received;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (received.size() < byteCount && std::chrono::steady_clock::now() < deadline) {
-      pollfd readable{master_, POLLIN, 0};
-      if (::poll(&readable, 1, 100) <= 0) continue;
-      std::array<char, 256> chunk{};
-      const ssize_t got = ::read(master_, chunk.data(), chunk.size());
-      if (got > 0) received.append(chunk.data(), static_cast<std::size_t>(got));
-    }
-    return received;
-  }
-
-  // The receiver goes away, as an unplugged USB receiver does.
-  void HangUp() { ::close(std::exchange(master_, -1)); }
-
-  termios SlaveTermios() const {
-    termios settings{};
-    ::tcgetattr(slave_, &settings);
-    return settings;
-  }
-
- private:
-  int master_ = -1;
-  int slave_ = -1;
-  std::filesystem::path slavePath_;
-};
+using orvo::testing::PseudoTerminal;
 
 class AsioSerialPortTest : public ::testing::Test {
  protected:
-  AsioSerialPortTest() { port_->SetDevicePathOverride(kPort, pty_.SlavePath()); }
+  AsioSerialPortTest() { port_->SetDevicePathOverride(kPort, pty_.path); }
 
   // Runs the event loop until `done` holds. The deadline only stops a broken test from hanging.
   bool RunUntil(const std::function<bool()>& done) {
@@ -136,17 +74,21 @@ class AsioSerialPortTest : public ::testing::Test {
   std::vector<int> events_;
 };
 
-TEST_F(AsioSerialPortTest, OpensByOverrideAndSetsTheLineUp) {
+TEST_F(AsioSerialPortTest, OpensByOverrideSetsTheLineUpAndWrites) {
   port_->SetCommPort(kPort);
   port_->SetSettings("9600,N,8,2");
   port_->SetDTREnable(true);
+  EXPECT_THAT([&] { port_->Write("ASTRAL\r\n"); },
+              ::testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
   ASSERT_NO_THROW(port_->Open());
+  port_->Write("ASTRAL\r\n");
+  EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
   EXPECT_TRUE(port_->IsOpen());
-  EXPECT_EQ(port_->DevicePath(), pty_.SlavePath());
+  EXPECT_EQ(port_->DevicePath(), pty_.path);
   EXPECT_EQ(port_->CommEvent(), kEventNone);
   // A pseudo-terminal has no modem-control lines: raising DTR is noted, not fatal.
   ASSERT_EQ(diagnostics_.size(), 1u);
-  EXPECT_THAT(diagnostics_[0], HasSubstr(pty_.SlavePath().string() + "): cannot raise DTR"));
+  EXPECT_THAT(diagnostics_[0], HasSubstr(pty_.path + "): cannot raise DTR"));
 
   termios line = pty_.SlaveTermios();
   EXPECT_EQ(cfgetispeed(&line), B9600);
@@ -187,7 +129,7 @@ TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
   port_->Open();
   std::string sent = "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
   for (int value = 0; value < 256; ++value) sent.push_back(static_cast<char>(value));
-  constexpr std::size_t kBurstBytes = 64 * 1024;
+  constexpr std::size_t kBurstBytes = std::size_t{64} * 1024;
   for (std::size_t index = 0; sent.size() < kBurstBytes; ++index)
     sent += "$GPGGA," + std::to_string(index) + ",4807.038,N*47\r\n";
   // The master blocks once the slave's buffer is full, so the receiver runs beside the loop.
@@ -199,15 +141,6 @@ TEST_F(AsioSerialPortTest, DeliversExactBytesIncludingALargeBurst) {
   EXPECT_THAT(events_, ::testing::Each(kEventReceive));
   EXPECT_EQ(port_->CommEvent(), kEventReceive);
   EXPECT_EQ(port_->ReadInput(), "");
-}
-
-TEST_F(AsioSerialPortTest, WritesReachTheDevice) {
-  port_->SetCommPort(kPort);
-  EXPECT_THAT([&] { port_->Write("ASTRAL\r\n"); },
-              ::testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
-  port_->Open();
-  port_->Write("ASTRAL\r\n");
-  EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
 }
 
 TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
@@ -223,7 +156,7 @@ TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
   port_->SetDevicePathOverride(kPort, folder);
   EXPECT_THAT(OpenError(), HasSubstr("it is a folder"));
 
-  port_->SetDevicePathOverride(kPort, pty_.SlavePath());
+  port_->SetDevicePathOverride(kPort, pty_.path);
   port_->SetSettings("abc,n,8,1");
   EXPECT_THAT(OpenError(), HasSubstr("cannot open serial port 3: serial settings \"abc,n,8,1\": "
                                      "baud rate \"abc\""));
@@ -240,7 +173,7 @@ TEST_F(AsioSerialPortTest, OpenFailuresSayWhy) {
 
   // A second opener of the same device is refused until the first lets go.
   AsioSerialPort second(io_);
-  second.SetDevicePathOverride(1, pty_.SlavePath());
+  second.SetDevicePathOverride(1, pty_.path);
   port_->Open();
   EXPECT_THAT(OpenError(), HasSubstr("already open"));
   EXPECT_TRUE(port_->IsOpen());
@@ -284,7 +217,7 @@ TEST_F(AsioSerialPortTest, ADeviceThatGoesAwayStopsReceivingWithANote) {
   pty_.HangUp();
   ASSERT_TRUE(RunUntil([&] { return !diagnostics_.empty(); }));
   EXPECT_THAT(diagnostics_[0],
-              HasSubstr("serial port 3 (" + pty_.SlavePath().string() + "): receiving stopped: "));
+              HasSubstr("serial port 3 (" + pty_.path + "): receiving stopped: "));
   EXPECT_TRUE(port_->IsOpen());
   EXPECT_NO_THROW(port_->Close());
 }
@@ -302,7 +235,7 @@ TEST_F(AsioSerialPortTest, DestroyingAnOpenPortWithAReadPendingIsSafe) {
   EXPECT_EQ(notifications, 0);
 
   port_ = std::make_unique<AsioSerialPort>(io_);
-  port_->SetDevicePathOverride(1, pty_.SlavePath());
+  port_->SetDevicePathOverride(1, pty_.path);
   port_->SetOnComm([&](int) {
     ++notifications;
     port_.reset();

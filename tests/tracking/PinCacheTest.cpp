@@ -26,13 +26,36 @@ struct Cache : ::testing::Test {
   PinCache cache;
 };
 
-TEST_F(Cache, ALimitOfThreeKeepsTwoPinsTheOldestGoingFirst) {
-  for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3}));
-  cache.Save(Add(), 3);
-  EXPECT_EQ(OnMap(), (std::vector<int>{3, 4}));
-  EXPECT_EQ(cache.Count(), 3);
-  EXPECT_EQ(cache.UpperBound(), 3);
+// Each row saves one pin per limit in turn, then checks which pins are still on the map.
+TEST_F(Cache, TheRingDeletesTheOldestPinAndFollowsItsLimit) {
+  const struct {
+    const char* what;
+    std::vector<int> limits;
+    std::vector<int> onMap;
+    int count, upperBound, nextIndex;
+  } cases[] = {
+      {"three keep two, the oldest going first", {3, 3, 3, 3}, {3, 4}, 3, 3, 1},
+      // Slots 3..9 (pins 4..10) go at once; pin 11 takes slot 3; slot 0 (freed at pin 10) is
+      // next, then slot 1 (pin 2) is the oldest.
+      {"lowered", {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 4, 4}, {3, 11, 12}, 4, 4, 1},
+      // Count becomes 4 with two pins: empty slots pass through the ring.
+      {"a short unlimited one capped", {0, 0, 4, 4}, {2, 3, 4}, 4, 4, 0},
+      // Raised to 6, the next pin goes to slot count = 3; unlimited again appends after it.
+      {"raised", {3, 3, 3, 6, 6, 6, 0}, {2, 3, 4, 5, 6, 7}, 7, 506, 7},
+  };
+  for (const auto& c : cases) {
+    FakeActiveMap fresh;
+    PinCache ring;
+    for (const int limit : c.limits)
+      ring.Save(fresh.AddPushpin({43.7, 7.4, 0}, std::nullopt), limit);
+    std::vector<int> alive;
+    for (int pin = 1; pin <= fresh.added; ++pin)
+      if (fresh.Exists(pin)) alive.push_back(pin);
+    EXPECT_EQ(alive, c.onMap) << c.what;
+    EXPECT_EQ(ring.Count(), c.count) << c.what;
+    EXPECT_EQ(ring.UpperBound(), c.upperBound) << c.what;
+    EXPECT_EQ(ring.NextIndex(), c.nextIndex) << c.what;
+  }
 }
 
 TEST_F(Cache, UnlimitedGrowsInStepsOfFiveHundredSlots) {
@@ -48,41 +71,6 @@ TEST_F(Cache, UnlimitedGrowsInStepsOfFiveHundredSlots) {
     EXPECT_EQ(cache.NextIndex(), step.pins);
   }
   EXPECT_EQ(map.deleted, 0);
-}
-
-TEST_F(Cache, LoweringTheLimitDeletesFromItsLastSlotOnAndTheRingCarriesOnThere) {
-  for (int pin = 1; pin <= 10; ++pin) cache.Save(Add(), 10);
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4, 5, 6, 7, 8, 9, 10})) << "slot 0 already freed";
-  cache.Save(Add(), 4);
-  // Slots 3..9 (pins 4..10) go at once; pin 11 takes slot 3; slot 0 (empty) is the next oldest.
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 11}));
-  EXPECT_EQ(cache.UpperBound(), 4);
-  EXPECT_EQ(cache.NextIndex(), 0);
-  cache.Save(Add(), 4);  // slot 0, then slot 1 (pin 2) is the oldest
-  EXPECT_EQ(OnMap(), (std::vector<int>{3, 11, 12}));
-}
-
-TEST_F(Cache, CappingAShortUnlimitedCacheCountsItFullAtOnce) {
-  cache.Save(Add(), 0);
-  cache.Save(Add(), 0);
-  cache.Save(Add(), 4);  // count becomes 4 with two pins: empty slots pass through the ring
-  EXPECT_EQ(cache.Count(), 4);
-  EXPECT_EQ(OnMap(), (std::vector<int>{1, 2, 3}));
-  cache.Save(Add(), 4);
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4}));
-}
-
-TEST_F(Cache, RaisingTheLimitGrowsTheRingFromTheCount) {
-  for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
-  cache.Save(Add(), 6);  // upper bound 6, the next pin goes to slot count = 3
-  EXPECT_EQ(cache.UpperBound(), 6);
-  EXPECT_EQ(cache.Count(), 4);
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4}));
-  cache.Save(Add(), 6);
-  cache.Save(Add(), 6);
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4, 5, 6}));
-  cache.Save(Add(), 0);  // unlimited again: appended after the count, nothing deleted
-  EXPECT_EQ(OnMap(), (std::vector<int>{2, 3, 4, 5, 6, 7}));
 }
 
 TEST_F(Cache, PinsDeletedByHandAndANegativeLimitAreNoCrash) {
@@ -175,18 +163,6 @@ TEST_F(Clearing, CancelClickedWhileTheLoopRunsStopsItAndTheCacheKeepsItsCount) {
   EXPECT_EQ(Map().PinCount(), 0u);
   EXPECT_EQ(trail.Cache().Count(), 0);
   EXPECT_TRUE(dialogs.Messages().empty());
-}
-
-TEST_F(Clearing, ClearTrailButtonAsksFirst) {
-  Place(3);
-  dialogs.QueueAnswer(MsgBoxResult::No);
-  window.cmdClearTrail.UserClick();
-  EXPECT_EQ(Map().PinCount(), 3u);
-  dialogs.QueueAnswer(MsgBoxResult::Yes);
-  window.cmdClearTrail.UserClick();
-  EXPECT_EQ(Map().PinCount(), 0u);
-  ASSERT_EQ(dialogs.Messages().size(), 2u);
-  EXPECT_EQ(dialogs.Messages()[0].buttons, host::ui::MsgBoxButtons::YesNo);
 }
 
 TEST_F(Clearing, UnloadAsksOnlyWithPinsYesDeletesThemNoLeavesThemOnTheMap) {

@@ -79,7 +79,7 @@ TEST_F(Trail, WithoutTheDistanceRuleEveryTickPlotsEvenStandingStill) {
   EXPECT_EQ(TrailPins()[0].symbol, 46);
 }
 
-TEST_F(Trail, NamingByNothingTimeOrCounterAndTheCounterRestartsAfterClearing) {
+TEST_F(Trail, NamingByNothingTimeOrCounterAndTheCounterRestartsAfterAConfirmedClear) {
   options.byMoving = false;
   options.ppName = 0;
   TickAt(43.7, 7.4, 20, 0);
@@ -95,11 +95,18 @@ TEST_F(Trail, NamingByNothingTimeOrCounterAndTheCounterRestartsAfterClearing) {
   for (const auto& pin : TrailPins()) names.push_back(pin.name);
   EXPECT_EQ(names, (std::vector<std::string>{"Pushpin 1", "2026-06-14 09:30:01", "ORVO_0", "ORVO_1",
                                              "ORVO_1"}));
+  // Clearing asks first: No keeps the trail, Yes clears it and restarts the counter.
+  dialogs.QueueAnswer(host::ui::MsgBoxResult::No);
+  window.cmdClearTrail.UserClick();
+  EXPECT_EQ(TrailPins().size(), 5u);
   dialogs.QueueAnswer(host::ui::MsgBoxResult::Yes);
   window.cmdClearTrail.UserClick();
+  EXPECT_TRUE(TrailPins().empty());
   EXPECT_EQ(trail.TrailPinCounter(), 0);
+  ASSERT_EQ(dialogs.Messages().size(), 2u);
   EXPECT_EQ(dialogs.Messages().back().prompt, TrailRecorder::kClearTraceQuestion);
   EXPECT_EQ(dialogs.Messages().back().title, "Clear trace");
+  EXPECT_EQ(dialogs.Messages().back().buttons, host::ui::MsgBoxButtons::YesNo);
 }
 
 TEST_F(Trail, NotesInBothFormatsWithTheChosenItems) {

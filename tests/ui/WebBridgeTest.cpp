@@ -1,6 +1,7 @@
 // The bridge against real sockets: the program's loop runs on its own thread here, as it does in
 // orvo, and the test plays the pages with Beast's blocking client. Everything that touches the
 // desktop goes through OnLoop, so the core is only ever used on the loop's thread.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -86,8 +87,8 @@ HttpResult Get(unsigned short port, const std::string& target,
 // One page: a WebSocket client.
 class Page {
  public:
-  explicit Page(unsigned short port, std::string target = "/ws",
-                std::map<std::string, std::string> headers = {}) {
+  explicit Page(unsigned short port, const std::string& target = "/ws",
+                const std::map<std::string, std::string>& headers = {}) {
     tcp::socket& socket = ws_.next_layer();
     socket.connect(tcp::endpoint(asio::ip::make_address("127.0.0.1"), port));
     ws_.set_option(websocket::stream_base::decorator([headers](websocket::request_type& request) {
@@ -198,7 +199,7 @@ class WebBridgeTest : public ::testing::Test {
   unsigned short Start() { return Start(Options()); }
 
   // Asks a question on the loop; the answer arrives in the returned future.
-  std::future<MsgBoxResult> AskLater(std::string prompt, MsgBoxButtons buttons) {
+  std::future<MsgBoxResult> AskLater(const std::string& prompt, MsgBoxButtons buttons) {
     auto promise = std::make_shared<std::promise<MsgBoxResult>>();
     asio::post(io_, [this, promise, prompt, buttons] {
       promise->set_value(desktop_.MsgBox(prompt, buttons));
@@ -274,16 +275,18 @@ TEST_F(WebBridgeTest, MalformedMessagesAreIgnoredAndThePageStays) {
   EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 1u);
 }
 
-TEST_F(WebBridgeTest, APageThatComesBackGetsAFreshSnapshot) {
-  const unsigned short port = Start();
+TEST_F(WebBridgeTest, APageThatComesBackOrFellTooFarBehindGetsAFreshSnapshot) {
+  WebBridgeOptions options = Options();
+  options.maxQueuedBytes = 4096;
+  const unsigned short port = Start(options);
   {
     Page page(port);
     page.Next("snapshot");
     page.Close();
   }
   OnLoop([this] { window_.label.SetCaption("while away"); });
-  Page again(port);
-  const Json snapshot = again.Next("snapshot");
+  Page slow(port);
+  const Json snapshot = slow.Next("snapshot");
   const Json& controls = snapshot.at("windows")[0].at("controls");
   const auto label = std::find_if(controls.begin(), controls.end(), [](const Json& control) {
     return control.at("id") == "lblState";
@@ -291,14 +294,6 @@ TEST_F(WebBridgeTest, APageThatComesBackGetsAFreshSnapshot) {
   ASSERT_NE(label, controls.end());
   EXPECT_EQ(label->at("properties").at("caption"), "while away");
   EXPECT_EQ(OnLoop([this] { return bridge_->PageCount(); }), 1u);
-}
-
-TEST_F(WebBridgeTest, APageThatFallsTooFarBehindIsDroppedAndComesBack) {
-  WebBridgeOptions options = Options();
-  options.maxQueuedBytes = 4096;
-  const unsigned short port = Start(options);
-  Page slow(port);
-  slow.Next("snapshot");
   // More than the limit at once: the writes cannot keep up within one turn of the loop.
   OnLoop([this] {
     for (int i = 0; i < 20; ++i)
@@ -384,7 +379,7 @@ TEST_F(WebBridgeTest, FeaturesSendSnapshotsOfAnySizeQueueMessagesAndTakeTheirOwn
   }));
 }
 
-TEST_F(WebBridgeTest, QuestionsWaitForAPageAndAreAnsweredFromAnyPage) {
+TEST_F(WebBridgeTest, QuestionsWaitForAPageStackAndAreAnsweredFromAnyPageOrCautiouslyByNobody) {
   const unsigned short port = Start();
   auto answer =
       AskLater("Do you want to clear the trace (very time consuming)?", MsgBoxButtons::YesNo);
@@ -398,6 +393,15 @@ TEST_F(WebBridgeTest, QuestionsWaitForAPageAndAreAnsweredFromAnyPage) {
   EXPECT_EQ(modal.at("kind"), "message");
   EXPECT_EQ(modal.at("buttons"), "yesNo");
   EXPECT_EQ(modal.at("title"), "ORVO");
+  // A timer raises a second box while the first waits.
+  auto inner = AskLater("second", MsgBoxButtons::OkOnly);
+  const Json stacked = first.Next("modal");
+  EXPECT_EQ(stacked.at("prompt"), "second");
+  EXPECT_GT(stacked.at("id").get<int>(), modal.at("id").get<int>());
+  first.Send({{"type", "answer"}, {"id", stacked.at("id")}, {"result", "ok"}});
+  EXPECT_EQ(inner.get(), MsgBoxResult::Ok);
+  for (Page* page : {&first, &second})
+    EXPECT_EQ(page->Next("modalclose").at("id"), stacked.at("id"));
 
   // A button the box does not have is not an answer.
   second.Send({{"type", "answer"}, {"id", modal.at("id")}, {"result", "ok"}});
@@ -405,30 +409,10 @@ TEST_F(WebBridgeTest, QuestionsWaitForAPageAndAreAnsweredFromAnyPage) {
   EXPECT_EQ(answer.get(), MsgBoxResult::Yes);
   for (Page* page : {&first, &second}) EXPECT_EQ(page->Next("modalclose").at("id"), modal.at("id"));
   EXPECT_EQ(OnLoop([this] { return dialogs_.OpenCount(); }), 0u);
-}
 
-TEST_F(WebBridgeTest, AQuestionAskedWhileAnotherWaitsStacksOnTop) {
-  const unsigned short port = Start();
-  Page page(port);
-  page.Next("snapshot");
-  auto outer = AskLater("first", MsgBoxButtons::OkCancel);
-  const Json first = page.Next("modal");
-  // A timer raises a second box while the first waits.
-  auto inner = AskLater("second", MsgBoxButtons::OkOnly);
-  const Json second = page.Next("modal");
-  EXPECT_EQ(second.at("prompt"), "second");
-  EXPECT_GT(second.at("id").get<int>(), first.at("id").get<int>());
-
-  page.Send({{"type", "answer"}, {"id", second.at("id")}, {"result", "ok"}});
-  EXPECT_EQ(inner.get(), MsgBoxResult::Ok);
-  page.Send({{"type", "answer"}, {"id", first.at("id")}, {"result", "cancel"}});
-  EXPECT_EQ(outer.get(), MsgBoxResult::Cancel);
-}
-
-TEST_F(WebBridgeTest, WithNobodyToAskQuestionsTakeTheCautiousAnswer) {
-  Start();
-  auto open =
-      AskLater("Do you want to clear the trace (very time consuming)?", MsgBoxButtons::YesNo);
+  first.Close();
+  second.Close();
+  auto open = AskLater("Clear?", MsgBoxButtons::YesNo);
   EXPECT_EQ(OnLoop([this] { return dialogs_.OpenCount(); }), 1u);
   OnLoop([this] { dialogs_.SetUnattended(true); });
   EXPECT_EQ(open.get(), MsgBoxResult::No);
@@ -460,42 +444,40 @@ TEST_F(WebBridgeTest, TheFileChooserSendsItsFiltersAndTakesAFullPath) {
   EXPECT_EQ(chosen->get_future().get(), std::optional<std::string>("/tmp/drive.nmea"));
 }
 
-TEST_F(WebBridgeTest, ServesThePageButNothingOutsideIt) {
+TEST_F(WebBridgeTest, ServesThePageAndTilesButNothingOutsideThem) {
   const unsigned short port = Start();
-  const HttpResult index = Get(port, "/");
-  EXPECT_EQ(index.status, 200);
-  EXPECT_EQ(index.headers.at("Content-Type"), "text/html; charset=utf-8");
-  EXPECT_NE(index.body.find("<title>ORVO</title>"), std::string::npos);
-  const HttpResult script = Get(port, "/assets/page.js");
-  EXPECT_EQ(script.headers.at("Content-Type"), "text/javascript; charset=utf-8");
-  EXPECT_EQ(Get(port, "/region.json").body, R"({"name":"monaco"})");
-  const HttpResult picture = Get(port, "/data/pictures/turn%20left.bmp");
-  EXPECT_EQ(picture.body, "BM");
-  EXPECT_EQ(picture.headers.at("Content-Type"), "image/bmp");
-  EXPECT_EQ(Get(port, "/data/../secret.txt").status, 404);
-  EXPECT_EQ(Get(port, "/data/%2e%2e/site/index.html").status, 404);
-  for (const char* escape : {"/../secret.txt", "/%2e%2e/secret.txt", "/assets/../../secret.txt",
-                             "/..%2fsecret.txt", "/leak.txt", "/%2fetc/passwd", "/missing.js"})
+  struct Case {
+    const char* target;
+    int status;
+    const char* contentType;
+    const char* body;  // a part of it; null: not checked
+    const char* encoding = nullptr;
+  };
+  const Case cases[] = {
+      {"/", 200, "text/html; charset=utf-8", "<title>ORVO</title>"},
+      {"/assets/page.js", 200, "text/javascript; charset=utf-8", "console.log"},
+      {"/region.json", 200, nullptr, R"({"name":"monaco"})"},
+      {"/data/pictures/turn%20left.bmp", 200, "image/bmp", "BM"},
+      {"/tiles/14/8508/5975.pbf", 200, "application/x-protobuf", "\x1f\x8b", "gzip"},
+      {"/tiles/14/8509/5975.pbf", 200, nullptr, "plain tile", ""},
+      {"/tiles/14/1/1.pbf", 204, nullptr, nullptr},
+  };
+  for (const Case& c : cases) {
+    HttpResult result = Get(port, c.target);
+    EXPECT_EQ(result.status, c.status) << c.target;
+    EXPECT_TRUE(!c.contentType || result.headers["Content-Type"] == c.contentType) << c.target;
+    EXPECT_TRUE(!c.body || result.body.find(c.body) != std::string::npos) << c.target;
+    EXPECT_TRUE(!c.encoding || result.headers["Content-Encoding"] == c.encoding) << c.target;
+  }
+  for (const char* escape :
+       {"/data/../secret.txt", "/data/%2e%2e/site/index.html", "/../secret.txt",
+        "/%2e%2e/secret.txt", "/assets/../../secret.txt", "/..%2fsecret.txt", "/leak.txt",
+        "/%2fetc/passwd", "/missing.js", "/tiles/14/99999/1.pbf", "/tiles/x/1/1.pbf",
+        "/tiles/1/1.pbf", "/tiles/-1/0/0.pbf", "/tiles/1/0/0/0.pbf", "/tiles/1/0/0.png"})
     EXPECT_EQ(Get(port, escape).status, 404) << escape;
   // Another site's page cannot drive ORVO through the loopback address.
   EXPECT_EQ(Get(port, "/", {{"Host", "attacker.example:8080"}}).status, 403);
   EXPECT_FALSE(Page(port, "/ws", {{"Origin", "http://attacker.example"}}).Connected());
-}
-
-TEST_F(WebBridgeTest, ServesTilesWithTheirEncoding) {
-  const unsigned short port = Start();
-  const HttpResult gzipped = Get(port, "/tiles/14/8508/5975.pbf");
-  EXPECT_EQ(gzipped.status, 200);
-  EXPECT_EQ(gzipped.headers.at("Content-Encoding"), "gzip");
-  EXPECT_EQ(gzipped.headers.at("Content-Type"), "application/x-protobuf");
-  EXPECT_EQ(gzipped.body.size(), 11u);
-  const HttpResult plain = Get(port, "/tiles/14/8509/5975.pbf");
-  EXPECT_EQ(plain.body, "plain tile");
-  EXPECT_EQ(plain.headers.count("Content-Encoding"), 0u);
-  EXPECT_EQ(Get(port, "/tiles/14/1/1.pbf").status, 204);
-  for (const char* bad : {"/tiles/14/99999/1.pbf", "/tiles/x/1/1.pbf", "/tiles/1/1.pbf",
-                          "/tiles/-1/0/0.pbf", "/tiles/1/0/0/0.pbf", "/tiles/1/0/0.png"})
-    EXPECT_EQ(Get(port, bad).status, 404) << bad;
 }
 
 TEST_F(WebBridgeTest, ListsFoldersForTheFileChooser) {
@@ -524,7 +506,7 @@ TEST_F(WebBridgeTest, ListsFoldersForTheFileChooser) {
   EXPECT_EQ(Get(port, "/api/files?path=relative/folder").status, 400);
 }
 
-TEST_F(WebBridgeTest, ATokenGuardsEveryRequest) {
+TEST_F(WebBridgeTest, ATokenGuardsEveryRequestAndABusyPortIsRefused) {
   {
     WebBridgeOptions open = Options();
     open.address = "0.0.0.0";
@@ -553,19 +535,11 @@ TEST_F(WebBridgeTest, ATokenGuardsEveryRequest) {
   Page with(port, "/ws?token=s3cret%20token");
   ASSERT_TRUE(with.Connected());
   EXPECT_EQ(with.Next().at("type"), "snapshot");
-}
 
-TEST_F(WebBridgeTest, ASecondBridgeOnABusyPortSaysSo) {
-  const unsigned short port = Start();
-  WebBridgeOptions options = Options();
   options.port = port;
   WebBridge second(io_, desktop_, options);
-  try {
-    second.Start();
-    FAIL() << "started on a busy port";
-  } catch (const WebBridgeError& error) {
-    EXPECT_NE(std::string(error.what()).find("already in use"), std::string::npos);
-  }
+  EXPECT_THAT([&] { second.Start(); },
+              ::testing::ThrowsMessage<WebBridgeError>(::testing::HasSubstr("already in use")));
 }
 
 TEST(FilePatterns, MatchLikeTheOldFileDialogs) {
