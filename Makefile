@@ -22,10 +22,11 @@ web: setup
 	@if [ -f web/package.json ]; then npm --prefix web run --silent build; fi
 
 # The bundled Monaco region: routing database, sea and map tiles, built once and again when the
-# extract or the tile configuration (what goes into the tiles) is newer than it.
+# extract or the tile configuration (what goes into the tiles) is newer than it, or it lacks a part
+# a newer ORVO keeps (the names of its streets).
 REGION_INPUTS := data/regions/monaco.osm.pbf data/tilemaker/config.json data/tilemaker/process.lua
 region: build
-	@if [ ! -f $(REGION_DIR)/region.json ] || \
+	@if [ ! -f $(REGION_DIR)/region.json ] || [ ! -f $(REGION_DIR)/names.tsv ] || \
 	  [ -n "$$(find $(REGION_INPUTS) -newer $(REGION_DIR)/region.json)" ]; then \
 	  XDG_DATA_HOME=$(DATA_HOME) $(BUILD)/orvo region import data/regions/monaco.osm.pbf --name monaco; fi
 

@@ -220,7 +220,8 @@ class Program {
         route_(mapHost_, host::map::RegionRouter(options.region)),
         bridge_(io_, desktop_, BridgeOptions(options)),
         mapChannel_(mapHost_, bridge_, desktop_),
-        routeChannel_(mapHost_, route_, bridge_, desktop_),
+        routeChannel_(mapHost_, route_, bridge_, desktop_,
+                      host::map::RegionsFolder() / options.region / host::map::kNamesFileName),
         signals_(io_, SIGINT, SIGTERM),
         serialPort_(io_, [this](std::string_view text) { Log(text); }) {
     const auto log = [](std::string_view text) { std::clog << "orvo: " << text << '\n'; };

@@ -1,11 +1,15 @@
 // orvo region import FILE.osm.pbf [--name NAME]   build a region from an OpenStreetMap extract
 // orvo region list                                 the imported regions
+// orvo region find NAME TEXT                        streets and places of the region by name
 #include <iostream>
 #include <string>
+
+#include <nlohmann/json.hpp>
 
 #include "app/Commands.hpp"
 #include "host/map/Region.hpp"
 #include "host/map/RegionImport.hpp"
+#include "host/map/RegionNames.hpp"
 
 namespace orvo::app {
 namespace {
@@ -21,6 +25,7 @@ constexpr int kInterrupted = 130;
 const char* const kUsageText =
     "usage: orvo region import FILE.osm.pbf [--name NAME]\n"
     "       orvo region list\n"
+    "       orvo region find NAME TEXT\n"
     "Regions live in ";
 
 int Usage(const std::string& problem) {
@@ -82,6 +87,25 @@ int List(const Arguments& arguments) {
   return 0;
 }
 
+// One JSON line per street or place whose name holds TEXT.
+int Find(const Arguments& arguments) {
+  if (arguments.size() != 2) return Usage("find wants a region name and a text");
+  try {
+    const Region region = OpenRegion(arguments[0]);
+    for (const NamedPlace& place : NameIndex(region.folder / kNamesFileName).Search(arguments[1], 50))
+      std::cout << nlohmann::json{{"name", place.name},
+                                  {"kind", place.kind},
+                                  {"lat", place.location.latitudeDegrees},
+                                  {"lon", place.location.longitudeDegrees}}
+                       .dump()
+                << '\n';
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "orvo region: " << error.what() << '\n';
+    return kFailed;
+  }
+}
+
 }  // namespace
 
 int RunRegion(const Arguments& arguments) {
@@ -90,6 +114,7 @@ int RunRegion(const Arguments& arguments) {
   const Arguments rest(arguments.begin() + 1, arguments.end());
   if (action == "import") return Import(rest);
   if (action == "list") return List(rest);
+  if (action == "find") return Find(rest);
   if (action == "--help" || action == "-h" || action == "help") {
     Usage("");
     return 0;

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "host/map/MbTiles.hpp"
+#include "host/map/RegionNames.hpp"
 #include "host/map/RegionSea.hpp"
 #include "host/platform/AppFolder.hpp"
 
@@ -406,7 +407,7 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
     log.Write("ORVO region import of " + plan.source.string() + " as \"" + plan.name +
               "\", started " + UtcTimestamp());
 
-    report("[1/4] routing database (planetsplitter) ...");
+    report("[1/5] routing database (planetsplitter) ...");
     auto stepStarted = Clock::now();
     RunTool(plan.planetsplitter,
             {"--dir=" + partial.string(), std::string("--prefix=") + kRoutingPrefix,
@@ -414,7 +415,7 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
             partial, log);
     log.Write("routing database built in " + Seconds(Clock::now() - stepStarted));
 
-    report("[2/4] sea (coastline) ...");
+    report("[2/5] sea (coastline) ...");
     stepStarted = Clock::now();
     SeaFile sea;
     try {
@@ -427,7 +428,19 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
     StopOnSignals::ThrowIfStopped();
     log.Write("sea built in " + Seconds(Clock::now() - stepStarted));
 
-    report("[3/4] map tiles (tilemaker) ...");
+    report("[3/5] names of streets and places ...");
+    stepStarted = Clock::now();
+    try {
+      const std::size_t names = WriteNameIndex(plan.source, partial / kNamesFileName);
+      log.Write(std::to_string(names) + " names of streets and places kept in " +
+                Seconds(Clock::now() - stepStarted));
+    } catch (const std::exception& error) {
+      log.Write(error.what());
+      throw RegionImportError(error.what());
+    }
+    StopOnSignals::ThrowIfStopped();
+
+    report("[4/5] map tiles (tilemaker) ...");
     stepStarted = Clock::now();
     std::vector<std::string> tilemakerArguments{
         "--input",  plan.source.string(),          "--output",  (partial / kTilesFileName).string(),
@@ -440,7 +453,7 @@ Region ImportRegion(const RegionImportOptions& options, const ImportProgress& pr
     RemoveSeaFile(partial);
     log.Write("map tiles built in " + Seconds(Clock::now() - stepStarted));
 
-    report("[4/4] region description ...");
+    report("[5/5] region description ...");
     Region region = DescribeRegion(plan.name, partial, plan.source);
     StopOnSignals::ThrowIfStopped();
     WriteRegion(region);

@@ -40,7 +40,7 @@ struct RegionImportOptions {
   std::filesystem::path routinoData = kRoutinoDataFolder;
 };
 
-// Receives one line of progress per step ("[1/4] routing database (planetsplitter) ...").
+// Receives one line of progress per step ("[1/5] routing database (planetsplitter) ...").
 using ImportProgress = std::function<void(std::string_view line)>;
 
 // File names inside a region folder.

@@ -38,8 +38,8 @@ std::size_t Position(const Json& message) {
 }  // namespace
 
 RouteChannel::RouteChannel(MapHost& host, DocumentRoute& route, ui::WebBridge& bridge,
-                           ui::Desktop& desktop)
-    : host_(host), route_(route), bridge_(bridge), desktop_(desktop) {
+                           ui::Desktop& desktop, std::filesystem::path names)
+    : host_(host), route_(route), bridge_(bridge), desktop_(desktop), namesFile_(std::move(names)) {
   host_.onRouteChange = [this] { Changed(); };
   bridge_.AddSnapshotPart([this](Json& snapshot) { snapshot["route"] = State(); });
   bridge_.OnPageMessage("route", [this](const Json& message) { Apply(message); });
@@ -52,6 +52,17 @@ void RouteChannel::Changed() {
     sendPosted_ = false;
     bridge_.Queue(State());
   });
+}
+
+void RouteChannel::Search(const std::string& text) {
+  if (!names_) names_.emplace(namesFile_);
+  Json results = Json::array();
+  for (const NamedPlace& place : names_->Search(text))
+    results.push_back({{"name", place.name},
+                       {"kind", place.kind},
+                       {"lat", place.location.latitudeDegrees},
+                       {"lon", place.location.longitudeDegrees}});
+  bridge_.Queue({{"type", "routesearch"}, {"text", text}, {"results", std::move(results)}});
 }
 
 Json RouteChannel::State() {
@@ -89,9 +100,14 @@ Json RouteChannel::State() {
 void RouteChannel::Apply(const Json& message) {
   const std::string action = message.value("action", "");
   try {
+    if (action == "search") {
+      Search(message.at("text").get<std::string>());
+      return;
+    }
     if (action == "add") {
-      const std::size_t added = route_.AddWaypoint(
-          {message.at("lat").get<double>(), message.at("lon").get<double>()}, "");
+      const std::size_t added =
+          route_.AddWaypoint({message.at("lat").get<double>(), message.at("lon").get<double>()},
+                             message.value("name", ""));
       const std::string as = message.value("as", "end");
       if (as == "start") route_.SetWaypointType(added, WaypointType::Start);
       if (as == "stop" && added > 0 && route_.Waypoints().size() > 2)

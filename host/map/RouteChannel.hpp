@@ -13,11 +13,18 @@
 //               {"type":"route","action":"rename","position":N,"name":"..."}
 //               {"type":"route","action":"preference","preference":"quickest"|...}
 //               {"type":"route","action":"calculate"|"optimize"|"clear"}
+//               {"type":"route","action":"search","text":"..."}, answered by
+// orvo -> page: {"type":"routesearch","text":"...","results":[{"name","kind","lat","lon"}]}
+// "add" may carry a "name" (a street found by its name).
+#include <filesystem>
 #include <functional>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "host/map/DocumentRoute.hpp"
 #include "host/map/MapHost.hpp"
+#include "host/map/RegionNames.hpp"
 #include "host/ui/Desktop.hpp"
 #include "host/ui/WebBridge.hpp"
 
@@ -25,8 +32,10 @@ namespace orvo::host::map {
 
 class RouteChannel {
  public:
-  // Takes over HOST's onRouteChange.
-  RouteChannel(MapHost& host, DocumentRoute& route, ui::WebBridge& bridge, ui::Desktop& desktop);
+  // Takes over HOST's onRouteChange. NAMES is the region's index of street and place names,
+  // read when first searched.
+  RouteChannel(MapHost& host, DocumentRoute& route, ui::WebBridge& bridge, ui::Desktop& desktop,
+               std::filesystem::path names);
   RouteChannel(const RouteChannel&) = delete;
   RouteChannel& operator=(const RouteChannel&) = delete;
 
@@ -39,12 +48,15 @@ class RouteChannel {
 
  private:
   void Changed();
+  void Search(const std::string& text);
 
   MapHost& host_;
   DocumentRoute& route_;
   ui::WebBridge& bridge_;
   ui::Desktop& desktop_;
   bool sendPosted_ = false;
+  std::filesystem::path namesFile_;
+  std::optional<NameIndex> names_;
 };
 
 }  // namespace orvo::host::map

@@ -73,8 +73,9 @@ TEST_F(MapImport, ImportReportsEachStepAndKeepsTheLog) {
       ImportRegion(Options(), [&](std::string_view line) { lines.emplace_back(line); });
   EXPECT_EQ(lines,
             (std::vector<std::string>{
-                "[1/4] routing database (planetsplitter) ...", "[2/4] sea (coastline) ...",
-                "[3/4] map tiles (tilemaker) ...", "[4/4] region description ...", lines.back()}));
+                "[1/5] routing database (planetsplitter) ...", "[2/5] sea (coastline) ...",
+                "[3/5] names of streets and places ...", "[4/5] map tiles (tilemaker) ...",
+                "[5/5] region description ...", lines.back()}));
   EXPECT_EQ(lines.back().rfind("region \"demo\" is ready in " + (Regions() / "demo").string(), 0),
             0u);
 

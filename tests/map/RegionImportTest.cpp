@@ -40,7 +40,7 @@ TEST_F(RegionImport, CommandShowsItsStepsAndKeepsTheToolsOutputInTheLog) {
   const std::string output = monaco_.ImportOutput();
   std::size_t at = 0;
   for (const char* step :
-       {"[1/4] routing database", "[2/4] sea", "[3/4] map tiles", "[4/4] region description"}) {
+       {"[1/5] routing database", "[2/5] sea", "[3/5] names", "[4/5] map tiles", "[5/5] region description"}) {
     const std::size_t found = output.find(step, at);
     ASSERT_NE(found, std::string::npos) << step << " in " << output;
     at = found;
@@ -143,7 +143,7 @@ TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
   ::close(pipeEnds[1]);
   FILE* output = ::fdopen(pipeEnds[0], "r");
   std::array<char, 256> line{};  // interrupted once the routing step has begun
-  while (std::fgets(line.data(), line.size(), output) && !std::strstr(line.data(), "[1/4]")) {
+  while (std::fgets(line.data(), line.size(), output) && !std::strstr(line.data(), "[1/5]")) {
   }
   ::kill(child, SIGINT);
   while (std::fgetc(output) != EOF) {

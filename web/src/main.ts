@@ -154,6 +154,7 @@ async function start(): Promise<void> {
     if (message.type === 'mapfile') bar.setMapFile(message.file);
     else if (message.type === 'mapunit') showUnit(message.unit);
     else if (message.type === 'route') planner.show(message);
+    else if (message.type === 'routesearch') planner.showFound(message);
     else if (message.type === 'cursor') document.body.classList.toggle('busy', message.cursor === 'wait');
     else showWindows(message);
   };

@@ -1,7 +1,7 @@
 // The messages between orvo and the page. orvo holds all state and behaviour; the page shows
 // what it is told and reports what the user did.
 import type { PinAction } from './map/pins/patches';
-import type { RouteAction, RouteState } from './map/route/planner';
+import type { RouteAction, RouteSearchAnswer, RouteState } from './map/route/planner';
 
 export type Properties = Record<string, unknown>;
 
@@ -102,6 +102,7 @@ export type ServerMessage =
   | MapFileMessage
   | MapUnitMessage
   | RouteState
+  | RouteSearchAnswer
   // The pointer over the whole page while a long job runs.
   | { type: 'cursor'; cursor: 'wait' | 'default' }
   // Messages of features with their own handlers (see onMessage in connection.ts).

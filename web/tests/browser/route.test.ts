@@ -1,5 +1,5 @@
-// The route planner against a real orvo and the Monaco region: waypoints added by right-clicks
-// on the map, the route calculated by Routino and drawn with its directions, the preference
+// The route planner against a real orvo and the Monaco region: waypoints found by name and added
+// by right-clicks on the map, the route calculated by Routino and drawn with its directions, the preference
 // and the order changed, a point at sea refused with a message, the route kept over a reload.
 import { mkdirSync, mkdtempSync, symlinkSync } from 'node:fs';
 import { homedir, tmpdir } from 'node:os';
@@ -39,14 +39,22 @@ describe('the route planner', () => {
       await page.mouse.click(point.x, point.y, { button: 'right' });
       await page.locator('.pin-menu .menu-item', { hasText: entry }).click();
     };
-    await add(at(-60, -40), 'Add Start Here');
+    const planner = page.locator('.route-planner');
+    // The start found by its name in the region, accents aside.
+    await page.locator('.route-switch').click();
+    await planner.locator('.route-search').fill('condamine');
+    // Names starting with the text come first.
+    const found = planner.locator('.route-found li');
+    await expect.poll(() => found.first().innerText()).toMatch(/^La Condamine/);
+    expect(await found.allInnerTexts()).toEqual(expect.arrayContaining([expect.stringMatching(/^Sortie Parking de la Condamine/)]));
+    await found.first().click();
     await add(at(150, 60), 'Add End Here');
     await add(at(40, 0), 'Add Stop Here');
-    const planner = page.locator('.route-planner');
     const names = () => planner.locator('.route-waypoints .route-name').allInnerTexts();
     const kinds = () => planner.locator('.route-waypoints li').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset.kind));
     await expect.poll(kinds).toEqual(['start', 'stop', 'end']);
     const [start, stop, end] = await names();
+    expect(start).toBe('La Condamine');
 
     await planner.locator('[data-action="calculate"]').click();
     await expect.poll(() => planner.locator('.route-summary').innerText()).toMatch(/^\d+\.\d (km|mi) · \d+ min$/);

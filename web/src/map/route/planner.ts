@@ -29,8 +29,22 @@ export interface RouteState {
   directions: { text: string; depth: number; action: number; distance: number }[];
 }
 
+export interface FoundPlace {
+  name: string;
+  kind: string;
+  lat: number;
+  lon: number;
+}
+
+export interface RouteSearchAnswer {
+  type: 'routesearch';
+  text: string;
+  results: FoundPlace[];
+}
+
 export type RouteAction =
-  | { type: 'route'; action: 'add'; lat: number; lon: number; as: WaypointKind }
+  | { type: 'route'; action: 'add'; lat: number; lon: number; as: WaypointKind; name?: string }
+  | { type: 'route'; action: 'search'; text: string }
   | { type: 'route'; action: 'delete' | 'up' | 'down'; position: number }
   | { type: 'route'; action: 'rename'; position: number; name: string }
   | { type: 'route'; action: 'preference'; preference: Preference }
@@ -56,6 +70,8 @@ export class RoutePlanner {
   private readonly summary = document.createElement('div');
   private readonly directions = document.createElement('ol');
   private readonly preference = document.createElement('select');
+  private readonly search = document.createElement('input');
+  private readonly found = document.createElement('ul');
   private state: RouteState | null = null;
 
   constructor(
@@ -82,10 +98,20 @@ export class RoutePlanner {
       button.addEventListener('click', () => this.send({ type: 'route', action }));
       buttons.append(button);
     }
+    // A street or place of the region by its name: the first becomes the start, later ones the end.
+    this.search.type = 'search';
+    this.search.className = 'route-search';
+    this.search.placeholder = 'Find a street or place…';
+    this.search.addEventListener('input', () => {
+      const text = this.search.value.trim();
+      if (text.length >= 2) this.send({ type: 'route', action: 'search', text });
+      else this.found.replaceChildren();
+    });
+    this.found.className = 'route-found';
     this.list.className = 'route-waypoints';
     this.summary.className = 'route-summary';
     this.directions.className = 'route-directions';
-    this.element.append(title, this.list, this.preference, buttons, this.summary, this.directions);
+    this.element.append(title, this.search, this.found, this.list, this.preference, buttons, this.summary, this.directions);
 
     // Right-click on the map (not on a pin, which has its own menu) adds a waypoint there.
     (map.getViewport() as HTMLElement).addEventListener('contextmenu', (event) => {
@@ -136,6 +162,26 @@ export class RoutePlanner {
       state.waypoints.map((waypoint) => new Feature({ geometry: new Point(fromLonLat([waypoint.lon, waypoint.lat])), kind: waypoint.type })),
     );
     document.body.dataset.route = `${state.waypoints.length}:${state.calculated ? state.path.length : 0}`;
+  }
+
+  // Places found for the text in the search box (answers to older texts are dropped).
+  showFound(answer: RouteSearchAnswer): void {
+    if (answer.text !== this.search.value.trim()) return;
+    this.found.replaceChildren(
+      ...answer.results.map((place) => {
+        const item = Object.assign(document.createElement('li'), { textContent: place.name });
+        item.append(Object.assign(document.createElement('span'), { textContent: place.kind }));
+        item.addEventListener('click', () => {
+          const as: WaypointKind = this.state && this.state.waypoints.length > 0 ? 'end' : 'start';
+          this.send({ type: 'route', action: 'add', lat: place.lat, lon: place.lon, as, name: place.name });
+          this.search.value = '';
+          this.found.replaceChildren();
+        });
+        return item;
+      }),
+    );
+    if (answer.results.length === 0)
+      this.found.append(Object.assign(document.createElement('li'), { className: 'none', textContent: 'Nothing of that name in the region' }));
   }
 
   toggle(): void {
