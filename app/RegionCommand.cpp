@@ -92,13 +92,14 @@ int Find(const Arguments& arguments) {
   if (arguments.size() != 2) return Usage("find wants a region name and a text");
   try {
     const Region region = OpenRegion(arguments[0]);
-    for (const NamedPlace& place : NameIndex(region.folder / kNamesFileName).Search(arguments[1], 50))
-      std::cout << nlohmann::json{{"name", place.name},
-                                  {"kind", place.kind},
-                                  {"lat", place.location.latitudeDegrees},
-                                  {"lon", place.location.longitudeDegrees}}
-                       .dump()
-                << '\n';
+    const NameIndex index(region.folder / kNamesFileName);
+    for (const NamedPlace& place : index.Search(arguments[1], 50)) {
+      const nlohmann::json line = {{"name", place.name},
+                                   {"kind", place.kind},
+                                   {"lat", place.location.latitudeDegrees},
+                                   {"lon", place.location.longitudeDegrees}};
+      std::cout << line.dump() << '\n';
+    }
     return 0;
   } catch (const std::exception& error) {
     std::cerr << "orvo region: " << error.what() << '\n';

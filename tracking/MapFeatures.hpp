@@ -35,9 +35,9 @@ class MapFeatures final : public MapTracking, public MapActions {
  public:
   // VIEW (null: no map beside ORVO) is what the zoom keys act on.
   MapFeatures(host::ui::Desktop& desktop, const MapFeatureControls& controls,
-              const gps::GpsFix& fix, TraceOptions& options,
-              host::map::MapApplication& application, const ReadingsText& readings,
-              host::map::MapView* view, const std::function<void(std::string_view)>& diagnostics);
+              const gps::GpsFix& fix, TraceOptions& options, host::map::MapApplication& application,
+              const ReadingsText& readings, host::map::MapView* view,
+              const std::function<void(std::string_view)>& diagnostics);
 
   void UpdatePositionOnMap() override;
   void ClearTrailOnUnload() override { trail_.SettleTrailOnUnload(); }

@@ -25,7 +25,8 @@ struct StreetCandidate {
 
 // Tabs and line ends would break the file's lines.
 std::string Clean(std::string text) {
-  std::replace_if(text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
   return text;
 }
 
@@ -55,7 +56,7 @@ std::size_t WriteNameIndex(const std::filesystem::path& pbf, const std::filesyst
   std::map<std::string, StreetCandidate> streets;
   std::vector<NamedPlace> places;
   {
-      osmium::io::Reader reader(pbf.string(),
+    osmium::io::Reader reader(pbf.string(),
                               osmium::osm_entity_bits::node | osmium::osm_entity_bits::way);
     while (const osmium::memory::Buffer buffer = reader.read()) {
       for (const osmium::OSMObject& object : buffer.select<osmium::OSMObject>()) {
@@ -82,15 +83,19 @@ std::size_t WriteNameIndex(const std::filesystem::path& pbf, const std::filesyst
   for (const auto& [name, street] : streets) located.emplace(street.middleNode, GeoPoint{});
   {
     osmium::io::Reader reader(pbf.string(), osmium::osm_entity_bits::node);
-    while (const osmium::memory::Buffer buffer = reader.read())
-      for (const osmium::Node& node : buffer.select<osmium::Node>())
-        if (auto found = located.find(node.id()); found != located.end() && node.location().valid())
+    while (const osmium::memory::Buffer buffer = reader.read()) {
+      for (const osmium::Node& node : buffer.select<osmium::Node>()) {
+        const auto found = located.find(node.id());
+        if (found != located.end() && node.location().valid())
           found->second = {node.location().lat(), node.location().lon()};
+      }
+    }
     reader.close();
   }
   for (const auto& [name, street] : streets) {
     const GeoPoint& at = located.at(street.middleNode);
-    if (at.latitudeDegrees != 0.0 || at.longitudeDegrees != 0.0) places.push_back({name, street.kind, at});
+    if (at.latitudeDegrees != 0.0 || at.longitudeDegrees != 0.0)
+      places.push_back({name, street.kind, at});
   }
 
   std::ofstream out(file, std::ios::binary | std::ios::trunc);
@@ -110,10 +115,12 @@ NameIndex::NameIndex(const std::filesystem::path& file) {
     const auto first = line.find('\t');
     const auto second = line.find('\t', first + 1);
     const auto third = line.find('\t', second + 1);
-    if (first == std::string::npos || second == std::string::npos || third == std::string::npos) continue;
+    if (first == std::string::npos || second == std::string::npos || third == std::string::npos)
+      continue;
     NamedPlace place{line.substr(0, first), line.substr(first + 1, second - first - 1), {}};
     try {
-      place.location = {std::stod(line.substr(second + 1, third - second - 1)), std::stod(line.substr(third + 1))};
+      place.location = {std::stod(line.substr(second + 1, third - second - 1)),
+                        std::stod(line.substr(third + 1))};
     } catch (const std::exception&) {
       continue;  // a damaged line is left out
     }
@@ -132,7 +139,8 @@ std::vector<NamedPlace> NameIndex::Search(std::string_view text, std::size_t lim
   }
   std::sort(found.begin(), found.end());
   std::vector<NamedPlace> result;
-  for (std::size_t n = 0; n < found.size() && n < limit; ++n) result.push_back(places_[found[n].second]);
+  for (std::size_t n = 0; n < found.size() && n < limit; ++n)
+    result.push_back(places_[found[n].second]);
   return result;
 }
 

@@ -57,11 +57,12 @@ void RouteChannel::Changed() {
 void RouteChannel::Search(const std::string& text) {
   if (!names_) names_.emplace(namesFile_);
   Json results = Json::array();
-  for (const NamedPlace& place : names_->Search(text))
+  for (const NamedPlace& place : names_->Search(text)) {
     results.push_back({{"name", place.name},
                        {"kind", place.kind},
                        {"lat", place.location.latitudeDegrees},
                        {"lon", place.location.longitudeDegrees}});
+  }
   bridge_.Queue({{"type", "routesearch"}, {"text", text}, {"results", std::move(results)}});
 }
 
@@ -79,11 +80,12 @@ Json RouteChannel::State() {
                 {"directions", Json::array()}};
   if (host_.ActiveMap() == nullptr) return state;
   const std::vector<Waypoint> waypoints = route_.Waypoints();
-  for (const Waypoint& waypoint : waypoints)
+  for (const Waypoint& waypoint : waypoints) {
     state["waypoints"].push_back({{"name", waypoint.name},
                                   {"lat", waypoint.location.latitudeDegrees},
                                   {"lon", waypoint.location.longitudeDegrees},
                                   {"type", TypeName(waypoint.type)}});
+  }
   if (!waypoints.empty())
     state["preference"] = kPreferenceNames[static_cast<int>(waypoints.front().preference)];
   state["optimized"] = route_.IsOptimized();
@@ -123,10 +125,11 @@ void RouteChannel::Apply(const Json& message) {
       route_.RenameWaypoint(Position(message), message.at("name").get<std::string>());
     } else if (action == "preference") {
       const std::string name = message.at("preference").get<std::string>();
-      for (int value = 0; value < 3; ++value)
-        if (name == kPreferenceNames[value])
-          for (std::size_t i = 0; i < route_.Waypoints().size(); ++i)
-            route_.SetSegmentPreference(i, static_cast<SegmentPreference>(value));
+      for (int value = 0; value < 3; ++value) {
+        if (name != kPreferenceNames[value]) continue;
+        for (std::size_t i = 0; i < route_.Waypoints().size(); ++i)
+          route_.SetSegmentPreference(i, static_cast<SegmentPreference>(value));
+      }
     } else if (action == "calculate") {
       route_.Calculate();
     } else if (action == "optimize") {
