@@ -1,5 +1,7 @@
 #include "guidance/GuideAudio.hpp"
 
+#include "host/ui/Desktop.hpp"
+
 #include <cctype>
 #include <optional>
 
@@ -76,6 +78,16 @@ std::string Base64(std::string_view bytes) {
     out += '=';
   }
   return out;
+}
+
+void SpeakOnPage(host::speech::SpeechEngine& speech, host::ui::Desktop& desktop,
+                 const std::string& text, std::size_t voice, std::function<bool()> wanted) {
+  desktop.Publish(SpeechMessage({}));
+  speech.Speak(text, voice,
+               [&desktop, wanted = std::move(wanted)](const host::speech::Speech& done) {
+                 if (done.outcome == host::speech::Speech::Outcome::Spoken && wanted())
+                   desktop.Publish(SpeechMessage(done.wav));
+               });
 }
 
 }  // namespace orvo::guidance

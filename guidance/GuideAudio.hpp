@@ -3,11 +3,17 @@
 // them: files of the data folder by their /data/ address, the user's own files through the
 // bridge's /userfile route, and speech as a WAV file carried in the message itself.
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/speech/Speech.hpp"
 #include "host/ui/Control.hpp"
+
+namespace orvo::host::ui {
+class Desktop;
+}
 
 namespace orvo::guidance {
 
@@ -25,5 +31,10 @@ host::ui::Json SoundMessage(std::vector<std::string> addresses);
 host::ui::Json SpeechMessage(std::string_view wav);
 
 std::string Base64(std::string_view bytes);
+
+// Stops the speech the page is playing, has SPEECH say TEXT with the voice at VOICE, and sends
+// the audio to the page if WANTED still says yes when it is ready.
+void SpeakOnPage(host::speech::SpeechEngine& speech, host::ui::Desktop& desktop,
+                 const std::string& text, std::size_t voice, std::function<bool()> wanted);
 
 }  // namespace orvo::guidance

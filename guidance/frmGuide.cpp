@@ -203,16 +203,12 @@ void frmGuide::UpdateDistance(double approachDist, double nextTurnDist) {
 
 void frmGuide::SpeakDirection() {
   if (links_.speech == nullptr || !IsLoaded() || !setup_.bgGuideTTS) return;
-  // The speech still playing belongs to the instruction before.
-  GetDesktop().Publish(SpeechMessage({}));
-  const std::string text = setup_.ApplyAbbreviations(lblInstruction.Caption());
-  links_.speech->Speak(text, static_cast<std::size_t>(setup_.lgGuideTTSVoice),
-                       [self = std::weak_ptr<frmGuide*>(self_)](const host::speech::Speech& done) {
-                         const auto window = self.lock();
-                         if (!window || *window == nullptr || !(*window)->IsLoaded()) return;
-                         if (done.outcome != host::speech::Speech::Outcome::Spoken) return;
-                         (*window)->GetDesktop().Publish(SpeechMessage(done.wav));
-                       });
+  SpeakOnPage(*links_.speech, GetDesktop(), setup_.ApplyAbbreviations(lblInstruction.Caption()),
+              static_cast<std::size_t>(setup_.lgGuideTTSVoice),
+              [self = std::weak_ptr<frmGuide*>(self_)] {
+                const auto window = self.lock();
+                return window && *window != nullptr && (*window)->IsLoaded();
+              });
 }
 
 }  // namespace orvo::guidance
