@@ -13,8 +13,8 @@ namespace fs = std::filesystem;
 // FILE's path below FOLDER, or nothing when it lies elsewhere.
 std::optional<fs::path> Below(const fs::path& folder, const std::string& file) {
   if (folder.empty()) return std::nullopt;
-  const fs::path relative = fs::path(file).lexically_normal().lexically_relative(
-      folder.lexically_normal());
+  const fs::path relative =
+      fs::path(file).lexically_normal().lexically_relative(folder.lexically_normal());
   if (relative.empty() || *relative.begin() == "..") return std::nullopt;
   return relative;
 }

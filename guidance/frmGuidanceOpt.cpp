@@ -211,8 +211,7 @@ void frmGuidanceOpt::Wire() {
   hsGuideHighSpeed.onChange = [this] {
     const bool km = Kilometres();
     setup_.dgGuideHiKnot = hsGuideHighSpeed.Value() / (km ? kKmhPerKnot : kMphPerKnot);
-    lblGuideHighSpeed.SetCaption(std::to_string(hsGuideHighSpeed.Value()) +
-                                 (km ? " KmH" : " MPH"));
+    lblGuideHighSpeed.SetCaption(std::to_string(hsGuideHighSpeed.Value()) + (km ? " KmH" : " MPH"));
   };
   chkAutoRecalc.onClick = [this] { setup_.bgGuideAutoRecalcOn = chkAutoRecalc.Value() == 1; };
   // Ticked keeps the start as a target: the setting says the opposite.
@@ -266,7 +265,8 @@ void frmGuidanceOpt::FillVoices() {
     setup_.bgGuideTTS = false;
     return;
   }
-  for (const host::speech::Voice& voice : speech_->GetVoices()) cboGuideTTSVoice.AddItem(voice.name);
+  for (const host::speech::Voice& voice : speech_->GetVoices())
+    cboGuideTTSVoice.AddItem(voice.name);
 }
 
 void frmGuidanceOpt::ShowSettings() {

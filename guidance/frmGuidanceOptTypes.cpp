@@ -18,8 +18,7 @@ constexpr const char* kPictureFilter =
 }  // namespace
 
 void frmGuidanceOpt::LayoutTypes() {
-  const auto onTab = [this](host::ui::Control& control, int left, int top, int width,
-                            int height) {
+  const auto onTab = [this](host::ui::Control& control, int left, int top, int width, int height) {
     control.SetContainer(sstabMain, kTypeTab);
     control.Place(left, top, width, height);
   };

@@ -64,9 +64,9 @@ frmGuide::frmGuide(host::ui::Desktop& desktop, MMSetup& setup, settings::Setting
     announceHold = false;
     TimerExpireDisplay.SetTimerEnabled(false);
   };
-  host::ui::Control* draggable[] = {&Frame1,          &imgAct,          &Label1[0], &Label1[1],
-                                    &Label1[2],       &lblApproachDist, &lblInstruction,
-                                    &lblNextTurnDist, &lblEstArriveTime, &lblHelpText};
+  host::ui::Control* draggable[] = {
+      &Frame1,          &imgAct,         &Label1[0],       &Label1[1],        &Label1[2],
+      &lblApproachDist, &lblInstruction, &lblNextTurnDist, &lblEstArriveTime, &lblHelpText};
   for (host::ui::Control* control : draggable) Drag(*control);
 }
 

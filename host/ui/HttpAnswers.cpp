@@ -264,9 +264,16 @@ Response WebBridge::Responder::UserFileAnswer(const Request& request, const Targ
   static const std::vector<std::string> kKinds = {".wav", ".bmp", ".gif", ".jpg",
                                                   ".jpeg", ".png", ".ico", ".cur"};
   const auto wanted = target.Parameter("path");
-  const fs::path file = wanted ? fs::path(*wanted) : fs::path();
-  const std::string kind = ToLowerAscii(file.extension().string());
-  if (!file.is_absolute() || std::find(kKinds.begin(), kKinds.end(), kind) == kKinds.end())
+  const auto known = [](const fs::path& file) {
+    const std::string kind = ToLowerAscii(file.extension().string());
+    return std::find(kKinds.begin(), kKinds.end(), kind) != kKinds.end();
+  };
+  std::error_code error;
+  // The file itself, not a link named like a sound that leads to something else.
+  const fs::path file = wanted && fs::path(*wanted).is_absolute() && known(*wanted)
+                            ? fs::canonical(*wanted, error)
+                            : fs::path();
+  if (file.empty() || error || !known(file))
     return Plain(request, http::status::not_found, "Not found\n");
   return FileAnswer(request, file.parent_path(), file.filename().string());
 }

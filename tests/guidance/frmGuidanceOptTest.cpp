@@ -10,9 +10,8 @@ using host::ui::MsgBoxResult;
 
 struct Options : ::testing::Test, testing::GuideFixture {
   frmGuidanceOpt& Open(bool withSpeech = true) {
-    dialog = std::make_unique<frmGuidanceOpt>(desktop, setup, store,
-                                              withSpeech ? &Speech() : nullptr,
-                                              [this] { return kilometres; });
+    dialog = std::make_unique<frmGuidanceOpt>(
+        desktop, setup, store, withSpeech ? &Speech() : nullptr, [this] { return kilometres; });
     dialog->Start();
     return *dialog;
   }
@@ -35,12 +34,10 @@ TEST_F(Options, EachControlWritesItsSettingAtOnceInTheHostsUnit) {
        0.05, [](auto& d) { return d.lblGuideLowDist.Caption(); }, "0.05 km"},
       {false, [](auto& d) { d.hsGuideHiDist.SetValue(125); }, [&] { return setup.dgGuideHiDist; },
        1.25, [](auto& d) { return d.lblGuideHiDist.Caption(); }, "1.25 mi"},
-      {false, [](auto& d) { d.hsGuideHighSpeed.SetValue(40); },
-       [&] { return setup.dgGuideHiKnot; }, 40 / mph,
-       [](auto& d) { return d.lblGuideHighSpeed.Caption(); }, "40 MPH"},
-      {true, [](auto& d) { d.hsGuideHighSpeed.SetValue(90); },
-       [&] { return setup.dgGuideHiKnot; }, 90 / kmh,
-       [](auto& d) { return d.lblGuideHighSpeed.Caption(); }, "90 KmH"},
+      {false, [](auto& d) { d.hsGuideHighSpeed.SetValue(40); }, [&] { return setup.dgGuideHiKnot; },
+       40 / mph, [](auto& d) { return d.lblGuideHighSpeed.Caption(); }, "40 MPH"},
+      {true, [](auto& d) { d.hsGuideHighSpeed.SetValue(90); }, [&] { return setup.dgGuideHiKnot; },
+       90 / kmh, [](auto& d) { return d.lblGuideHighSpeed.Caption(); }, "90 KmH"},
       {true, [](auto& d) { d.hsGuideLoSec.SetValue(18); }, [&] { return setup.dgGuideLoHour; },
        0.005, [](auto& d) { return d.lblGuideLoSec.Caption(); }, "18 seconds."},
       {true, [](auto& d) { d.hsGuideHiSec.SetValue(36); }, [&] { return setup.dgGuideHiHour; },
@@ -57,8 +54,8 @@ TEST_F(Options, EachControlWritesItsSettingAtOnceInTheHostsUnit) {
       {true, [](auto& d) { d.chkAutoRecalc.SetValue(1); },
        [&] { return setup.bgGuideAutoRecalcOn; }, 1,
        [](auto& d) { return d.chkAutoRecalc.Caption(); }, "Re-calculate when position is off over"},
-      {true, [](auto& d) { d.cboRouteCalc.SetListIndex(2); }, [&] { return setup.giRouteCalc; },
-       2, [](auto& d) { return d.cboRouteCalc.Text(); }, "Preferred"},
+      {true, [](auto& d) { d.cboRouteCalc.SetListIndex(2); }, [&] { return setup.giRouteCalc; }, 2,
+       [](auto& d) { return d.cboRouteCalc.Text(); }, "Preferred"},
       {true, [](auto& d) { d.chkGuideEnableTTS.SetValue(1); }, [&] { return setup.bgGuideTTS; }, 1,
        [](auto& d) { return d.chkGuideEnableTTS.Caption(); }, "Enable Text to speech"},
   };
@@ -116,8 +113,9 @@ TEST_F(Options, ChoosingAVoiceSpeaksTheSampleWithIt) {
 TEST_F(Options, WithoutSpeechTheMessageAndSpeechStaysOff) {
   setup.bgGuideTTS = true;
   frmGuidanceOpt& d = Open(false);
-  EXPECT_EQ(dialogs.Prompts(),
-            std::vector<std::string>{"Please install Microsoft Speech SDK 5 or run under Windows XP"});
+  EXPECT_EQ(
+      dialogs.Prompts(),
+      std::vector<std::string>{"Please install Microsoft Speech SDK 5 or run under Windows XP"});
   EXPECT_FALSE(setup.bgGuideTTS);
   EXPECT_EQ(d.chkGuideEnableTTS.Value(), 0);
   EXPECT_TRUE(d.cboGuideTTSVoice.Items().empty());

@@ -46,7 +46,7 @@ Direction Turn(std::string text, std::string target = {}) {
 }
 
 TEST(GuideWindow, HoldIsALittleLongerThanTheTimeToTheInstructionWithinItsBounds) {
-  const std::pair<double, int> cases[] = {{1, 2000},   {100, 65535}, {2.5, 2550}, {0, 2000},
+  const std::pair<double, int> cases[] = {{1, 2000},     {100, 65535},   {2.5, 2550}, {0, 2000},
                                           {64.2, 65484}, {64.25, 65535}, {-3, 2000}};
   for (const auto& [secs, ms] : cases) EXPECT_EQ(frmGuide::HoldMs(secs), ms) << secs;
 }
@@ -58,7 +58,8 @@ TEST(GuideWindow, AddressesOfSoundsAndPicturesAndTheSpeechEncoding) {
       {"/opt/orvo/data/DEFAULT.WAV", "/data/DEFAULT.WAV", "DEFAULT.WAV"},
       {"/opt/orvo/data/sub/a b.wav", "/data/sub/a%20b.wav", "sub/a b.wav"},
       {"/home/me/ding #1.wav", "/userfile?path=/home/me/ding%20%231.wav", "/home/me/ding #1.wav"},
-      {"/opt/orvo/data/../x.wav", "/userfile?path=/opt/orvo/data/../x.wav", "/opt/orvo/data/../x.wav"},
+      {"/opt/orvo/data/../x.wav", "/userfile?path=/opt/orvo/data/../x.wav",
+       "/opt/orvo/data/../x.wav"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(SoundAddress("/opt/orvo/data", c.file), c.sound);
@@ -202,8 +203,9 @@ TEST_F(Guide, SpeechOnlyWhenOnAndTheNewestInstructionWins) {
 
   setup.bgGuideTTS = true;
   guide.Show();
-  EXPECT_EQ(guide.lblHelpText.Caption(),
-            "Press SPACE to repeat the direction.\nDouble-click or press ENTER to close the window.");
+  EXPECT_EQ(
+      guide.lblHelpText.Caption(),
+      "Press SPACE to repeat the direction.\nDouble-click or press ENTER to close the window.");
   audio.messages.clear();
   guide.SetInstruct(&first, 0, "", 10, 10);
   const Direction second = Turn("Turn right onto Boulevard du Larvotto");
