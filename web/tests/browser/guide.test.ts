@@ -11,7 +11,7 @@ import { FakeOrvo } from './scriptedOrvo';
 
 const CHIME = fileURLToPath(new URL('../../../data/DEFAULT.WAV', import.meta.url));
 
-describe('guidance sounds in the page', () => {
+describe('the guidance window in the page', () => {
   let orvo: Orvo & { folder: string };
   let browser: Browser;
   let page: Page;
@@ -52,6 +52,22 @@ describe('guidance sounds in the page', () => {
         `play ${ownAddress}`,
         `ended ${ownAddress}`,
       ]);
+  });
+
+  it('reports the mouse moving with a button down over a borderless window, which orvo drags', async () => {
+    const label = page.locator('.panel[data-window="frmShortKeyFlash"] [data-control="lblMsg"]');
+    const box = await label.boundingBox();
+    if (!box) throw new Error('no label');
+    await page.mouse.move(box.x + 10, box.y + 5); // no button: nothing sent
+    await page.mouse.down();
+    await page.mouse.move(box.x + 30, box.y + 15);
+    await page.mouse.up();
+    const moves = () =>
+      fake.of('event').filter((m) => m.event === 'mousemove' || m.event === 'mousedown').map((m) => [m.event, m.x, m.y]);
+    await expect.poll(moves).toEqual([
+      ['mousedown', 150, 75],
+      ['mousemove', 450, 225],
+    ]);
   });
 
   it('cuts off the speech playing when new speech or a stop comes', async () => {
