@@ -56,8 +56,7 @@ frmGuide::frmGuide(host::ui::Desktop& desktop, MMSetup& setup, settings::Setting
   }
   lblHelpText.Place(120, 1800, 4710, 510);
   Timer1.SetTimerEnabled(false);
-  TimerExpireDisplay.SetInterval(5000);
-  TimerExpireDisplay.SetTimerEnabled(true);
+  TimerExpireDisplay.SetTimerEnabled(false);  // runs from each load
 
   Timer1.onTimer = [this] { Close(); };
   TimerExpireDisplay.onTimer = [this] {
@@ -92,6 +91,9 @@ void frmGuide::Drag(host::ui::Control& control) {
 
 void frmGuide::OnLoad() {
   guideShown = true;
+  // Each showing starts with a hold timer of five seconds, as the window was designed.
+  TimerExpireDisplay.SetInterval(kDesignHoldMs);
+  TimerExpireDisplay.SetTimerEnabled(true);
   const bool speaking = links_.speech != nullptr && setup_.bgGuideTTS;
   lblHelpText.SetCaption(std::string(speaking ? "Press SPACE to repeat the direction." : "") +
                          "\nDouble-click or press ENTER to close the window.");

@@ -33,6 +33,7 @@ class frmGuide final : public host::ui::Window, public GuideDisplay {
  public:
   static constexpr int kMinHoldMs = 2000;
   static constexpr int kMaxHoldMs = 65535;
+  static constexpr int kDesignHoldMs = 5000;
 
   frmGuide(host::ui::Desktop& desktop, MMSetup& setup, settings::SettingsStore& store,
            GuideLinks links);

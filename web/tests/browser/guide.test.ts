@@ -1,5 +1,6 @@
-// The guidance window's sounds and speech as the page plays them: in order, each to its end
-// before the next, a beep for one that cannot be played, and new speech cutting off the old.
+// The guidance window in the page: its sounds played in order, each to its end before the next,
+// a beep for one that cannot be played, new speech cutting off the old, and the mouse's moves
+// that let orvo drag a window without a title bar.
 import { copyFileSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
