@@ -14,6 +14,7 @@
 #include "host/map/MapView.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/serial/SerialPort.hpp"
+#include "host/speech/Speech.hpp"
 #include "host/ui/Desktop.hpp"
 #include "tracking/MagneticDeclination.hpp"
 
@@ -35,6 +36,7 @@ struct HostServices {
   std::function<void()> requestQuit;      // ends the program in an orderly way
   host::map::MapView* mapView = nullptr;  // the map beside ORVO, when there is one
   host::map::MapApplication* map = nullptr;  // its open document, when there is a map
+  host::speech::SpeechEngine* speech = nullptr;  // the guidance voice; none: silent
 };
 
 class AddinSession {

@@ -27,6 +27,7 @@
 #include "host/platform/AppFolder.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/serial/AsioSerialPort.hpp"
+#include "host/speech/EspeakSpeech.hpp"
 #include "host/ui/Desktop.hpp"
 #include "host/ui/PageDialogs.hpp"
 #include "host/ui/Scheduler.hpp"
@@ -270,6 +271,14 @@ class Program {
     }
     WaitForSignal();
 
+    // Without espeak-ng's data the guidance only stays silent.
+    try {
+      speech_ = std::make_unique<host::speech::EspeakSpeech>(
+          [this](std::function<void()> done) { asio::post(io_, std::move(done)); });
+    } catch (const std::exception& error) {
+      std::cerr << "orvo: no speech (" << error.what() << ")\n";
+    }
+
     services_.emplace(addin::HostServices{.io = io_,
                                           .scheduler = scheduler_,
                                           .desktop = desktop_,
@@ -282,7 +291,8 @@ class Program {
                                           .regionName = options_.region,
                                           .requestQuit = [this] { RequestQuit(); },
                                           .mapView = &mapView_,
-                                          .map = &documentMap_});
+                                          .map = &documentMap_,
+                                          .speech = speech_.get()});
     session_.emplace(*services_);
     std::cout << "ORVO is running at " << bridge_.Url() << std::endl;
 
@@ -374,6 +384,8 @@ class Program {
   host::platform::LinuxTimeZoneSource timeZone_;
   host::serial::AsioSerialPort serialPort_;
   tracking::ModelDeclination declination_;
+  // Outlives the session, whose guidance window speaks through it.
+  std::unique_ptr<host::speech::EspeakSpeech> speech_;
   std::optional<addin::HostServices> services_;
   std::optional<addin::AddinSession> session_;
   bool quitRequested_ = false;

@@ -48,6 +48,7 @@ class WebBridge::Responder {
  private:
   Response TileAnswer(const Request& request, std::string_view address) const;
   Response FolderAnswer(const Request& request, const Target& target) const;
+  Response UserFileAnswer(const Request& request, const Target& target) const;
   Response FileAnswer(const Request& request, const std::filesystem::path& folder,
                       const std::string& relative) const;
 

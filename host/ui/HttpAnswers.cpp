@@ -143,6 +143,7 @@ Response WebBridge::Responder::Answer(const Request& request, const Target& targ
   // The program's data (guidance pictures, sounds) for images and audio in the windows.
   if (path.starts_with("/data/"))
     return FileAnswer(request, bridge_.options_.dataFolder, path.substr(6));
+  if (path == "/userfile") return UserFileAnswer(request, target);
   return FileAnswer(request, bridge_.options_.webFolder,
                     path == "/" ? "index.html" : path.substr(1));
 }
@@ -255,6 +256,26 @@ Response WebBridge::Responder::FolderAnswer(const Request& request, const Target
                      {"home", platform::HomeFolder().string()},
                      {"entries", std::move(list)},
                      {"truncated", truncated}});
+}
+
+// A sound or picture the user chose for the guidance, wherever it lies: only those kinds of
+// file, named by their full path.
+Response WebBridge::Responder::UserFileAnswer(const Request& request, const Target& target) const {
+  static const std::vector<std::string> kKinds = {".wav", ".bmp", ".gif", ".jpg",
+                                                  ".jpeg", ".png", ".ico", ".cur"};
+  const auto wanted = target.Parameter("path");
+  const auto known = [](const fs::path& file) {
+    const std::string kind = ToLowerAscii(file.extension().string());
+    return std::find(kKinds.begin(), kKinds.end(), kind) != kKinds.end();
+  };
+  std::error_code error;
+  // The file itself, not a link named like a sound that leads to something else.
+  const fs::path file = wanted && fs::path(*wanted).is_absolute() && known(*wanted)
+                            ? fs::canonical(*wanted, error)
+                            : fs::path();
+  if (file.empty() || error || !known(file))
+    return Plain(request, http::status::not_found, "Not found\n");
+  return FileAnswer(request, file.parent_path(), file.filename().string());
 }
 
 // A file below FOLDER, and nothing outside it.

@@ -475,6 +475,18 @@ TEST_F(WebBridgeTest, ServesThePageAndTilesButNothingOutsideThem) {
         "/%2fetc/passwd", "/missing.js", "/tiles/14/99999/1.pbf", "/tiles/x/1/1.pbf",
         "/tiles/1/1.pbf", "/tiles/-1/0/0.pbf", "/tiles/1/0/0/0.pbf", "/tiles/1/0/0.png"})
     EXPECT_EQ(Get(port, escape).status, 404) << escape;
+  // A sound or picture the user chose anywhere, and nothing else.
+  fs::create_directories(web_ / "my sounds");
+  std::ofstream(web_ / "my sounds" / "ding.WAV") << "RIFF";
+  fs::create_symlink(web_ / "secret.txt", web_ / "my sounds" / "leak.wav");
+  const HttpResult sound = Get(port, "/userfile?path=" + (web_ / "my%20sounds/ding.WAV").string());
+  EXPECT_EQ(sound.body, "RIFF");
+  EXPECT_EQ(sound.headers.at("Content-Type"), "audio/wav");
+  for (const std::string& refused : std::vector<std::string>{
+           "/userfile?path=" + (web_ / "secret.txt").string(), "/userfile?path=my%20sounds/ding.WAV",
+        "/userfile?path=" + (web_ / "my%20sounds/leak.wav").string(),
+        "/userfile?path=" + (web_ / "my%20sounds/none.wav").string(), "/userfile"})
+    EXPECT_EQ(Get(port, refused).status, 404) << refused;
   // Another site's page cannot drive ORVO through the loopback address.
   EXPECT_EQ(Get(port, "/", {{"Host", "attacker.example:8080"}}).status, 403);
   EXPECT_FALSE(Page(port, "/ws", {{"Origin", "http://attacker.example"}}).Connected());

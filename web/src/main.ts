@@ -11,6 +11,7 @@ import { applyMessage, emptyModel } from './model';
 import type { PageMessage, ServerMessage } from './protocol';
 import { accessKeyOf } from './ui/accessKeys';
 import { DesktopView } from './ui/desktop';
+import { GuideAudio } from './ui/guideAudio';
 import { MenuBar } from './ui/menuBar';
 import { ModalsView } from './ui/modals';
 import { virtualKeyCode } from './ui/keyCodes';
@@ -150,12 +151,15 @@ async function start(): Promise<void> {
     }
   };
   const showWindows = connection.onMessage;
+  const guideAudio = new GuideAudio();
   connection.onMessage = (message: ServerMessage) => {
     if (message.type === 'mapfile') bar.setMapFile(message.file);
     else if (message.type === 'mapunit') showUnit(message.unit);
     else if (message.type === 'route') planner.show(message);
     else if (message.type === 'routesearch') planner.showFound(message);
     else if (message.type === 'cursor') document.body.classList.toggle('busy', message.cursor === 'wait');
+    else if (message.type === 'sound') guideAudio.playSounds(message.sounds);
+    else if (message.type === 'speech') guideAudio.speak(message.wav);
     else showWindows(message);
   };
   connection.onMessage = withPins(map.map, send, connection.onMessage);

@@ -105,6 +105,10 @@ export type ServerMessage =
   | RouteSearchAnswer
   // The pointer over the whole page while a long job runs.
   | { type: 'cursor'; cursor: 'wait' | 'default' }
+  // The guidance window's sounds, played in order, and its speech (a WAV file, base64; none:
+  // stop speaking).
+  | { type: 'sound'; sounds: string[] }
+  | { type: 'speech'; wav?: string }
   // Messages of features with their own handlers (see onMessage in connection.ts).
   | { type: 'pins'; [field: string]: unknown };
 

@@ -205,6 +205,22 @@ export class ControlView {
         });
       });
     }
+    // A window without a title bar is dragged by its controls: orvo moves it as the mouse goes.
+    let moveFrame = 0;
+    element.addEventListener('mousemove', (event) => {
+      if (event.buttons === 0 || moveFrame !== 0 || !own(event) || !element.closest('.borderless')) return;
+      const rect = element.getBoundingClientRect();
+      const detail = {
+        button: mouseButton(event.button),
+        shift: shiftBits(event),
+        x: pixelsToTwips(event.clientX - rect.left),
+        y: pixelsToTwips(event.clientY - rect.top),
+      };
+      moveFrame = requestAnimationFrame(() => {
+        moveFrame = 0;
+        this.sendEvent('mousemove', detail);
+      });
+    });
     element.addEventListener('contextmenu', (event) => {
       event.preventDefault();
       if (this.kind === 'TextBox' && this.properties.multiLine === true)
@@ -366,7 +382,10 @@ export class ControlView {
         const image = element.querySelector('img') as HTMLImageElement;
         // A file from orvo's data folder, or a pushpin symbol drawn from the page's own catalogue.
         const picture = text(p.picture);
-        const source = picture
+        // A full path is a picture the user chose elsewhere, served by /userfile.
+        const source = picture.startsWith('/')
+          ? `/userfile?path=${encodeURIComponent(picture)}`
+          : picture
           ? `/data/${picture.split('/').map(encodeURIComponent).join('/')}`
           : typeof p.symbol === 'number'
             ? symbolImage(p.symbol, SYMBOL_PIXELS)

@@ -107,6 +107,8 @@ export async function openBrowser(): Promise<Browser> {
       '--disable-background-networking',
       '--disable-component-update',
       '--disable-sync',
+      // The guidance sounds play without a click first, as they do for a driver.
+      '--autoplay-policy=no-user-gesture-required',
     ],
   });
   const page = context.pages()[0] ?? (await context.newPage());
