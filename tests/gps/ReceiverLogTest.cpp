@@ -259,15 +259,6 @@ TEST(ParseCommand, StandardInputGivesTheSameAsTheFileAndBareLineFeedsCanBeRestor
   EXPECT_EQ(Lines(RunParse("--now 2026-01-01T00:00:00 --restore-crlf " + bare).out).size(), 5U);
 }
 
-TEST(ParseCommand, BacklogSkipOnlyWhenAsked) {
-  const std::string log = Quote((kReceivers / "bundg_zeus_9.log").string());
-  const std::size_t every = Lines(RunParse(kGoldenOptions + " " + log).out).size();
-  const std::size_t skipping =
-      Lines(RunParse(kGoldenOptions + " --len-detect-repeat 1000 " + log).out).size();
-  EXPECT_EQ(every, 4999U);
-  EXPECT_LT(skipping, every / 2) << "chunks of 4096 bytes leave a backlog the skip cuts";
-}
-
 TEST(ParseCommand, RefusesWhatItCannotDo) {
   struct Case {
     std::string arguments;
@@ -296,42 +287,6 @@ TEST(ParseCommand, RefusesWhatItCannotDo) {
   const CommandResult help = RunParse("--help");
   EXPECT_EQ(help.exitCode, 0);
   EXPECT_NE(help.out.find("usage: orvo parse"), std::string::npos);
-}
-
-TEST(ParseCommand, GarbageAndOverlongLinesAreDroppedAndTheOutputStaysValidJson) {
-  const fs::path input =
-      fs::temp_directory_path() / ("orvo-garbage-" + std::to_string(getpid()) + ".log");
-  {
-    std::ofstream out(input, std::ios::binary);
-    // Bytes of every value, "$" and line ends among them, from a fixed pseudo-random sequence.
-    std::uint32_t state = 12345;
-    for (int i = 0; i < 200000; ++i) {
-      state = state * 1103515245U + 12345U;
-      out.put(static_cast<char>((state >> 16) & 0xff));
-      if (i % 997 == 0) out << "$GPGSV,\xff\xfe,\xc3\x28\r\n";
-    }
-    out << "\r\n$GPRMC," << std::string(3 << 20, 'x') << "\r\n";  // longer than any buffer
-    out << "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n";
-  }
-  const CommandResult run = RunParse("--now 2026-01-01T00:00:00 " + Quote(input.string()));
-  fs::remove(input);
-  EXPECT_EQ(run.exitCode, 1) << "the overlong line is reported by the exit too";
-  EXPECT_NE(run.err.find("ProcessData: buffer above"), std::string::npos) << run.err;
-  EXPECT_NE(run.err.find("without a line end"), std::string::npos) << run.err;
-  const std::vector<std::string> lines = Lines(run.out);
-  ASSERT_FALSE(lines.empty());
-  bool replaced = false;
-  for (const std::string& line : lines) {
-    const json record = json::parse(line, nullptr, false);
-    ASSERT_FALSE(record.is_discarded()) << line;
-    EXPECT_TRUE(std::all_of(line.begin(), line.end(),
-                            [](char c) { return c != 0 && static_cast<unsigned char>(c) < 128; }));
-    replaced =
-        replaced || record["sentence"].get<std::string>().find("\xef\xbf\xbd") != std::string::npos;
-  }
-  EXPECT_TRUE(replaced) << "invalid UTF-8 shows as U+FFFD";
-  const json last = json::parse(lines.back());
-  EXPECT_EQ(last["fix"]["UtcTimeText"], "123519") << "the receiver recovers after the garbage";
 }
 
 }  // namespace

@@ -542,23 +542,5 @@ TEST_F(WebBridgeTest, ATokenGuardsEveryRequestAndABusyPortIsRefused) {
               ::testing::ThrowsMessage<WebBridgeError>(::testing::HasSubstr("already in use")));
 }
 
-TEST(FilePatterns, MatchLikeTheOldFileDialogs) {
-  EXPECT_TRUE(MatchesFilePattern("drive.nmea", "*.nmea"));
-  EXPECT_TRUE(MatchesFilePattern("DRIVE.NMEA", "*.nmea"));
-  EXPECT_FALSE(MatchesFilePattern("drive.nmea.bak", "*.nmea"));
-  EXPECT_TRUE(MatchesFilePattern("README", "*.*"));
-  EXPECT_TRUE(MatchesFilePattern("a.b.c", "*.*"));
-  EXPECT_TRUE(MatchesFilePattern("log1.txt", "log?.txt"));
-  EXPECT_FALSE(MatchesFilePattern("log12.txt", "log?.txt"));
-  EXPECT_TRUE(MatchesFilePattern("anything", "*"));
-
-  const auto filters =
-      ParseFileFilter("NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|Both|*.nmea; *.txt |Broken");
-  ASSERT_EQ(filters.size(), 3u);
-  EXPECT_EQ(filters[1].patterns, std::vector<std::string>{"*.txt"});
-  EXPECT_EQ(filters[2].patterns, (std::vector<std::string>{"*.nmea", "*.txt"}));
-  EXPECT_TRUE(ParseFileFilter("").empty());
-}
-
 }  // namespace
 }  // namespace orvo::host::ui
