@@ -81,25 +81,10 @@ TEST(ReceiverLogs, OutputEqualsTheGoldenFiles) {
   }
 }
 
-// ---- Positions against gpsd --------------------------------------------------------------
-//
-// gpsd's TPV records carry the positions it reported, printed with 9 decimals, so each is
-// within 5e-10 degrees of its own conversion of the NMEA field. A tolerance of 1e-9 degrees
-// (0.1 mm) allows for that rounding and still catches a one-digit error in the last place of
-// the finest fields the captures hold (7 decimals of minutes, 1.7e-9 degrees).
-//
-// gpsd takes positions from more sentence types than ORVO (GLL, GNS, PUBX) and, where a
-// receiver sends both, may report the RMC position while ORVO keeps GGA's (GGA always wins for
-// position once seen). So the check is made per source: every gpsd position that a GGA of the
-// capture carries must be among ORVO's positions; so must every one an RMC carries when the
-// capture has no GGA. Positions only other sentences carry are not expected. Which sentences
-// carry a position is decided by converting their fields here and comparing with gpsd's value
-// at the same tolerance; should that conversion be wrong, gpsd's positions would look foreign
-// and the second check fails: more than half of ORVO's distinct positions with a fix must be
-// among gpsd's (the rest are fixes gpsd chose not to report, such as a GGA that arrives after
-// the next cycle's GLL in bundg_zeus_9, or a dead-reckoning GGA in garmin-10x).
-// ORVO's positions are read from the golden files, which OutputEqualsTheGoldenFiles holds equal
-// to what the program prints.
+// ---- Positions against gpsd: gpsd prints 9 decimals, so 1e-9 degrees still catches a wrong last
+// digit of 7-decimal minutes. gpsd also reads GLL, GNS and PUBX, so only its positions a GGA (or,
+// without GGA, an RMC) of the capture carries must be ORVO's; and more than half of ORVO's fixed
+// positions must be gpsd's, which fails should the field conversion here be wrong.
 constexpr double kToleranceDegrees = 1e-9;
 
 struct Position {

@@ -196,33 +196,5 @@ TEST_F(Clearing, UnloadAsksOnlyWithPinsYesDeletesThemNoLeavesThemOnTheMap) {
   }
 }
 
-TEST(Progress, PercentIsClampedAndFillsOneCellPerSixPointSixPercent) {
-  host::ui::ManualScheduler scheduler;
-  host::ui::ScriptedDialogs dialogs;
-  host::ui::Desktop desktop{scheduler, dialogs};
-  frmProgress progress(desktop);
-  progress.Show();
-  const struct {
-    int set;
-    int shown;
-    int navyCells;
-  } cases[] = {{0, 0, 0},   {3, 3, 0},      {4, 4, 1},      {33, 33, 5},
-               {50, 50, 8}, {100, 100, 15}, {250, 100, 15}, {-7, 0, 0}};
-  for (const auto& c : cases) {
-    progress.SetPercent(c.set);
-    EXPECT_EQ(progress.Percent(), c.shown);
-    int navy = 0;
-    for (int cell = 0; cell < frmProgress::kCells; ++cell)
-      navy += progress.shpCell[cell].FillColor() == host::ui::Rgb(0, 0, 128) ? 1 : 0;
-    EXPECT_EQ(navy, c.navyCells) << c.set;
-  }
-  progress.cmdCancel.UserClick();
-  EXPECT_TRUE(progress.Cancel());
-  progress.Unload();
-  progress.Show();
-  EXPECT_FALSE(progress.Cancel()) << "loading again starts afresh";
-  EXPECT_EQ(progress.Percent(), 0);
-}
-
 }  // namespace
 }  // namespace orvo::tracking
