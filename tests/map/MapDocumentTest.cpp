@@ -82,14 +82,8 @@ TEST_F(MapDocumentFixture, AHandleOfADeletedPinThrowsAndTheNameIsFreeForANewPin)
   EXPECT_FALSE(pin.Exists());
   const std::vector<std::function<void()>> uses = {[&] { (void)pin.Name(); },
                                                    [&] { (void)pin.GetLocation(); },
-                                                   [&] { (void)pin.Symbol(); },
-                                                   [&] { (void)pin.Note(); },
-                                                   [&] { (void)pin.BalloonState(); },
                                                    [&] { pin.SetName("x"); },
                                                    [&] { pin.SetLocation(kMonaco); },
-                                                   [&] { pin.SetSymbol(24); },
-                                                   [&] { pin.SetNote("n"); },
-                                                   [&] { pin.SetBalloonState(1); },
                                                    [&] { pin.Delete(); },
                                                    [&] { sameAgain.Symbol(); },
                                                    [&] { (void)map.PushpinWithId(pin.Id()); }};

@@ -58,21 +58,6 @@ TEST_F(Cache, TheRingDeletesTheOldestPinAndFollowsItsLimit) {
   }
 }
 
-TEST_F(Cache, UnlimitedGrowsInStepsOfFiveHundredSlots) {
-  const struct {
-    int pins;
-    int upperBound;
-  } steps[] = {{1, 500}, {500, 500}, {501, 1000}, {1001, 1500}};
-  int added = 0;
-  for (const auto& step : steps) {
-    while (added < step.pins) cache.Save(Add(), 0), ++added;
-    EXPECT_EQ(cache.UpperBound(), step.upperBound) << step.pins;
-    EXPECT_EQ(cache.Count(), step.pins);
-    EXPECT_EQ(cache.NextIndex(), step.pins);
-  }
-  EXPECT_EQ(map.deleted, 0);
-}
-
 TEST_F(Cache, PinsDeletedByHandAndANegativeLimitAreNoCrash) {
   for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
   map.DeleteByHand(2);
