@@ -208,15 +208,6 @@ TEST_F(IntakeTest, AFailureEmptiesTheBufferAndReturnsFalse) {
   EXPECT_EQ(intake_.CurrentSentence(), kGsa);
 }
 
-TEST_F(IntakeTest, AnyByteValueIsText) {
-  std::string sentence = "$GPGSA,A,3,04,";
-  sentence += std::string("\0\xff\x80\r", 4);
-  sentence += ",,*39";
-  EXPECT_TRUE(intake_.ProcessData(sentence + kCrLf));
-  EXPECT_EQ(intake_.CurrentSentence(), sentence);
-  EXPECT_EQ(parser_.FailureCount(), 1U);  // too short a GSA, whatever its bytes
-}
-
 TEST_F(IntakeTest, AnUnendingSentenceCannotGrowTheBufferWithoutLimit) {
   const std::string block(std::size_t{64} * 1024, 'x');
   intake_.ProcessData("$GPRMC,");
