@@ -207,53 +207,6 @@ TEST(Position, LengthRulesAndHemispheres) {
   }
 }
 
-TEST(Overlaps, EachSharedFieldComesFromOneTypeOnceTheOtherWasSeen) {
-  {
-    // GGA wins the position; RMC no longer touches it.
-    Receiver receiver;
-    receiver.Send({kGga, kRmc});
-    EXPECT_EQ(receiver.Fix().LatText, "4807.040");
-    EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, 11.0 + 31.002 / 60.0);
-  }
-  {
-    // RMC wins the time; GGA no longer touches it nor NewFix.
-    Receiver receiver;
-    receiver.Send({kRmc});
-    receiver.Parser().ClearNewFix();
-    receiver.Send({"$GPGGA,010101,4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47"});
-    EXPECT_EQ(receiver.Fix().UtcTimeText, "123519");
-    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1994-03-23T12:35:19");
-    EXPECT_FALSE(receiver.Fix().NewFix);
-  }
-  {
-    // GSV wins the satellite count and GGA no longer sets HDOP; GSA still does.
-    Receiver receiver;
-    receiver.Send({kGsv1, kGga});
-    EXPECT_EQ(receiver.Fix().SatCount, 10);
-    EXPECT_EQ(receiver.Fix().HDOP, kNoValue);
-    receiver.Send({kGsa});
-    EXPECT_DOUBLE_EQ(receiver.Fix().HDOP, 1.3);
-    EXPECT_DOUBLE_EQ(receiver.Fix().VDOP, 2.1);
-    // GSA no longer fills the satellite numbers either.
-    EXPECT_EQ(receiver.Fix().SatId[0], 20);
-    EXPECT_EQ(receiver.Fix().SatSNR[0], 45);
-  }
-  {
-    // Before any GSV, GSA fills the numbers and empties the rest of each slot.
-    Receiver receiver;
-    receiver.Send({kGga, kGsa});
-    const GpsFix& fix = receiver.Fix();
-    const std::optional<std::int16_t> expected[12] = {4, 5, {}, 9, 12, {}, {}, 24, {}, {}, {}, {}};
-    for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
-      EXPECT_EQ(fix.SatId[slot], expected[slot]) << slot;
-      EXPECT_FALSE(fix.SatElevation[slot] || fix.SatAzimuth[slot] || fix.SatSNR[slot]);
-    }
-    EXPECT_EQ(fix.SatCount, 8);
-    EXPECT_EQ(fix.FixMode, kFixMode3D);
-    EXPECT_EQ(fix.SentencesSeen, kSeenGGA | kSeenGSA);
-  }
-}
-
 TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
   Receiver receiver;
   receiver.Send({"$GPGSV,3,1,12,01,10,100,31,02,20,200,32,03,30,300,33,04,40,040,34*70",
