@@ -178,13 +178,6 @@ TEST(WorldMagneticModel, ReadsFilesFromDiskWhateverTheirLineEndings) {
   const auto fromCrlf = WorldMagneticModel::LoadFile(write("crlf.COF", crlf));
   EXPECT_DOUBLE_EQ(FieldOf(fromCrlf, 47.6, -122.3, 0.0, 2026.5).declinationDegrees,
                    FieldOf(Shipped(), 47.6, -122.3, 0.0, 2026.5).declinationDegrees);
-
-  const auto broken = write("broken.COF", "2025.0 WMM-2025\n1 0 x 0 0 0\n" + kEnd);
-  EXPECT_NE(
-      ErrorOf([&] { WorldMagneticModel::LoadFile(broken); }).find(broken.string() + ", line 2"),
-      std::string::npos);
-  EXPECT_NE(ErrorOf([&] { WorldMagneticModel::LoadFile(folder / "none.COF"); }).find("none.COF"),
-            std::string::npos);
 }
 
 }  // namespace

@@ -170,34 +170,6 @@ TEST_F(IntakeTest, BacklogSkipNeedsMoreThanTheThreshold) {
   EXPECT_EQ(skipping.CurrentSentence(), second.substr(0, second.size() - 2));
 }
 
-TEST(SkipToLatestRepeat, FindsTheNewestCompleteRepeat) {
-  struct Case {
-    std::string buffer;
-    std::size_t start;
-    std::size_t lineEnd;
-    SkipResult expected;
-  };
-  const Case cases[] = {
-      // The newest complete $GPGGA.
-      {"$GPGGA,1\r\n$GPRMC,1\r\n$GPGGA,2\r\n$GPRMC,2\r\n", 0, 8, {28, 20}},
-      // The newest $GPGGA has no line end yet: the one before it.
-      {"$GPGGA,1\r\n$GPGGA,2\r\n$GPGGA,3", 0, 8, {18, 10}},
-      // A header that ends exactly at the last CR counts.
-      {"$GPGGA,1\r\n$GPGGA\r\n", 0, 8, {16, 10}},
-      // No newer repeat: unchanged.
-      {"$GPGGA,1\r\n$GPRMC,1\r\n", 0, 8, {8, 0}},
-      // Garbage before the start is not searched.
-      {"$GPGGA,0\r\n$GPRMC,1\r\n", 10, 18, {18, 10}},
-      // A sentence shorter than the header: the header takes the line end along.
-      {"$GP\r\n$GP\r\nxx\r\n", 0, 3, {3, 0}},
-  };
-  for (const Case& c : cases) {
-    const SkipResult result = NmeaIntake::SkipToLatestRepeat(c.buffer, c.start, c.lineEnd);
-    EXPECT_EQ(result.lineEnd, c.expected.lineEnd) << c.buffer;
-    EXPECT_EQ(result.newStart, c.expected.newStart) << c.buffer;
-  }
-}
-
 TEST_F(IntakeTest, AutomaticRefreshRunsTheTickOncePerNewPositionTimedLeavesItToTheTimer) {
   intake_.ProcessData(kRmc + kCrLf);
   EXPECT_EQ(listener_.ticks, 0);
@@ -234,15 +206,6 @@ TEST_F(IntakeTest, AFailureEmptiesTheBufferAndReturnsFalse) {
   listener_.failTick = false;
   EXPECT_TRUE(intake_.ProcessData(kGsa + kCrLf));
   EXPECT_EQ(intake_.CurrentSentence(), kGsa);
-}
-
-TEST_F(IntakeTest, AnyByteValueIsText) {
-  std::string sentence = "$GPGSA,A,3,04,";
-  sentence += std::string("\0\xff\x80\r", 4);
-  sentence += ",,*39";
-  EXPECT_TRUE(intake_.ProcessData(sentence + kCrLf));
-  EXPECT_EQ(intake_.CurrentSentence(), sentence);
-  EXPECT_EQ(parser_.FailureCount(), 1U);  // too short a GSA, whatever its bytes
 }
 
 TEST_F(IntakeTest, AnUnendingSentenceCannotGrowTheBufferWithoutLimit) {

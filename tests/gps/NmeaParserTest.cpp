@@ -53,19 +53,6 @@ constexpr const char* kGsv1 = "$GPGSV,3,1,10,20,78,331,45,01,59,235,47,22,41,069
 constexpr const char* kGsv2 = "$GPGSV,3,2,10,14,25,170,38,02,12,040,,16,09,300,20,31,05,110,*7B";
 constexpr const char* kGsv3 = "$GPGSV,3,3,10,04,01,010,11,05,02,020,12*7A";
 
-TEST(ResetGpsFix, EmptiesEveryReading) {
-  Receiver receiver(300, true);
-  receiver.Send({kRmc, kGga, kGsa, kGsv1});
-  receiver.Parser().ResetGpsFix();
-  // Every field as after construction; only the bias and the time come from outside.
-  GpsFix expected;
-  expected.TimeZoneBias = -240;
-  expected.GpsDateTime = DateValue::ParseIso("2026-01-01T00:00:00");
-  EXPECT_EQ(FixToJson(receiver.Fix()), FixToJson(expected));
-  EXPECT_EQ(expected.HDOP, kNoValue);
-  EXPECT_FALSE(expected.SatId[0]);
-}
-
 TEST(GetTimeZoneBias, AnUnreadableTimeZoneGivesZero) {
   class BrokenZone final : public host::platform::TimeZoneSource {
    public:
@@ -81,27 +68,6 @@ TEST(GetTimeZoneBias, AnUnreadableTimeZoneGivesZero) {
   EXPECT_EQ(parser.GetTimeZoneBias(), 0);
   ASSERT_FALSE(messages.empty());
   EXPECT_EQ(messages.front(), "GetTimeZoneBias: no zone");
-}
-
-TEST(ParseRMC, ReadsEveryField) {
-  Receiver receiver(-60);  // one hour east of UTC
-  receiver.Send({kRmc});
-  const GpsFix& fix = receiver.Fix();
-  EXPECT_EQ(fix.UtcTimeText, "123519");
-  EXPECT_EQ(fix.UtcDateText, "230394");
-  EXPECT_EQ(fix.GpsDateTime.ToIso(), "1994-03-23T13:35:19");
-  EXPECT_TRUE(fix.NewFix);
-  EXPECT_DOUBLE_EQ(fix.Course, 84.4);
-  EXPECT_DOUBLE_EQ(fix.SpeedKnots, 22.4);
-  EXPECT_EQ(fix.LatText, "4807.038");
-  EXPECT_EQ(fix.LatHemisphere, "N");
-  EXPECT_EQ(fix.LngText, "01131.000");
-  EXPECT_EQ(fix.LngHemisphere, "E");
-  EXPECT_DOUBLE_EQ(fix.Latitude, 48.0 + 7.038 / 60.0);
-  EXPECT_DOUBLE_EQ(fix.Longitude, 11.0 + 31.0 / 60.0);
-  EXPECT_EQ(fix.FixMode, kFixMode2D);
-  EXPECT_EQ(fix.SentencesSeen, kSeenRMC);
-  EXPECT_TRUE(receiver.messages.empty());
 }
 
 TEST(ParseRMC, DatesAndTimes) {
@@ -142,23 +108,6 @@ TEST(ParseRMC, DatesAndTimes) {
   receiver.Send({"$GPRMC,,V,,,,,,,,,,N*53", "$GPRMC,,V,,,,,,,,,,N*53"});
   EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "2025-12-31T14:00:00");
   EXPECT_TRUE(receiver.Fix().NewFix);
-}
-
-TEST(ParseGGA, ReadsEveryField) {
-  Receiver receiver(-120);
-  receiver.Send({kGga});
-  const GpsFix& fix = receiver.Fix();
-  EXPECT_EQ(fix.LatText, "4807.040");
-  EXPECT_DOUBLE_EQ(fix.Latitude, 48.0 + 7.040 / 60.0);
-  EXPECT_DOUBLE_EQ(fix.Longitude, 11.0 + 31.002 / 60.0);
-  EXPECT_DOUBLE_EQ(fix.Elevation, 545.4);
-  EXPECT_EQ(fix.FixMode, kFixMode3D);
-  EXPECT_EQ(fix.UtcTimeText, "123520");
-  EXPECT_EQ(fix.GpsDateTime.ToIso(), "1899-12-30T14:35:20");  // time of day only
-  EXPECT_TRUE(fix.NewFix);
-  EXPECT_EQ(fix.SatCount, 8);
-  EXPECT_DOUBLE_EQ(fix.HDOP, 0.9);
-  EXPECT_EQ(fix.SentencesSeen, kSeenGGA);
 }
 
 TEST(ParseGGA, TimeOfDayWrapsAroundMidnightAndNeedsExactlySixCharacters) {
@@ -258,53 +207,6 @@ TEST(Position, LengthRulesAndHemispheres) {
   }
 }
 
-TEST(Overlaps, EachSharedFieldComesFromOneTypeOnceTheOtherWasSeen) {
-  {
-    // GGA wins the position; RMC no longer touches it.
-    Receiver receiver;
-    receiver.Send({kGga, kRmc});
-    EXPECT_EQ(receiver.Fix().LatText, "4807.040");
-    EXPECT_DOUBLE_EQ(receiver.Fix().Longitude, 11.0 + 31.002 / 60.0);
-  }
-  {
-    // RMC wins the time; GGA no longer touches it nor NewFix.
-    Receiver receiver;
-    receiver.Send({kRmc});
-    receiver.Parser().ClearNewFix();
-    receiver.Send({"$GPGGA,010101,4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47"});
-    EXPECT_EQ(receiver.Fix().UtcTimeText, "123519");
-    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), "1994-03-23T12:35:19");
-    EXPECT_FALSE(receiver.Fix().NewFix);
-  }
-  {
-    // GSV wins the satellite count and GGA no longer sets HDOP; GSA still does.
-    Receiver receiver;
-    receiver.Send({kGsv1, kGga});
-    EXPECT_EQ(receiver.Fix().SatCount, 10);
-    EXPECT_EQ(receiver.Fix().HDOP, kNoValue);
-    receiver.Send({kGsa});
-    EXPECT_DOUBLE_EQ(receiver.Fix().HDOP, 1.3);
-    EXPECT_DOUBLE_EQ(receiver.Fix().VDOP, 2.1);
-    // GSA no longer fills the satellite numbers either.
-    EXPECT_EQ(receiver.Fix().SatId[0], 20);
-    EXPECT_EQ(receiver.Fix().SatSNR[0], 45);
-  }
-  {
-    // Before any GSV, GSA fills the numbers and empties the rest of each slot.
-    Receiver receiver;
-    receiver.Send({kGga, kGsa});
-    const GpsFix& fix = receiver.Fix();
-    const std::optional<std::int16_t> expected[12] = {4, 5, {}, 9, 12, {}, {}, 24, {}, {}, {}, {}};
-    for (std::size_t slot = 0; slot < kSatelliteSlots; ++slot) {
-      EXPECT_EQ(fix.SatId[slot], expected[slot]) << slot;
-      EXPECT_FALSE(fix.SatElevation[slot] || fix.SatAzimuth[slot] || fix.SatSNR[slot]);
-    }
-    EXPECT_EQ(fix.SatCount, 8);
-    EXPECT_EQ(fix.FixMode, kFixMode3D);
-    EXPECT_EQ(fix.SentencesSeen, kSeenGGA | kSeenGSA);
-  }
-}
-
 TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
   Receiver receiver;
   receiver.Send({"$GPGSV,3,1,12,01,10,100,31,02,20,200,32,03,30,300,33,04,40,040,34*70",
@@ -370,48 +272,6 @@ TEST(Failures, ADecoderStopsAtItsFirstErrorKeepingWhatItStored) {
     ASSERT_EQ(receiver.messages.size(), 1U) << c.sentence;
     EXPECT_EQ(receiver.messages[0].substr(0, std::string(c.message).size()), c.message);
     EXPECT_NE(receiver.messages[0].find(c.sentence), std::string::npos) << "quotes the sentence";
-  }
-}
-
-TEST(Failures, FieldsStoredBeforeTheErrorStay) {
-  {
-    Receiver receiver;
-    receiver.Send({"$GPRMC,123519,A,4807.038,N,011x1.000,E,022.4,084.4,230394,,*00"});
-    const GpsFix& fix = receiver.Fix();
-    EXPECT_EQ(fix.GpsDateTime.ToIso(), "1994-03-23T12:35:19");
-    EXPECT_DOUBLE_EQ(fix.SpeedKnots, 22.4);
-    EXPECT_EQ(fix.LngText, "011x1.000");
-    EXPECT_DOUBLE_EQ(fix.Latitude, 48 + 7.038 / 60);  // converted before the longitude failed
-    EXPECT_EQ(fix.Longitude, 0.0);
-    EXPECT_EQ(fix.FixMode, kFixModeNoData);  // never reached
-  }
-  {
-    // The fourth message of a 13-satellite cycle fails, after the first three filled 0..11.
-    Receiver receiver;
-    receiver.Send({kGsv1, kGsv2,
-                   "$GPGSV,4,3,13,04,01,010,11,05,02,020,12,07,03,030,13,08,04,040,14*7A",
-                   "$GPGSV,4,4,13,06,12,040,30*70"});
-    EXPECT_EQ(receiver.Fix().SatCount, 13);
-    EXPECT_EQ(receiver.Fix().SatId[11], 8);
-    EXPECT_EQ(receiver.Fix().SentencesSeen, kSeenGSV);  // from the first three
-  }
-  {
-    // The last group is short: its first fields are stored before the error.
-    Receiver receiver;
-    receiver.Send({"$GPGSV,1,1,02,01,10,100,31,02,20*70"});
-    EXPECT_EQ(receiver.Fix().SatId[1], 2);
-    EXPECT_EQ(receiver.Fix().SatElevation[1], 20);
-    EXPECT_FALSE(receiver.Fix().SatAzimuth[1]);
-    EXPECT_EQ(receiver.Fix().SentencesSeen, 0);
-  }
-  {
-    // NMEA 4.10 adds a signal number after the groups: read as the start of another group,
-    // which then lacks its fields, so the sentence never counts as a GSV.
-    Receiver receiver;
-    receiver.Send({"$GPGSV,1,1,02,01,10,100,31,02,20,200,32,1*70", kGga});
-    EXPECT_EQ(receiver.Fix().SatId[2], 1);
-    EXPECT_EQ(receiver.Fix().SentencesSeen, kSeenGGA);
-    EXPECT_EQ(receiver.Fix().SatCount, 8) << "GGA still gives the count";
   }
 }
 

@@ -10,43 +10,6 @@ namespace {
 using testing::MakeMbTiles;
 using testing::TemporaryFolder;
 
-constexpr GeoPoint kCasino{43.7397, 7.4275};
-
-TEST(MbTiles, ReadsMetadataAndTilesInXyzNumbering) {
-  TemporaryFolder folder;
-  const auto file = folder.path() / "made-up.mbtiles";
-  const TileAddress casino = TileContaining(kCasino, 14);
-  MakeMbTiles(file,
-              {{"format", "pbf"},
-               {"bounds", "7.40, 43.72,7.44,43.75"},
-               {"center", "7.42,43.74,14"},
-               {"minzoom", "12"},
-               {"maxzoom", "14"}},
-              {{14, casino.x, casino.y, "casino"}, {14, casino.x + 1, casino.y + 2, "other"}});
-
-  const MbTiles tiles(file);
-  const MbTilesMetadata metadata = tiles.Metadata();
-  EXPECT_EQ(metadata.format, "pbf");
-  ASSERT_TRUE(metadata.bounds && metadata.center);
-  EXPECT_DOUBLE_EQ(metadata.bounds->southDegrees, 43.72);
-  EXPECT_DOUBLE_EQ(metadata.center->latitudeDegrees, 43.74);
-  EXPECT_EQ(metadata.centerZoom, 14);
-  EXPECT_EQ(metadata.minZoom, 12);
-  EXPECT_EQ(metadata.maxZoom, 14);
-
-  EXPECT_EQ(tiles.Tile(14, casino.x, casino.y), "casino");
-  EXPECT_EQ(tiles.Tile(14, casino.x + 1, casino.y + 2), "other");
-  EXPECT_EQ(tiles.Tile(14, casino.x, (1 << 14) - 1 - casino.y), std::nullopt);  // its TMS row
-  for (const TileAddress& tile :
-       std::vector<TileAddress>{{14, -1, 0}, {14, 0, 1 << 14}, {31, 0, 0}})
-    EXPECT_EQ(tiles.Tile(tile.zoom, tile.x, tile.y), std::nullopt);
-
-  const auto stored = tiles.StoredTiles(14);
-  ASSERT_TRUE(stored);
-  EXPECT_EQ(stored->minY, casino.y);
-  EXPECT_EQ(stored->maxY, casino.y + 2);
-}
-
 TEST(MbTiles, MalformedMetadataValuesReadAsAbsent) {
   TemporaryFolder folder;
   MakeMbTiles(folder.path() / "odd.mbtiles",
@@ -78,17 +41,6 @@ TEST(MbTiles, OpeningAnythingButAnMbTilesFileFailsWithItsName) {
   sqlite3_exec(database, "DROP TABLE tiles", nullptr, nullptr, nullptr);
   sqlite3_close(database);
   expectFailure(folder.path() / "other.sqlite", " is not an MBTiles map file");
-}
-
-TEST(MbTiles, GzipAndTileGeometry) {
-  EXPECT_TRUE(IsGzip(std::string("\x1f\x8b\x08\x00", 4)));
-  EXPECT_FALSE(IsGzip(std::string("\x1a\x05water", 7)));  // a plain vector tile
-  EXPECT_FALSE(IsGzip("\x1f"));
-
-  const TileAddress casino = TileContaining(kCasino, 16);
-  const GeoBounds bounds = TileBounds(16, casino.x, casino.y);
-  EXPECT_TRUE(bounds.Contains(kCasino));
-  EXPECT_NEAR(bounds.eastDegrees - bounds.westDegrees, 360.0 / 65536.0, 1e-12);
 }
 
 }  // namespace

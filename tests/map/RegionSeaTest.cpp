@@ -2,12 +2,8 @@
 // then tiny made-up extracts imported with the real tools and read back from their tiles.
 #include <gtest/gtest.h>
 
-#include "host/map/MbTiles.hpp"
-#include "host/map/RegionImport.hpp"
 #include "host/map/RegionSea.hpp"
-#include "tests/BuildPaths.hpp"
 #include "tests/map/MapTestSupport.hpp"
-#include "tests/map/SyntheticExtract.hpp"
 #include "tests/map/VectorTile.hpp"
 
 namespace orvo::host::map {
@@ -85,56 +81,6 @@ TEST(RegionSea, CoastlinesCloseWithTheSeaOnTheirRight) {
       EXPECT_EQ(polygon.outer.front(), polygon.outer.back()) << test.what;
       EXPECT_LT(SignedArea(polygon.outer), 0.0) << test.what;
       for (const SeaLine& hole : polygon.islands) EXPECT_GT(SignedArea(hole), 0.0) << test.what;
-    }
-  }
-}
-
-// Tiny extracts in a box south of Monaco, each with a street so that there is something to route.
-TEST(RegionSea, ImportedExtractsHaveTheirSeaInTheTiles) {
-  constexpr GeoBounds kExtract{7.40, 43.60, 7.42, 43.62};
-  constexpr GeoPoint kSouth{43.605, 7.41};
-  constexpr GeoPoint kNorth{43.615, 7.41};
-  const testing::SyntheticWay street{{{43.615, 7.405}, {43.616, 7.415}},
-                                     {{"highway", "residential"}, {"name", "Rue Test"}}};
-  const auto coast = [](std::vector<GeoPoint> points) {
-    return testing::SyntheticWay{std::move(points), {{"natural", "coastline"}}};
-  };
-  struct ExtractCase {
-    const char* what;
-    std::vector<testing::SyntheticWay> ways;
-    bool southIsSea;
-    bool northIsSea;
-  };
-  const std::vector<ExtractCase> cases{
-      {"a coast running east across it",
-       {street, coast({{43.61, 7.39}, {43.61, 7.43}})},
-       true,
-       false},
-      {"no coastline at all", {street}, false, false},
-      {"an island in open sea",
-       {street,
-        coast({{43.612, 7.40}, {43.612, 7.418}, {43.618, 7.418}, {43.618, 7.40}, {43.612, 7.40}})},
-       true,
-       false},
-  };
-  testing::TemporaryFolder work;
-  for (const ExtractCase& test : cases) {
-    const fs::path source = work.path() / "extract.osm.pbf";
-    testing::WriteExtract(source, kExtract, test.ways);
-    const Region region = ImportRegion({source, "synthetic", work.path() / "regions",
-                                        fs::path(ORVO_SOURCE_DIR) / "data/tilemaker"});
-    EXPECT_FALSE(fs::exists(region.folder / "sea.shp")) << test.what;
-    const MbTiles tiles(region.TilesPath());
-    for (const auto& [place, isSea] :
-         {std::pair{kSouth, test.southIsSea}, {kNorth, test.northIsSea}}) {
-      for (const int zoom : {12, 15}) {
-        const TileAddress address = TileContaining(place, zoom);
-        // A tile without features (there is none) is bare land.
-        const std::string tile =
-            testing::Gunzip(tiles.Tile(zoom, address.x, address.y).value_or("")).value_or("");
-        EXPECT_EQ(testing::WaterClassAt(tile, address, place), isSea ? "sea" : "")
-            << test.what << " at " << place.latitudeDegrees << " zoom " << zoom;
-      }
     }
   }
 }

@@ -1,9 +1,8 @@
 #pragma once
-// Reading the map tiles' Mapbox vector tiles (protobuf, read with protozero) in tests: the
-// layers, their features' attributes and geometry, and whether a place lies inside a polygon.
+// The water layer of a map tile (a Mapbox vector tile, read with protozero) in tests: whether a
+// place lies in one of its polygons, and that polygon's class.
 #include <cmath>
 #include <cstdint>
-#include <map>
 #include <protozero/pbf_reader.hpp>
 #include <string>
 #include <utility>
@@ -19,146 +18,6 @@ struct TilePoint {
   double y = 0.0;  // tile units, south
 };
 
-struct TileFeature {
-  int type = 0;                                   // 1 point, 2 line, 3 polygon
-  std::map<std::string, std::string> attributes;  // numbers as text
-  std::vector<std::vector<TilePoint>> paths;      // polygon rings end where they began
-};
-
-struct TileLayer {
-  std::string name;
-  std::uint32_t extent = 4096;
-  std::vector<TileFeature> features;
-};
-
-inline std::string DecodeTileValue(protozero::pbf_reader value) {
-  while (value.next()) {
-    switch (value.tag()) {
-      case 1:
-        return value.get_string();
-      case 2:
-        return std::to_string(value.get_float());
-      case 3:
-        return std::to_string(value.get_double());
-      case 4:
-        return std::to_string(value.get_int64());
-      case 5:
-        return std::to_string(value.get_uint64());
-      case 6:
-        return std::to_string(value.get_sint64());
-      case 7:
-        return value.get_bool() ? "true" : "false";
-      default:
-        value.skip();
-    }
-  }
-  return {};
-}
-
-// The geometry commands: move to, line to (zigzag deltas), close path.
-inline std::vector<std::vector<TilePoint>> DecodeTileGeometry(
-    protozero::iterator_range<protozero::pbf_reader::const_uint32_iterator> commands) {
-  std::vector<std::vector<TilePoint>> paths;
-  std::vector<TilePoint> path;
-  std::int64_t x = 0;
-  std::int64_t y = 0;
-  const auto zigzag = [](std::uint32_t value) {
-    return static_cast<std::int64_t>(value >> 1) ^ -static_cast<std::int64_t>(value & 1);
-  };
-  for (auto it = commands.begin(); it != commands.end();) {
-    const std::uint32_t header = *it++;
-    const std::uint32_t command = header & 7;
-    const std::uint32_t count = header >> 3;
-    if (command == 7) {
-      if (!path.empty()) path.push_back(path.front());
-      paths.push_back(std::move(path));
-      path.clear();
-      continue;
-    }
-    for (std::uint32_t index = 0; index < count && it != commands.end(); ++index) {
-      x += zigzag(*it++);
-      y += zigzag(*it++);
-      if (command == 1 && !path.empty()) {
-        paths.push_back(std::move(path));
-        path.clear();
-      }
-      path.push_back({static_cast<double>(x), static_cast<double>(y)});
-    }
-  }
-  if (!path.empty()) paths.push_back(std::move(path));
-  return paths;
-}
-
-inline std::vector<TileLayer> DecodeVectorTile(const std::string& bytes) {
-  std::vector<TileLayer> layers;
-  protozero::pbf_reader tile(bytes);
-  while (tile.next(3)) {
-    protozero::pbf_reader layerMessage = tile.get_message();
-    TileLayer& layer = layers.emplace_back();
-    std::vector<std::string> keys;
-    std::vector<std::string> values;
-    std::vector<std::pair<std::vector<std::uint32_t>, TileFeature>> features;
-    while (layerMessage.next()) {
-      switch (layerMessage.tag()) {
-        case 1:
-          layer.name = layerMessage.get_string();
-          break;
-        case 2: {
-          protozero::pbf_reader featureMessage = layerMessage.get_message();
-          auto& [tags, feature] = features.emplace_back();
-          while (featureMessage.next()) {
-            switch (featureMessage.tag()) {
-              case 2: {
-                const auto packed = featureMessage.get_packed_uint32();
-                tags.assign(packed.begin(), packed.end());
-                break;
-              }
-              case 3:
-                feature.type = static_cast<int>(featureMessage.get_enum());
-                break;
-              case 4:
-                feature.paths = DecodeTileGeometry(featureMessage.get_packed_uint32());
-                break;
-              default:
-                featureMessage.skip();
-            }
-          }
-          break;
-        }
-        case 3:
-          keys.push_back(layerMessage.get_string());
-          break;
-        case 4:
-          values.push_back(DecodeTileValue(layerMessage.get_message()));
-          break;
-        case 5:
-          layer.extent = layerMessage.get_uint32();
-          break;
-        default:
-          layerMessage.skip();
-      }
-    }
-    // Keys and values come after the features that refer to them.
-    for (auto& [tags, feature] : features) {
-      for (std::size_t index = 0; index + 1 < tags.size(); index += 2)
-        if (tags[index] < keys.size() && tags[index + 1] < values.size())
-          feature.attributes[keys[tags[index]]] = values[tags[index + 1]];
-      layer.features.push_back(std::move(feature));
-    }
-  }
-  return layers;
-}
-
-// Where PLACE lies in tile ADDRESS, in units of EXTENT per tile side.
-inline TilePoint TilePosition(const GeoPoint& place, const TileAddress& address,
-                              std::uint32_t extent) {
-  const double tiles = std::ldexp(1.0, address.zoom);
-  const double latitude = place.latitudeDegrees * M_PI / 180.0;
-  const double x = (place.longitudeDegrees + 180.0) / 360.0 * tiles;
-  const double y = (1.0 - std::asinh(std::tan(latitude)) / M_PI) / 2.0 * tiles;
-  return {(x - address.x) * extent, (y - address.y) * extent};
-}
-
 // Even-odd: whether POINT is inside RING, flipped once more for every ring it lies inside.
 template <class Ring, class Point>
 bool RingContains(const Ring& ring, const Point& point) {
@@ -171,25 +30,90 @@ bool RingContains(const Ring& ring, const Point& point) {
   return inside;
 }
 
-// Even-odd over all the rings of a polygon feature, which counts islands out.
-inline bool PolygonContains(const TileFeature& feature, const TilePoint& point) {
+// Whether POINT is inside a polygon given by its geometry commands: move to, line to (zigzag
+// deltas), close path. Even-odd over all its rings counts islands out.
+inline bool GeometryContains(const std::vector<std::uint32_t>& commands, const TilePoint& point) {
+  std::vector<std::vector<TilePoint>> rings;
+  std::int64_t x = 0;
+  std::int64_t y = 0;
+  const auto zigzag = [](std::uint32_t value) {
+    return static_cast<std::int64_t>(value >> 1) ^ -static_cast<std::int64_t>(value & 1);
+  };
+  for (auto it = commands.begin(); it != commands.end();) {
+    const std::uint32_t header = *it++;
+    if ((header & 7) == 7) continue;  // the ring closes itself
+    if ((header & 7) == 1 || rings.empty()) rings.emplace_back();
+    for (std::uint32_t index = 0; index < (header >> 3) && it != commands.end(); ++index) {
+      x += zigzag(*it++);
+      y += zigzag(*it++);
+      rings.back().push_back({static_cast<double>(x), static_cast<double>(y)});
+    }
+  }
   bool inside = false;
-  for (const auto& ring : feature.paths) inside = inside != RingContains(ring, point);
-  return feature.type == 3 && inside;
+  for (const auto& ring : rings) inside = inside != RingContains(ring, point);
+  return inside;
 }
 
-// The class of the first water area around PLACE in the (unpacked) tile, empty when it is not
-// in water.
+// The class of the first water area around PLACE in tile ADDRESS (unpacked), empty when it is
+// not in water.
 inline std::string WaterClassAt(const std::string& tile, const TileAddress& address,
                                 const GeoPoint& place) {
-  for (const TileLayer& layer : DecodeVectorTile(tile)) {
-    if (layer.name != "water") continue;
-    const TilePoint point = TilePosition(place, address, layer.extent);
-    for (const TileFeature& feature : layer.features)
-      if (PolygonContains(feature, point)) {
-        const auto found = feature.attributes.find("class");
-        return found != feature.attributes.end() ? found->second : "(no class)";
+  protozero::pbf_reader tileMessage(tile);
+  while (tileMessage.next(3)) {
+    protozero::pbf_reader layer = tileMessage.get_message();
+    std::string name;
+    std::uint32_t extent = 4096;
+    std::vector<std::string> keys;
+    std::vector<std::string> values;  // strings; other kinds stay empty
+    std::vector<std::pair<std::vector<std::uint32_t>, std::vector<std::uint32_t>>> polygons;
+    while (layer.next()) {
+      if (layer.tag() == 1) {
+        name = layer.get_string();
+      } else if (layer.tag() == 2) {
+        protozero::pbf_reader feature = layer.get_message();
+        std::vector<std::uint32_t> tags;
+        std::vector<std::uint32_t> geometry;
+        bool polygon = false;
+        while (feature.next()) {
+          if (feature.tag() == 2) {
+            const auto packed = feature.get_packed_uint32();
+            tags.assign(packed.begin(), packed.end());
+          } else if (feature.tag() == 3) {
+            polygon = feature.get_enum() == 3;
+          } else if (feature.tag() == 4) {
+            const auto packed = feature.get_packed_uint32();
+            geometry.assign(packed.begin(), packed.end());
+          } else {
+            feature.skip();
+          }
+        }
+        if (polygon) polygons.emplace_back(std::move(tags), std::move(geometry));
+      } else if (layer.tag() == 3) {
+        keys.push_back(layer.get_string());
+      } else if (layer.tag() == 4) {
+        protozero::pbf_reader value = layer.get_message();
+        values.emplace_back(value.next(1) ? value.get_string() : "");
+      } else if (layer.tag() == 5) {
+        extent = layer.get_uint32();
+      } else {
+        layer.skip();
       }
+    }
+    if (name != "water") continue;
+    const double tiles = std::ldexp(1.0, address.zoom);
+    const double latitude = place.latitudeDegrees * M_PI / 180.0;
+    const TilePoint point{
+        ((place.longitudeDegrees + 180.0) / 360.0 * tiles - address.x) * extent,
+        ((1.0 - std::asinh(std::tan(latitude)) / M_PI) / 2.0 * tiles - address.y) * extent};
+    // Keys and values come after the features that refer to them.
+    for (const auto& [tags, geometry] : polygons) {  // tags, geometry
+      if (!GeometryContains(geometry, point)) continue;
+      for (std::size_t index = 0; index + 1 < tags.size(); index += 2)
+        if (tags[index] < keys.size() && keys[tags[index]] == "class" &&
+            tags[index + 1] < values.size())
+          return values[tags[index + 1]];
+      return "(no class)";
+    }
   }
   return {};
 }

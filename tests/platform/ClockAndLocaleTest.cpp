@@ -34,11 +34,8 @@ class ScopedEnvironment {
   orvo::testing::ScopedEnvironment variable_;
 };
 
-// The bias the fix carries (minutes added to UTC to give local time) in real zones, on both
-// sides of a change, through a time-zone source whose instant the test sets. Dublin keeps its
-// summer time as standard and a "negative" daylight time in winter; Lord Howe has half an hour
-// of daylight time, which still counts as a full hour; St John's and Kathmandu are not whole
-// hours from UTC.
+// The fix's bias (minutes added to UTC) on both sides of real changes: Dublin's "negative" winter
+// daylight time, Lord Howe's half hour of daylight time, zones not whole hours from UTC.
 TEST(TimeZoneBias, FollowsTheZoneOnBothSidesOfAChange) {
   struct Case {
     const char* zone;
@@ -48,20 +45,16 @@ TEST(TimeZoneBias, FollowsTheZoneOnBothSidesOfAChange) {
     std::int16_t timeZoneBias;
   };
   const Case cases[] = {
-      {"Europe/Dublin", "2026-01-15T12:00:00", 0, false, 0},
       {"Europe/Dublin", "2026-03-29T00:59:59", 0, false, 0},
       {"Europe/Dublin", "2026-03-29T01:00:00", 0, true, 60},
       {"Europe/Dublin", "2026-10-25T00:59:59", 0, true, 60},
       {"Europe/Dublin", "2026-10-25T01:00:00", 0, false, 0},
-      {"Europe/London", "2026-01-15T12:00:00", 0, false, 0},
       {"Europe/London", "2026-07-15T12:00:00", 0, true, 60},
       {"America/St_Johns", "2026-03-08T05:29:59", 210, false, -210},
       {"America/St_Johns", "2026-03-08T05:30:00", 210, true, -150},
       {"Australia/Lord_Howe", "2026-04-04T14:59:59", -630, true, 690},
       {"Australia/Lord_Howe", "2026-04-04T15:00:00", -630, false, 630},
       {"Asia/Kathmandu", "2026-01-15T12:00:00", -345, false, 345},
-      {"Asia/Kathmandu", "2026-07-15T12:00:00", -345, false, 345},
-      {"UTC", "2026-01-15T12:00:00", 0, false, 0},
       {"UTC", "2026-07-15T12:00:00", 0, false, 0},
   };
   std::time_t instant = 0;

@@ -36,13 +36,7 @@ TEST(DateValue, NegativeValuesKeepTheTimeOfDayInTheAbsoluteFraction) {
 
 TEST(DateValue, CalendarStepsRollOver) {
   const DateValue base = DateValue::FromCivil(1900, 1, 1);
-  // The receiver date arithmetic: 1 January 1900 + yy years + (mm-1) months + (dd-1) days.
-  EXPECT_EQ(base.AddYears(103).AddMonths(1).AddDays(0).ToCivil(), Civil(2003, 2, 1));
-  EXPECT_EQ(base.AddYears(99).AddMonths(11).AddDays(30).ToCivil(), Civil(1999, 12, 31));
-  EXPECT_EQ(base.AddYears(90).ToCivil(), Civil(1990, 1, 1));
-  EXPECT_EQ(base.AddYears(100).AddMonths(12).ToCivil(), Civil(2001, 1, 1));             // month 13
-  EXPECT_EQ(base.AddYears(100).AddMonths(1).AddDays(30).ToCivil(), Civil(2000, 3, 2));  // 31 Feb
-  EXPECT_EQ(base.AddYears(100).AddMonths(-1).ToCivil(), Civil(1999, 12, 1));            // month 0
+  // The receiver's own date steps are in NmeaParserTest's DatesAndTimes.
   EXPECT_EQ(base.AddDays(-1).ToCivil(), Civil(1899, 12, 31));
   EXPECT_EQ(DateValue::FromCivil(2024, 1, 31).AddMonths(1).ToCivil(), Civil(2024, 2, 29));
   EXPECT_EQ(DateValue::FromCivil(2024, 2, 29).AddYears(1).ToCivil(), Civil(2025, 2, 28));

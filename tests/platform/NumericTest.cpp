@@ -54,14 +54,6 @@ TEST(RoundHalfEven, TakesTheEvenNeighbourOnlyAtExactHalves) {
   for (const auto& [value, rounded] : cases) EXPECT_EQ(RoundHalfEven(value), rounded) << value;
 }
 
-TEST(ToWholeNumber, RoundsHalfToEvenAndReportsOverflow) {
-  EXPECT_EQ(ToInt16(123.5), 124);
-  EXPECT_EQ(ToInt16(122.5), 122);
-  EXPECT_EQ(ToInt16(2.5), 2);
-  EXPECT_EQ(ToInt16(3.5), 4);
-  EXPECT_EQ(ToInt16(-32768.4), -32768);
-}
-
 TEST(ToWholeNumber, OverflowAndNotANumberAreErrors) {
   EXPECT_THROW(ToInt16(40000.0), ConversionError);
   EXPECT_THROW(ToInt16(32767.5), ConversionError);  // rounds to 32768

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <GeographicLib/Geodesic.hpp>
-#include <GeographicLib/LocalCartesian.hpp>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -20,8 +19,7 @@ namespace {
 constexpr double kMpsPerKnot = 1852.0 / 3600.0;
 const GeographicLib::Geodesic& kEarth = GeographicLib::Geodesic::WGS84();
 
-// A drive in Monaco with every kind of bend: a 4° kink (vertex 2), a 90° left turn (3), a 150°
-// hairpin (5), a 30° bend (6), and a 90° curve drawn as six 15° kinks 5 m apart (7 to 12).
+// A drive in Monaco with bends of every kind, from a 4° kink to a hairpin.
 std::vector<RoutePoint> TestRoute() {
   const std::vector<std::pair<double, double>> legs{
       // azimuth °, length m
@@ -53,28 +51,6 @@ SimulationOptions TestOptions() {
   options.lossStartSeconds = 40.0;
   options.lossDurationSeconds = 8.0;
   return options;
-}
-
-// Distance from the route and how far along it, on a tangent plane at the point.
-std::pair<double, double> OffAndAlongM(const std::vector<RoutePoint>& route, double latitudeDeg,
-                                       double longitudeDeg) {
-  const GeographicLib::LocalCartesian plane(latitudeDeg, longitudeDeg, 0.0);
-  std::pair<double, double> best{1e300, 0.0};
-  double startM = 0.0;
-  for (std::size_t i = 0; i + 1 < route.size(); ++i) {
-    double ax, ay, bx, by, z, lengthM;
-    plane.Forward(route[i].latitudeDeg, route[i].longitudeDeg, 0, ax, ay, z);
-    plane.Forward(route[i + 1].latitudeDeg, route[i + 1].longitudeDeg, 0, bx, by, z);
-    kEarth.Inverse(route[i].latitudeDeg, route[i].longitudeDeg, route[i + 1].latitudeDeg,
-                   route[i + 1].longitudeDeg, lengthM);
-    const double t = std::clamp(
-        -(ax * (bx - ax) + ay * (by - ay)) / (std::pow(bx - ax, 2) + std::pow(by - ay, 2)), 0.0,
-        1.0);
-    const double offM = std::hypot(ax + t * (bx - ax), ay + t * (by - ay));
-    if (offM < best.first) best = {offM, startM + t * lengthM};
-    startM += lengthM;
-  }
-  return best;
 }
 
 // The text through ORVO's own receiver code, one line at a time as a serial port delivers it:
@@ -170,65 +146,6 @@ TEST_F(SimulatedDrive, SentencesReadBackThroughOrvosReceiverCode) {
   }
 }
 
-// On the route from start to end; the distance between fixes is the mean of their speeds times a
-// second; the speed never changes faster than the limits nor exceeds the cruising speed, is zero
-// only at the ends and for the whole wait at the stop, and drops by how sharp a bend is.
-TEST_F(SimulatedDrive, DrivesAlongTheRouteWithinTheLimits) {
-  const auto route = TestRoute();
-  const SimulationOptions options = TestOptions();
-  const double lengthM = NmeaSimulator(route, {}).RouteLengthM();
-  const double stopAtM =
-      OffAndAlongM(route, options.stops[0].latitudeDeg, options.stops[0].longitudeDeg).second;
-  // Within one second the acceleration may switch once, moving the distance off the trapezoid
-  // by at most (acceleration + braking) / 8.
-  const double toleranceM = (options.accelerationMps2 + options.brakingMps2) / 8.0 + 0.01;
-  double topSpeedMps = 0.0;
-  double previousAlongM = 0.0;
-  int secondsAtStop = 0;
-  for (std::size_t k = 0; k < Epochs().size(); ++k) {
-    const SimulatedEpoch& epoch = Epochs()[k];
-    const auto [offM, alongM] = OffAndAlongM(route, epoch.latitudeDeg, epoch.longitudeDeg);
-    EXPECT_LT(offM, 0.01) << k;
-    topSpeedMps = std::max(topSpeedMps, epoch.speedMps);
-    if (k > 0) {
-      const SimulatedEpoch& before = Epochs()[k - 1];
-      EXPECT_NEAR(alongM - previousAlongM, (epoch.speedMps + before.speedMps) / 2, toleranceM) << k;
-      EXPECT_LE(epoch.speedMps - before.speedMps, options.accelerationMps2 + 1e-9) << k;
-      EXPECT_GE(epoch.speedMps - before.speedMps, -options.brakingMps2 - 1e-9) << k;
-    }
-    previousAlongM = alongM;
-    if (epoch.speedMps > 0.0) continue;
-    if (std::abs(alongM - stopAtM) < 0.01) {
-      ++secondsAtStop;
-    } else {
-      EXPECT_TRUE(alongM < 0.01 || alongM > lengthM - 0.01) << "standing still at " << k;
-    }
-  }
-  EXPECT_NEAR(previousAlongM, lengthM, 0.01);
-  EXPECT_GT(Epochs()[48].distanceAlongRouteM - Epochs()[39].distanceAlongRouteM, 20.0)
-      << "the vehicle drove on while the receiver had no fix";
-  EXPECT_NEAR(topSpeedMps, options.cruiseSpeedKmh / 3.6, 1e-9);
-  EXPECT_TRUE(secondsAtStop == 12 || secondsAtStop == 13) << secondsAtStop;
-
-  auto slowestKmhNear = [&](std::size_t vertex) {
-    double slowest = 1e9;
-    for (const SimulatedEpoch& epoch : Epochs()) {
-      double distanceM = 0.0;
-      kEarth.Inverse(route[vertex].latitudeDeg, route[vertex].longitudeDeg, epoch.latitudeDeg,
-                     epoch.longitudeDeg, distanceM);
-      if (distanceM < 15.0) slowest = std::min(slowest, epoch.speedMps * 3.6);
-    }
-    return slowest;
-  };
-  EXPECT_GT(slowestKmhNear(2), 45.0) << "a slight kink costs nothing";
-  EXPECT_LT(slowestKmhNear(6), 45.0);
-  EXPECT_LT(slowestKmhNear(3), slowestKmhNear(6));
-  EXPECT_LT(slowestKmhNear(3), 25.0);
-  EXPECT_LT(slowestKmhNear(5), slowestKmhNear(3));
-  EXPECT_GT(slowestKmhNear(5), 0.0) << "a bend is not a stop";
-  EXPECT_LT(slowestKmhNear(9), 25.0) << "a curve drawn in small steps is still a 90° turn";
-}
-
 // Altitude from the route when every point has one; stops at the ends wait before setting off
 // and after arriving; a repeated point is dropped; the southern and western hemispheres.
 TEST(NmeaSimulator, AltitudeStopsAtTheEndsAndHemispheres) {
@@ -256,19 +173,16 @@ TEST(NmeaSimulator, AltitudeStopsAtTheEndsAndHemispheres) {
 
 TEST(NmeaSimulator, RefusesRoutesAndOptionsItCannotDrive) {
   const std::vector<RoutePoint> route{{43.73, 7.42, std::nullopt}, {43.731, 7.42, std::nullopt}};
-  SimulationOptions farStop, lateLoss, emptyLoss, tooLate;
+  SimulationOptions farStop, lateLoss, emptyLoss;
   farStop.stops.push_back({43.74, 7.42, 10.0});
   lateLoss.lossStartSeconds = 500.0;
   lateLoss.lossDurationSeconds = 5.0;
   emptyLoss.lossStartSeconds = 5.0;
-  tooLate.startUtc = std::chrono::sys_days{std::chrono::year{2090} / 1 / 1};
   const std::tuple<std::vector<RoutePoint>, SimulationOptions, std::string> cases[] = {
       {{route[0], route[0]}, {}, "at least 2 distinct points"},
-      {{route[0], {91.0, 7.42, std::nullopt}}, {}, "latitude 91"},
       {route, farStop, "1000 m from the route"},
       {route, lateLoss, "after the drive has ended (26 s)"},
       {route, emptyLoss, "a length above 0 s"},
-      {route, tooLate, "1990 to 2089"},
   };
   for (const auto& [points, options, words] : cases) {
     try {

@@ -58,21 +58,6 @@ TEST_F(Cache, TheRingDeletesTheOldestPinAndFollowsItsLimit) {
   }
 }
 
-TEST_F(Cache, UnlimitedGrowsInStepsOfFiveHundredSlots) {
-  const struct {
-    int pins;
-    int upperBound;
-  } steps[] = {{1, 500}, {500, 500}, {501, 1000}, {1001, 1500}};
-  int added = 0;
-  for (const auto& step : steps) {
-    while (added < step.pins) cache.Save(Add(), 0), ++added;
-    EXPECT_EQ(cache.UpperBound(), step.upperBound) << step.pins;
-    EXPECT_EQ(cache.Count(), step.pins);
-    EXPECT_EQ(cache.NextIndex(), step.pins);
-  }
-  EXPECT_EQ(map.deleted, 0);
-}
-
 TEST_F(Cache, PinsDeletedByHandAndANegativeLimitAreNoCrash) {
   for (int pin = 1; pin <= 3; ++pin) cache.Save(Add(), 3);
   map.DeleteByHand(2);
@@ -194,34 +179,6 @@ TEST_F(Clearing, UnloadAsksOnlyWithPinsYesDeletesThemNoLeavesThemOnTheMap) {
     EXPECT_EQ(ProgressWindowsOpened(fixture.pages), c.answer == MsgBoxResult::Yes ? 1 : 0)
         << "only deleting shows the progress window";
   }
-}
-
-TEST(Progress, PercentIsClampedAndFillsOneCellPerSixPointSixPercent) {
-  host::ui::ManualScheduler scheduler;
-  host::ui::ScriptedDialogs dialogs;
-  host::ui::Desktop desktop{scheduler, dialogs};
-  frmProgress progress(desktop);
-  progress.Show();
-  const struct {
-    int set;
-    int shown;
-    int navyCells;
-  } cases[] = {{0, 0, 0},   {3, 3, 0},      {4, 4, 1},      {33, 33, 5},
-               {50, 50, 8}, {100, 100, 15}, {250, 100, 15}, {-7, 0, 0}};
-  for (const auto& c : cases) {
-    progress.SetPercent(c.set);
-    EXPECT_EQ(progress.Percent(), c.shown);
-    int navy = 0;
-    for (int cell = 0; cell < frmProgress::kCells; ++cell)
-      navy += progress.shpCell[cell].FillColor() == host::ui::Rgb(0, 0, 128) ? 1 : 0;
-    EXPECT_EQ(navy, c.navyCells) << c.set;
-  }
-  progress.cmdCancel.UserClick();
-  EXPECT_TRUE(progress.Cancel());
-  progress.Unload();
-  progress.Show();
-  EXPECT_FALSE(progress.Cancel()) << "loading again starts afresh";
-  EXPECT_EQ(progress.Percent(), 0);
 }
 
 }  // namespace

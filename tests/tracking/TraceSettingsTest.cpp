@@ -53,55 +53,6 @@ TEST_F(TraceDialog, DefaultsShowInTheUsersUnitsAndOkConvertsBack) {
   EXPECT_NEAR(13 / 1.1507794 / 5280, 0.0021395, 1e-7);
 }
 
-TEST_F(TraceDialog, EveryControlTakesItsPropertyAndOkReadsThemAllBack) {
-  dialog.bTraceByMoving = false;
-  dialog.iPushPinNameOpt = 2;
-  dialog.bTraceNote = true;
-  dialog.iTraceNoteOpt = 1 | 4 | 16;
-  dialog.iTraceNoteFormat = 1;
-  dialog.lNPPs = 4001;
-  dialog.ppSymBase = 24;
-  dialog.bStopDetection = true;
-  dialog.lStopMinSec = 6;
-  dialog.lStopSec = 3;
-  Open();
-  EXPECT_EQ(dialog.Caption(), "Plot Options");
-  EXPECT_EQ(dialog.chkTracebyMoving.Value(), 0);
-  EXPECT_FALSE(dialog.sclTraceThreashold.Enabled());
-  EXPECT_FALSE(dialog.lblTraceThreashold.Enabled());
-  EXPECT_EQ(dialog.cboPPName.Text(), "ORVO Counter");
-  EXPECT_EQ(dialog.lstNoteFormat.Text(), "Raw (csv)");
-  EXPECT_EQ(dialog.chkGPSTime.Value() + dialog.chkElv.Value() + dialog.chkHeading.Value(), 3);
-  EXPECT_EQ(dialog.chkLatLng.Value() + dialog.chkSpeed.Value(), 0);
-  EXPECT_EQ(dialog.lbNPPs.Caption(), "4001");
-  EXPECT_TRUE(dialog.optPPSymbol[3].Value());
-  EXPECT_EQ(dialog.scrStopTSeconds.Min(), 6);
-  EXPECT_EQ(dialog.scrStopTSeconds.Value(), 6) << "a refresh of 5 s allows no stop below 6 s";
-  EXPECT_EQ(dialog.lbStopThreasholdSeconds.Caption(), "6 seconds");
-  for (int set = 0; set < 8; ++set) EXPECT_EQ(dialog.picSym[set].Symbol(), set * 8 + 6);
-
-  dialog.chkTraceNote.UserClick();
-  EXPECT_FALSE(dialog.chkSpeed.Enabled());
-  EXPECT_FALSE(dialog.lstNoteFormat.Enabled());
-  dialog.chkTraceNote.UserClick();
-  dialog.chkLatLng.UserClick();
-  dialog.chkGPSTime.UserClick();
-  dialog.scrNPPs.UserChange(0);
-  EXPECT_EQ(dialog.lbNPPs.Caption(), "Unlimited");
-  dialog.optPPSymbol[7].UserClick();
-  dialog.cboPPName.UserChange(1);
-  dialog.scrStopTSeconds.UserChange(45);
-  dialog.OKButton.UserClick();
-  EXPECT_FALSE(dialog.bTraceByMoving);
-  EXPECT_EQ(dialog.iPushPinNameOpt, 1);
-  EXPECT_EQ(dialog.iTraceNoteOpt, 2 | 4 | 16);
-  EXPECT_EQ(dialog.iTraceNoteFormat, 1);
-  EXPECT_EQ(dialog.lNPPs, 0);
-  EXPECT_EQ(dialog.ppSymBase, 56);
-  EXPECT_TRUE(dialog.bStopDetection);
-  EXPECT_EQ(dialog.lStopSec, 45);
-}
-
 TEST_F(TraceDialog, ArrowStepsSpeedUpTenPercentPerQuickChangeAcrossBothBars) {
   Open();
   scheduler.Advance(Milliseconds(5000));

@@ -84,23 +84,6 @@ TEST_F(ControlFixture, ValuesSetFromCodeRaiseTheSameHandlersAsTheUser) {
   EXPECT_EQ(window.clicks, 2) << "a disabled control ignores the user";
 }
 
-TEST_F(ControlFixture, ChangesAreRecordedOnlyWhenSomethingChanged) {
-  recorder.messages.clear();
-  window.text.SetText("abc");
-  window.text.SetText("abc");
-  ASSERT_EQ(recorder.messages.size(), 1u);
-  EXPECT_EQ(recorder.messages[0]["control"], "txtName");
-  EXPECT_EQ(recorder.messages[0]["property"], "text");
-  EXPECT_EQ(recorder.messages[0]["value"], "abc");
-
-  const Json snapshot = desktop.Snapshot();
-  ASSERT_EQ(snapshot["windows"].size(), 1u);
-  bool timerShown = false;
-  for (const auto& control : snapshot["windows"][0]["controls"])
-    timerShown |= control["id"] == "Timer1";
-  EXPECT_FALSE(timerShown) << "timers are not drawn";
-}
-
 TEST_F(ControlFixture, TimerFiresEveryIntervalWhileEnabledAndRestartsOnChange) {
   window.timer.SetInterval(200);
   window.timer.SetTimerEnabled(true);

@@ -1,5 +1,5 @@
 import { describe, expect, it } from 'vitest';
-import { applyMessage, emptyModel, keepLastLines, keyTarget, menuChildren, stackingOrder } from './model';
+import { applyMessage, emptyModel, keepLastLines, keyTarget } from './model';
 import type { ServerMessage, WindowSnapshot } from './protocol';
 
 function window(name: string, extra: Partial<WindowSnapshot> = {}): WindowSnapshot {
@@ -15,8 +15,6 @@ function window(name: string, extra: Partial<WindowSnapshot> = {}): WindowSnapsh
     borderless: false,
     controls: [
       { id: 'lblSpeed(0)', properties: { kind: 'Label', caption: '0' } },
-      { id: 'mnuCompass', properties: { kind: 'Menu', parent: '', caption: 'Compass' } },
-      { id: 'mnuLocate', properties: { kind: 'Menu', parent: 'mnuCompass', caption: '&Locate' } },
     ],
     ...extra,
   };
@@ -55,27 +53,6 @@ describe('the page’s model of the desktop', () => {
     expect(applyMessage(model, 'text' as unknown as ServerMessage).kind).toBe('ignored');
   });
 
-  it('keeps the z-order orvo gives, topmost windows above the rest', () => {
-    const model = emptyModel();
-    applyMessage(model, snapshot(window('frmShortKeyFlash', { topMost: true }), window('frmAddIn'), window('frmGuide')));
-    expect(stackingOrder(model)).toEqual(['frmAddIn', 'frmGuide', 'frmShortKeyFlash']);
-    applyMessage(model, { type: 'front', window: 'frmAddIn' });
-    expect(stackingOrder(model)).toEqual(['frmGuide', 'frmAddIn', 'frmShortKeyFlash']);
-    applyMessage(model, { type: 'open', window: window('frmGM') });
-    applyMessage(model, { type: 'close', window: 'frmGuide' });
-    expect(stackingOrder(model)).toEqual(['frmAddIn', 'frmGM', 'frmShortKeyFlash']);
-  });
-
-  it('stacks questions and closes the one answered', () => {
-    const model = emptyModel();
-    applyMessage(model, snapshot());
-    applyMessage(model, { type: 'modal', id: 1, kind: 'message', title: 'ORVO', prompt: 'first', buttons: 'yesNo' });
-    applyMessage(model, { type: 'modal', id: 2, kind: 'message', title: 'ORVO', prompt: 'second', buttons: 'okOnly' });
-    expect(model.modals.map((modal) => modal.id)).toEqual([1, 2]);
-    applyMessage(model, { type: 'modalclose', id: 1 });
-    expect(model.modals.map((modal) => modal.id)).toEqual([2]);
-  });
-
   it('sends keys to the window last used, else the main window', () => {
     const model = emptyModel();
     applyMessage(model, snapshot(window('frmAddIn'), window('frmGuide')));
@@ -85,15 +62,6 @@ describe('the page’s model of the desktop', () => {
     expect(keyTarget(model, 'frmGuide')).toBe('frmAddIn');
     applyMessage(model, { type: 'close', window: 'frmAddIn' });
     expect(keyTarget(model, 'frmGuide')).toBeNull();
-  });
-
-  it('finds the items of a menu and only pops up menus that exist', () => {
-    const model = emptyModel();
-    applyMessage(model, snapshot(window('frmAddIn')));
-    const main = model.windows.get('frmAddIn');
-    expect(main && menuChildren(main, 'mnuCompass').map(([id]) => id)).toEqual(['mnuLocate']);
-    expect(applyMessage(model, { type: 'popup', window: 'frmAddIn', menu: 'mnuCompass', x: 15, y: 30 }).kind).toBe('popup');
-    expect(applyMessage(model, { type: 'popup', window: 'frmAddIn', menu: 'mnuNone', x: 0, y: 0 }).kind).toBe('ignored');
   });
 
   it('keeps the last lines of appended text by the same rule as orvo', () => {

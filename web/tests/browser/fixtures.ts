@@ -2,87 +2,30 @@
 // window with every kind of control, and a borderless, topmost flash.
 type Props = Record<string, unknown>;
 
-function control(kind: string, name: string, place: [number, number, number, number], extra: Props = {}) {
-  const [left, top, width, height] = place;
-  return {
-    id: name,
-    properties: {
-      kind,
-      name,
-      index: null,
-      enabled: true,
-      visible: true,
-      toolTip: '',
-      left,
-      top,
-      width,
-      height,
-      container: '',
-      page: null,
-      ...extra,
-    },
-  };
+function control(kind: string, name: string, [left, top, width, height]: number[], extra: Props = {}) {
+  const usual = { index: null, enabled: true, visible: true, toolTip: '', container: '', page: null };
+  return { id: name, properties: { kind, name, ...usual, left, top, width, height, ...extra } };
 }
 
 const onTab = (page: number) => ({ container: 'SSTab', page });
 
 export function mainWindow() {
   return {
-    name: 'frmAddIn',
-    caption: 'ORVO',
-    left: 24,
-    top: 24,
-    width: 330,
-    height: 330,
-    visible: true,
-    topMost: false,
-    borderless: false,
+    name: 'frmAddIn', caption: 'ORVO', left: 24, top: 24, width: 330, height: 330,
+    visible: true, topMost: false, borderless: false,
     controls: [
-      control('TabControl', 'SSTab', [120, 120, 4710, 4200], {
-        tabs: ['&Tracking', 'S&atellite', '&Options', '&Settings'],
-        tab: 0,
-      }),
-      control('Label', 'lblSpeedTitle', [240, 540, 1200, 300], { caption: 'Speed:', foreColor: '#000000', backColor: '', ...onTab(0) }),
-      control('Label', 'lblSpeed', [1440, 450, 2300, 420], {
-        caption: '47.3 km/h',
-        foreColor: '#003399',
-        backColor: '',
-        bold: true,
-        fontSize: 14,
-        ...onTab(0),
-      }),
-      control('Shape', 'shpFix', [3960, 480, 330, 330], { fillColor: '#00c000', shape: 'circle', ...onTab(0) }),
-      control('Label', 'lblFix', [4350, 540, 420, 300], { caption: '3-D', foreColor: '#000000', backColor: '', ...onTab(0) }),
+      control('TabControl', 'SSTab', [120, 120, 4710, 4200], { tabs: ['&Tracking', 'S&atellite', '&Options', '&Settings'], tab: 0 }),
+      control('Label', 'lblSpeed', [1440, 450, 2300, 420], { caption: '47.3 km/h', foreColor: '#003399', backColor: '', bold: true, fontSize: 14, ...onTab(0) }),
       control('Line', 'linSeparator', [0, 0, 0, 0], { x1: 240, y1: 1020, x2: 4590, y2: 1020, borderColor: '#808080', ...onTab(0) }),
       control('CheckBox', 'chkTrail', [240, 1200, 2200, 300], { caption: 'Plot &Trail', value: 1, toolTip: 'Plot a trail of pushpins', ...onTab(0) }),
       control('CheckBox', 'chkTrkOnMap', [240, 1530, 2400, 300], { caption: 'Trac&k on map', value: 0, ...onTab(0) }),
-      control('OptionButton', 'optKnots', [2700, 1200, 1800, 300], { caption: 'Knots', value: true, ...onTab(0) }),
-      control('OptionButton', 'optKmh', [2700, 1530, 1800, 300], { caption: 'km/h', value: false, ...onTab(0) }),
       control('Frame', 'fraRefresh', [240, 2010, 4350, 1020], { caption: 'GPS refresh', ...onTab(0) }),
-      control('ScrollBar', 'sclRefreshRate', [150, 390, 2800, 255], {
-        orientation: 'horizontal',
-        min: 0,
-        max: 10,
-        smallChange: 1,
-        largeChange: 2,
-        value: 2,
-        toolTip: 'Short cuts: shift-less </>',
-        container: 'fraRefresh',
-      }),
-      control('Label', 'lblRefresh', [3060, 390, 1100, 300], { caption: '2 sec', foreColor: '#000000', backColor: '', container: 'fraRefresh' }),
+      control('ScrollBar', 'sclRefreshRate', [150, 390, 2800, 255], { orientation: 'horizontal', min: 0, max: 10, smallChange: 1, largeChange: 2, value: 2, container: 'fraRefresh' }),
       control('Button', 'cmdGPSAction', [240, 3330, 2000, 450], { caption: '&GPS Start', ...onTab(0) }),
       control('Button', 'cmdClearTrail', [2520, 3330, 2000, 450], { caption: 'C&lear Trail', enabled: false, ...onTab(0) }),
       control('TextBox', 'txtBaud', [1500, 600, 2000, 315], { text: '4800,n,8,1', multiLine: false, locked: false, selStart: 0, selLength: 0, ...onTab(3) }),
       control('ComboBox', 'cboPort', [1500, 1050, 1200, 315], { items: ['1', '2', '3', '4'], listIndex: 1, text: '2', ...onTab(3) }),
-      control('TextBox', 'txtLog', [240, 1500, 4300, 1500], {
-        text: 'first line\nsecond line',
-        multiLine: true,
-        locked: true,
-        selStart: 0,
-        selLength: 0,
-        ...onTab(3),
-      }),
-      control('Label', 'lblVersionNo', [120, 4440, 3000, 300], { caption: 'Version 0.1.0', foreColor: '#404040', backColor: '' }),
+      control('TextBox', 'txtLog', [240, 1500, 4300, 1500], { text: 'first line\nsecond line', multiLine: true, locked: true, selStart: 0, selLength: 0, ...onTab(3) }),
       control('Menu', 'mnuCompass', [0, 0, 0, 0], { caption: 'Compass', checked: false, parent: '', visible: false }),
       control('Menu', 'mnuCompassLocate', [0, 0, 0, 0], { caption: '&Current Position...(C)', checked: false, parent: 'mnuCompass' }),
       control('Menu', 'mnuCompassSep', [0, 0, 0, 0], { caption: '-', checked: false, parent: 'mnuCompass' }),
@@ -93,15 +36,8 @@ export function mainWindow() {
 
 export function flashWindow() {
   return {
-    name: 'frmShortKeyFlash',
-    caption: '',
-    left: 420,
-    top: 40,
-    width: 220,
-    height: 70,
-    visible: true,
-    topMost: true,
-    borderless: true,
+    name: 'frmShortKeyFlash', caption: '', left: 420, top: 40, width: 220, height: 70,
+    visible: true, topMost: true, borderless: true,
     controls: [
       control('Frame', 'Frame1', [60, 0, 3120, 990], { caption: '' }),
       control('Label', 'lblFn', [120, 180, 3000, 330], { caption: 'Always on Top', foreColor: '#000080', backColor: '', alignment: 2, bold: true, container: 'Frame1' }),

@@ -1,5 +1,5 @@
 import { describe, expect, it } from 'vitest';
-import { atlasCell, CELL_COUNT, CELL_SYMBOLS, DEFAULT_CELL, symbolDrawing, symbolImage, type Part } from './catalogue';
+import { atlasCell, CELL_COUNT, CELL_SYMBOLS, DEFAULT_CELL, symbolDrawing, type Part } from './catalogue';
 
 // The drawing sampled on a fine grid: the colour on top at each point, or '' outside.
 function raster(symbol: number, step = 0.25): { x: number; y: number; colour: string }[] {
@@ -72,13 +72,5 @@ describe('the pushpin catalogue', () => {
       if (down) expect(lowest.y).toBeGreaterThan(29); // the needle's tip at the bottom middle
       if (down) expect(Math.abs(lowest.x - 16)).toBeLessThan(1);
     }
-  });
-
-  it('exports each symbol as an image of the asked size', () => {
-    const url = symbolImage(33, 40);
-    expect(url.startsWith('data:image/svg+xml')).toBe(true);
-    const svg = decodeURIComponent(url.slice(url.indexOf(',') + 1));
-    expect(svg).toMatch(/^<svg [^>]*width="40" height="40"/);
-    expect(svg).toContain(symbolDrawing(33).parts[0].fill);
   });
 });

@@ -56,17 +56,6 @@ describe('pins patches', () => {
     expect([placed(), moving()]).toEqual([[], []]);
   });
 
-  it('ignores ids it does not have and counts a pin added twice once', () => {
-    const { s, ids } = store();
-    s.apply({ type: 'pins', add: [pin(1)] });
-    const result = s.apply({ type: 'pins', update: [pin(9)], remove: [8, 'x', null], add: [pin(1, 2), pin(7), pin(7, 5)] });
-    expect(result.problems).toEqual([]);
-    expect(ids()).toEqual([1, 7]);
-    expect(s.source.getFeatureById(1)?.get('cell')).toBe(2);
-    expect(s.source.getFeatureById(7)?.get('cell')).toBe(5);
-    expect(s.get(9)).toBeUndefined();
-  });
-
   it('leaves out what is malformed, says why, and applies the rest', () => {
     const { s, ids } = store();
     const cases: [unknown, RegExp][] = [
