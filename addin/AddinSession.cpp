@@ -30,7 +30,9 @@ struct AddinSession::Parts {
                                                          .serialPort = services.serialPort,
                                                          .declination = services.declination,
                                                          .map = services.map,
-                                                         .mapView = services.mapView});
+                                                         .mapView = services.mapView,
+                                                         .route = services.route,
+                                                         .mapHost = services.mapHost});
   }
 
   HostServices& services;

@@ -2,6 +2,8 @@
 
 #include "addin/frmShortKeyFlash.hpp"
 #include "addin/frmVerbose.hpp"
+#include "host/map/MapGeometry.hpp"
+#include "host/platform/AppFolder.hpp"
 
 namespace orvo::addin {
 
@@ -72,6 +74,31 @@ frmAddIn::frmAddIn(MainWindowServices services)
                                                    static_cast<gps::PlaybackOwner&>(*this))) {
   LayOut();
   WireHandlers();
+  MakeGuidanceEngine();
+}
+
+void frmAddIn::MakeGuidanceEngine() {
+  if (services_.route == nullptr || services_.mapHost == nullptr) return;
+  guideSetup_ = std::make_unique<guidance::MMSetup>(
+      host::platform::AppFolder(), services_.numberLocale(),
+      [this](std::string_view text) { services_.verbose.Log(text, true); });
+  const host::map::MapHost& mapHost = *services_.mapHost;
+  host::map::MapApplication* map = services_.map;
+  engine_ = std::make_unique<guidance::GuidanceEngine>(guidance::GuidanceEngineParts{
+      .route = services_.route,
+      .hasMap = [map] { return map != nullptr && map->GetActiveMap() != nullptr; },
+      .fix = session_.Fix(),
+      .setup = *guideSetup_,
+      .unit = [&mapHost] { return mapHost.Unit(); },
+      .distance =
+          [&mapHost](const host::map::GeoPoint& from, const host::map::GeoPoint& to) {
+            return host::map::Distance(from, to, mapHost.Unit());
+          },
+      .display = silentDisplay_,
+      .diagnostics = [this](std::string_view text) { services_.verbose.Log(text, true); },
+      .showMessage = [this](const std::string& text) { services_.desktop.MsgBox(text); },
+      .store = &services_.settings});
+  UseGuidance(*engine_);
 }
 
 frmAddIn::~frmAddIn() = default;
@@ -95,6 +122,8 @@ void frmAddIn::WireHandlers() {
   };
 
   mnuCompassSyncTime.onClick = [this] { status.SyncSystemTimeForUser(); };
+  mapFeatures_.Compass().calcRouteFromHere = [this] { guidance_->CalcRouteFromHere(true); };
+  chkGuidance.onClick = [this] { guidance_->GuidanceSwitchChanged(chkGuidance.Value() == 1); };
 
   cmdAbout.onClick = [this] { ShowAbout(); };
   receiver.cmdOpenNMEA.onClick = [this] { playback_->Start(); };

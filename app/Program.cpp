@@ -15,6 +15,7 @@
 #include "app/Commands.hpp"
 #include "gps/ReceiverSession.hpp"
 #include "host/map/DocumentMap.hpp"
+#include "host/map/DocumentRoute.hpp"
 #include "host/map/MapChannel.hpp"
 #include "host/map/MapFlushTimer.hpp"
 #include "host/map/MapGeometry.hpp"
@@ -214,6 +215,7 @@ class Program {
         mapHost_(host::platform::UserDataFolder()),
         mapGeometry_(mapView_, mapHost_),
         documentMap_(mapHost_, mapGeometry_),
+        route_(mapHost_, host::map::RegionRouter(options.region)),
         mapFlush_(mapHost_, scheduler_),
         bridge_(io_, desktop_, BridgeOptions(options)),
         mapChannel_(mapHost_, bridge_, desktop_),
@@ -274,7 +276,9 @@ class Program {
                                           .regionName = options_.region,
                                           .requestQuit = [this] { RequestQuit(); },
                                           .mapView = &mapView_,
-                                          .map = &documentMap_});
+                                          .map = &documentMap_,
+                                          .route = &route_,
+                                          .mapHost = &mapHost_});
     session_.emplace(*services_);
     std::cout << "ORVO is running at " << bridge_.Url() << std::endl;
 
@@ -356,6 +360,7 @@ class Program {
   host::map::MapHost mapHost_;
   host::map::MapGeometry mapGeometry_;
   host::map::DocumentMap documentMap_;
+  host::map::DocumentRoute route_;
   host::map::MapFlushTimer mapFlush_;
   host::ui::WebBridge bridge_;
   host::map::MapChannel mapChannel_;

@@ -14,7 +14,7 @@ namespace {
 constexpr double kNoDistance = 9999999.0;
 }
 
-GuidanceEngine::GuidanceEngine(GuidanceEngineParts parts) : parts_(std::move(parts)) {
+GuidanceEngine::GuidanceEngine(GuidanceEngineParts parts) : parts_(std::move(parts)), display_(&parts_.display) {
   lastOffTrack_ = state_.offTrackRecalc = parts_.setup.bgGuideAutoRecalcOn;
   if (parts_.route != nullptr)
     parts_.route->onAfterCalculate = [this] { RouteAfterCalculate(); };
@@ -105,7 +105,7 @@ void GuidanceEngine::Tick() {
   }
   if (!goToActive_) StartGoToMode();
 
-  GuideDisplay& display = parts_.display;
+  GuideDisplay& display = *display_;
   if (guideCurIndex_ > 0) {
     if (display.guideShown) {
       const double approach = DistanceTo(GuideDirection(guideCurIndex_).location);
@@ -205,9 +205,9 @@ void GuidanceEngine::ResetGuidance(bool hide) {
   guideNearestAhead_ = 0;
   guideDirections_.clear();
   if (hide)
-    parts_.display.announceHold = false;
+    display_->announceHold = false;
   else
-    parts_.display.SetInstruct2(nullptr, "");
+    display_->SetInstruct2(nullptr, "");
 }
 
 void GuidanceEngine::RouteAfterCalculate() {

@@ -64,12 +64,23 @@ struct GuidanceEngineParts {
   settings::SettingsStore* store = nullptr;
 };
 
+// Shows nothing: the engine's display until the guidance window is given.
+class SilentGuideDisplay final : public GuideDisplay {
+ public:
+  void SetInstruct(const host::map::Direction*, double, const std::string&, std::int32_t,
+                   double) override {}
+  void UpdateDistance(double, double) override {}
+  void SpeakDirection() override {}
+};
+
 class GuidanceEngine final : public Guidance {
  public:
   explicit GuidanceEngine(GuidanceEngineParts parts);
   ~GuidanceEngine() override;
 
   void UseGoToView(GoToView* view) { goToView_ = view; }
+  // The guidance window, once it exists, in place of the one given at construction.
+  void UseDisplay(GuideDisplay& display) { display_ = &display; }
 
   // --- Guidance ---
   GuidanceState& State() override;
@@ -81,10 +92,8 @@ class GuidanceEngine final : public Guidance {
   void LoadGuidanceSettings() override;
   void SaveGuidanceSettings() override;
 
-  // The guidance switch changed: every change starts from a clean state.
-  void GuidanceSwitchChanged(bool ticked);
-  // The compass menu's route item and a single R.
-  void CalcRouteFromHere(bool keepView);
+  void GuidanceSwitchChanged(bool ticked) override;
+  void CalcRouteFromHere(bool keepView) override;
   void RouteFromHere(bool keepView);
   // The host's event after any route calculation.
   void RouteAfterCalculate();
@@ -143,6 +152,7 @@ class GuidanceEngine final : public Guidance {
 
   GuidanceEngineParts parts_;
   GoToView* goToView_ = nullptr;
+  GuideDisplay* display_;
   GuidanceState state_;
   bool lastOffTrack_ = false;
 
