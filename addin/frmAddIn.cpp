@@ -98,6 +98,11 @@ void frmAddIn::MakeGuidanceEngine() {
       .diagnostics = [this](std::string_view text) { services_.verbose.Log(text, true); },
       .showMessage = [this](const std::string& text) { services_.desktop.MsgBox(text); },
       .store = &services_.settings});
+  goTo_ = std::make_unique<guidance::frmGM>(
+      services_.desktop, services_.settings, *engine_, *guideSetup_,
+      guidance::GoToOwner{.alwaysOnTop = [this] { return AlwaysOnTop(); },
+                          .keyUp = [this](int key, int shift) { HandleShortKey(key, shift); }});
+  engine_->UseGoToView(goTo_.get());
   UseGuidance(*engine_);
 }
 
@@ -110,6 +115,7 @@ void frmAddIn::WireHandlers() {
   chkAlwaysTop.onClick = [this] {
     settings::ApplyAlwaysOnTop(*this, chkAlwaysTop.Value());
     if (playback_->IsLoaded()) playback_->UpdateShowTopFromParent();
+    if (goTo_ && goTo_->IsLoaded()) goTo_->UpdateShowTopFromParent();
   };
   for (auto* box : {&receiver.txtBaud, &receiver.txtRecOutFileName}) {
     box->onGotFocus = [this] { textEntryActive_ = true; };

@@ -11,6 +11,7 @@
 #include "gps/frmPlayback.hpp"
 #include "guidance/Guidance.hpp"
 #include "guidance/GuidanceEngine.hpp"
+#include "guidance/frmGM.hpp"
 #include "host/map/ActiveMap.hpp"
 #include "host/map/MapView.hpp"
 #include "host/platform/Clock.hpp"
@@ -71,6 +72,7 @@ class frmAddIn : public host::ui::Window,
   void UseGuidance(guidance::Guidance& guidance) { guidance_ = &guidance; }
   // The driving assistant's engine; null when the program gave no route.
   guidance::GuidanceEngine* GuidanceEngine() { return engine_.get(); }
+  guidance::frmGM* GoToWindow() { return goTo_.get(); }
 
   // The one entry for received NMEA text: the serial port and playback feed it.
   bool ProcessData(std::string_view text) override { return session_.ProcessData(text); }
@@ -173,6 +175,7 @@ class frmAddIn : public host::ui::Window,
   std::unique_ptr<guidance::MMSetup> guideSetup_;
   guidance::SilentGuideDisplay silentDisplay_;
   std::unique_ptr<guidance::GuidanceEngine> engine_;
+  std::unique_ptr<guidance::frmGM> goTo_;
   settings::FormPlacement placement_;
   std::unique_ptr<frmShortKeyFlash> flash_;
   bool textEntryActive_ = false;

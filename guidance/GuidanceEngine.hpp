@@ -42,6 +42,8 @@ class GoToView {
   virtual void GMUpdate() = 0;
   virtual void GMStop() = 0;
   virtual void UpdateAutoRecalc() = 0;
+  // The main window closes.
+  virtual void UnloadView() {}
 };
 
 struct GuidanceEngineParts {
@@ -91,6 +93,9 @@ class GuidanceEngine final : public Guidance {
   void UpdateAutoRecalc() override;
   void LoadGuidanceSettings() override;
   void SaveGuidanceSettings() override;
+  void UnloadWindows() override {
+    if (goToView_ != nullptr) goToView_->UnloadView();
+  }
 
   void GuidanceSwitchChanged(bool ticked) override;
   void CalcRouteFromHere(bool keepView) override;
