@@ -62,7 +62,13 @@ void GuidanceEngine::RouteFromHere(bool /*keepView*/) {
   route.SetSegmentPreference(
       position, static_cast<host::map::SegmentPreference>(std::clamp<int>(
                     parts_.setup.giRouteCalc, 0, 2)));
-  route.Calculate();
+  try {
+    route.Calculate();
+    legFailed_ = false;
+  } catch (const RouteError&) {
+    legFailed_ = true;
+    throw;
+  }
 }
 
 void GuidanceEngine::StartGoToMode() {
@@ -95,14 +101,8 @@ void GuidanceEngine::GoToCurrentWaypoint() {
   ClearRouteWaypoints();
   if (goToView_ != nullptr) goToView_->GMUpdate();
   const Waypoint& target = goToWaypoints_[static_cast<std::size_t>(goToIndex_ - 1)];
-  try {
-    legFailed_ = false;
-    parts_.route->AddWaypoint(target.location, target.name);
-    RouteFromHere(false);
-  } catch (const RouteError&) {
-    legFailed_ = true;
-    throw;
-  }
+  parts_.route->AddWaypoint(target.location, target.name);
+  RouteFromHere(false);
 }
 
 void GuidanceEngine::GoToNextWaypoint() {

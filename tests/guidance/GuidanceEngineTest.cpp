@@ -237,6 +237,14 @@ TEST_F(EngineTest, FailuresKeepTheUsersRoute) {
   EXPECT_EQ(TickAt(0, 0), std::vector<std::string>{});
   EXPECT_TRUE(route.IsCalculated());
   EXPECT_EQ(TickAt(0, 0), std::vector<std::string>{"Depart from Current Position"});
+  // Off the route where no road can be found: the journey survives to the next attempt.
+  setup.bgGuideAutoRecalcOn = true;
+  route.failWith = "No road near Current Position";
+  TickAt(5, 5);
+  route.failWith = nullptr;
+  TickAt(5, 5);
+  EXPECT_TRUE(route.IsCalculated());
+  EXPECT_EQ(engine.GoToWaypoints().size(), 2u);
   engine.GMStop(true);
   EXPECT_EQ(route.Names(), (std::vector<std::string>{"Home", "Work"}));
   EXPECT_EQ(engine.GuideBusy(), 0);
