@@ -34,10 +34,10 @@ struct HostServices {
   std::filesystem::path configFolder;     // where ORVO.ini lives
   std::optional<std::string> replayFile;  // --replay: open the playback window with it
   std::string regionName = "monaco";
-  std::function<void()> requestQuit;      // ends the program in an orderly way
-  host::map::MapView* mapView = nullptr;  // the map beside ORVO, when there is one
-  host::map::MapApplication* map = nullptr;  // its open document, when there is a map
-  host::map::ActiveRoute* route = nullptr;     // that document's route
+  std::function<void()> requestQuit;            // ends the program in an orderly way
+  host::map::MapView* mapView = nullptr;        // the map beside ORVO, when there is one
+  host::map::MapApplication* map = nullptr;     // its open document, when there is a map
+  host::map::ActiveRoute* route = nullptr;      // that document's route
   const host::map::MapHost* mapHost = nullptr;  // the host's distance unit
 };
 

@@ -14,10 +14,10 @@ namespace {
 constexpr double kNoDistance = 9999999.0;
 }
 
-GuidanceEngine::GuidanceEngine(GuidanceEngineParts parts) : parts_(std::move(parts)), display_(&parts_.display) {
+GuidanceEngine::GuidanceEngine(GuidanceEngineParts parts)
+    : parts_(std::move(parts)), display_(&parts_.display) {
   lastOffTrack_ = state_.offTrackRecalc = parts_.setup.bgGuideAutoRecalcOn;
-  if (parts_.route != nullptr)
-    parts_.route->onAfterCalculate = [this] { RouteAfterCalculate(); };
+  if (parts_.route != nullptr) parts_.route->onAfterCalculate = [this] { RouteAfterCalculate(); };
 }
 
 GuidanceEngine::~GuidanceEngine() {
@@ -61,15 +61,20 @@ void GuidanceEngine::SaveGuidanceSettings() {
 }
 
 void GuidanceEngine::Report(std::string_view procedure, std::string_view text) const {
-  if (parts_.diagnostics)
-    parts_.diagnostics(std::string(procedure) + ": " + std::string(text));
+  if (parts_.diagnostics) parts_.diagnostics(std::string(procedure) + ": " + std::string(text));
 }
 
-bool GuidanceEngine::HasMap() const { return parts_.route != nullptr && parts_.hasMap(); }
+bool GuidanceEngine::HasMap() const {
+  return parts_.route != nullptr && parts_.hasMap();
+}
 
-GeoPoint GuidanceEngine::Here() const { return {parts_.fix.Latitude, parts_.fix.Longitude}; }
+GeoPoint GuidanceEngine::Here() const {
+  return {parts_.fix.Latitude, parts_.fix.Longitude};
+}
 
-double GuidanceEngine::DistanceTo(const GeoPoint& to) const { return parts_.distance(Here(), to); }
+double GuidanceEngine::DistanceTo(const GeoPoint& to) const {
+  return parts_.distance(Here(), to);
+}
 
 double GuidanceEngine::UnitFactor() const {
   return parts_.unit() == host::map::DistanceUnit::Kilometres ? kKnotsToKmh : kKnotsToMph;
@@ -174,8 +179,7 @@ void GuidanceEngine::Tick() {
     const Direction& next = GuideDirection(guideNextIndex_);
     const auto secsBetween = static_cast<std::int32_t>(std::floor(next.timeSeconds) -
                                                        std::floor(candidate->timeSeconds));
-    display.SetInstruct(candidate, candidate->timeSeconds, candidate->text, secsBetween,
-                        secsUntil);
+    display.SetInstruct(candidate, candidate->timeSeconds, candidate->text, secsBetween, secsUntil);
     display.UpdateDistance(DistanceTo(candidate->location),
                            parts_.distance(candidate->location, next.location));
   } else {
@@ -223,8 +227,12 @@ void GuidanceEngine::RouteAfterCalculate() {
 
 // --- The switch and the keys ---
 
-void GuidanceEngine::GuidanceSwitchChanged(bool ticked) { GMStop(ticked ? !goToActive_ : true); }
+void GuidanceEngine::GuidanceSwitchChanged(bool ticked) {
+  GMStop(ticked ? !goToActive_ : true);
+}
 
-void GuidanceEngine::GuidanceStep(int step) { GMGoWp(goToIndex_ + step); }
+void GuidanceEngine::GuidanceStep(int step) {
+  GMGoWp(goToIndex_ + step);
+}
 
 }  // namespace orvo::guidance

@@ -22,7 +22,9 @@ std::optional<std::size_t> FindCurrentPosition(const std::vector<Waypoint>& wayp
   return static_cast<std::size_t>(found - waypoints.begin());
 }
 
-int Count(const std::vector<Waypoint>& waypoints) { return static_cast<int>(waypoints.size()); }
+int Count(const std::vector<Waypoint>& waypoints) {
+  return static_cast<int>(waypoints.size());
+}
 
 }  // namespace
 
@@ -59,9 +61,8 @@ void GuidanceEngine::RouteFromHere(bool /*keepView*/) {
   if (!route.IsOptimized()) route.Optimize();
   position = FindCurrentPosition(route.Waypoints()).value_or(position);
   route.SetPreferredDeparture(position, 0.0);
-  route.SetSegmentPreference(
-      position, static_cast<host::map::SegmentPreference>(std::clamp<int>(
-                    parts_.setup.giRouteCalc, 0, 2)));
+  route.SetSegmentPreference(position, static_cast<host::map::SegmentPreference>(
+                                           std::clamp<int>(parts_.setup.giRouteCalc, 0, 2)));
   try {
     route.Calculate();
     legFailed_ = false;
@@ -189,6 +190,8 @@ void GuidanceEngine::RetryLegOrResync() {
     ResyncGoToRoute();
 }
 
-void GuidanceEngine::ClearRouteWaypoints() { parts_.route->Clear(); }
+void GuidanceEngine::ClearRouteWaypoints() {
+  parts_.route->Clear();
+}
 
 }  // namespace orvo::guidance

@@ -21,8 +21,8 @@ void Trapped(Action action) {
 }
 }  // namespace
 
-frmGM::frmGM(host::ui::Desktop& desktop, settings::SettingsStore& settings,
-             GuidanceEngine& engine, MMSetup& setup, GoToOwner owner)
+frmGM::frmGM(host::ui::Desktop& desktop, settings::SettingsStore& settings, GuidanceEngine& engine,
+             MMSetup& setup, GoToOwner owner)
     : Window(desktop, "frmGM", "Go to waypoint", 250, 260),
       lstWp(*this, "lstWp"),
       scrWpSel(*this, "scrWpSel", host::ui::ScrollBar::Orientation::Vertical),
@@ -39,8 +39,7 @@ frmGM::frmGM(host::ui::Desktop& desktop, settings::SettingsStore& settings,
   scrWpSel.SetEnabled(false);
   chkAutoCalc.Place(120, 2280, 2000, 300);
   chkAutoCalc.SetCaption("Off-track re-calc");
-  chkAutoCalc.SetToolTipText(
-      "Off-track auto re-calculation. Double-click key R to turn on / off ");
+  chkAutoCalc.SetToolTipText("Off-track auto re-calculation. Double-click key R to turn on / off ");
   cmdGM.Place(2160, 2250, 1155, 360);
   cmdGM.SetCaption("Stop GM");
   cmdGM.SetEnabled(false);

@@ -33,13 +33,13 @@ class GoToWindow : public ::testing::Test {
   MMSetup setup{".", host::platform::NumberLocale{}};
   testing::FakeRoute route;
   testing::RecordingDisplay display;
-  GuidanceEngine engine{GuidanceEngineParts{
-      .route = &route,
-      .fix = fix,
-      .setup = setup,
-      .unit = [] { return host::map::DistanceUnit::Kilometres; },
-      .distance = testing::PlaneDistance,
-      .display = display}};
+  GuidanceEngine engine{
+      GuidanceEngineParts{.route = &route,
+                          .fix = fix,
+                          .setup = setup,
+                          .unit = [] { return host::map::DistanceUnit::Kilometres; },
+                          .distance = testing::PlaneDistance,
+                          .display = display}};
   bool onTop = true;
   std::vector<int> keys;
   frmGM window{desktop, store, engine, setup,

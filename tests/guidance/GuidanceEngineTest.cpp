@@ -25,8 +25,9 @@ class EngineTest : public ::testing::Test {
       const double length = testing::PlaneDistance(from, to);
       for (int step = 1; step < static_cast<int>(std::lround(length)); ++step) {
         const double f = step / length;
-        turns.push_back({from.latitudeDegrees + f * (to.latitudeDegrees - from.latitudeDegrees),
-                         from.longitudeDegrees + f * (to.longitudeDegrees - from.longitudeDegrees)});
+        turns.push_back(
+            {from.latitudeDegrees + f * (to.latitudeDegrees - from.latitudeDegrees),
+             from.longitudeDegrees + f * (to.longitudeDegrees - from.longitudeDegrees)});
       }
       return turns;
     };
@@ -107,7 +108,12 @@ TEST_F(EngineTest, WhichInstructionIsAnnouncedAndWhenTheRouteIsRecalculated) {
     bool recalculated = false;
   };
   const std::vector<Case> cases = {
-      {"exactly at the warning distance announces", {0, 0.5}, 3, false, 0.5, false,
+      {"exactly at the warning distance announces",
+       {0, 0.5},
+       3,
+       false,
+       0.5,
+       false,
        {"Turn at 0.00,1.00"}},
       {"just beyond it does not", {0, 0.4999}, 3, false, 0.5, false, {}},
       {"equally near two turns: the lower", {0, 1.5}, 3, false, 0.5, false, {"Turn at 0.00,1.00"}},
@@ -116,7 +122,12 @@ TEST_F(EngineTest, WhichInstructionIsAnnouncedAndWhenTheRouteIsRecalculated) {
       {"beyond it re-calculates", {0.5001, 0}, 3, true, 0.1, false, {}, true},
       {"not without a valid fix", {0.6, 0}, 1, true, 0.1, false, {}},
       {"not while switched off", {0.6, 0}, 3, false, 0.1, false, {}},
-      {"not within warning distance of a turn", {0.6, 1}, 3, true, 0.7, false,
+      {"not within warning distance of a turn",
+       {0.6, 1},
+       3,
+       true,
+       0.7,
+       false,
        {"Turn at 0.00,1.00"}},
   };
   for (const Case& test : cases) {
@@ -181,9 +192,9 @@ TEST_F(EngineTest, DrivesLegByLegAndRestoresTheRouteAtTheEnd) {
   drive({0, 0}, {0, 2});
   drive({0, 2}, {2, 2});
   engine.GuidanceTick();
-  EXPECT_EQ(heard, (std::vector<std::string>{
-                       "Depart from Current Position", "Turn at 0.00,1.00", "Arrive at Shop",
-                       "Depart from Current Position", "Turn at 1.00,2.00", "Arrive at Work"}));
+  EXPECT_EQ(heard, (std::vector<std::string>{"Depart from Current Position", "Turn at 0.00,1.00",
+                                             "Arrive at Shop", "Depart from Current Position",
+                                             "Turn at 1.00,2.00", "Arrive at Work"}));
   EXPECT_EQ(targets, (std::vector<int>{2, 3, 1}));
   EXPECT_FALSE(engine.GoToActive());
   EXPECT_EQ(route.Names(), (std::vector<std::string>{"Home", "Shop", "Work"}));

@@ -93,7 +93,9 @@ class FakeRoute final : public host::map::ActiveRoute {
     if (onAfterCalculate) onAfterCalculate();
   }
   bool IsCalculated() override { return calculated; }
-  std::vector<Direction> Directions() override { return calculated ? tree : std::vector<Direction>{}; }
+  std::vector<Direction> Directions() override {
+    return calculated ? tree : std::vector<Direction>{};
+  }
   double Distance() override { return 0; }
   double TimeSeconds() override { return 0; }
 
