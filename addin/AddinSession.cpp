@@ -30,7 +30,10 @@ struct AddinSession::Parts {
                                                          .serialPort = services.serialPort,
                                                          .declination = services.declination,
                                                          .map = services.map,
-                                                         .mapView = services.mapView});
+                                                         .mapView = services.mapView,
+                                                         .route = services.route,
+                                                         .mapHost = services.mapHost,
+                                                         .speech = services.speech});
   }
 
   HostServices& services;

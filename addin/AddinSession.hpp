@@ -11,6 +11,8 @@
 #include <boost/asio/io_context.hpp>
 
 #include "host/map/ActiveMap.hpp"
+#include "host/map/ActiveRoute.hpp"
+#include "host/map/MapHost.hpp"
 #include "host/map/MapView.hpp"
 #include "host/platform/Clock.hpp"
 #include "host/serial/SerialPort.hpp"
@@ -33,10 +35,12 @@ struct HostServices {
   std::filesystem::path configFolder;     // where ORVO.ini lives
   std::optional<std::string> replayFile;  // --replay: open the playback window with it
   std::string regionName = "monaco";
-  std::function<void()> requestQuit;      // ends the program in an orderly way
-  host::map::MapView* mapView = nullptr;  // the map beside ORVO, when there is one
-  host::map::MapApplication* map = nullptr;  // its open document, when there is a map
-  host::speech::SpeechEngine* speech = nullptr;  // the guidance voice; none: silent
+  std::function<void()> requestQuit;                // ends the program in an orderly way
+  host::map::MapView* mapView = nullptr;            // the map beside ORVO, when there is one
+  host::map::MapApplication* map = nullptr;         // its open document, when there is a map
+  host::map::ActiveRoute* route = nullptr;          // that document's route
+  const host::map::MapHost* mapHost = nullptr;      // the host's distance unit
+  host::speech::SpeechEngine* speech = nullptr;     // the guidance voice; none: silent
 };
 
 class AddinSession {

@@ -2,6 +2,8 @@
 
 #include "addin/frmShortKeyFlash.hpp"
 #include "addin/frmVerbose.hpp"
+#include "host/map/MapGeometry.hpp"
+#include "host/platform/AppFolder.hpp"
 
 namespace orvo::addin {
 
@@ -72,6 +74,25 @@ frmAddIn::frmAddIn(MainWindowServices services)
                                                    static_cast<gps::PlaybackOwner&>(*this))) {
   LayOut();
   WireHandlers();
+  MakeGuidanceEngine();
+}
+
+void frmAddIn::MakeGuidanceEngine() {
+  if (services_.route == nullptr || services_.mapHost == nullptr) return;
+  assistant_ = std::make_unique<guidance::DrivingAssistant>(guidance::DrivingAssistantParts{
+      .desktop = services_.desktop,
+      .store = services_.settings,
+      .route = *services_.route,
+      .mapHost = *services_.mapHost,
+      .map = services_.map,
+      .speech = services_.speech,
+      .fix = session_.Fix(),
+      .numberLocale = services_.numberLocale(),
+      .alwaysOnTop = [this] { return AlwaysOnTop(); },
+      .keyUp = [this](int key, int shift) { HandleShortKey(key, shift); },
+      .diagnostics = [this](std::string_view text) { services_.verbose.Log(text, true); }});
+  UseGuidance(assistant_->Engine());
+  cmdGuideOpt.onClick = [this] { assistant_->Options().Start(); };
 }
 
 frmAddIn::~frmAddIn() = default;
@@ -83,6 +104,8 @@ void frmAddIn::WireHandlers() {
   chkAlwaysTop.onClick = [this] {
     settings::ApplyAlwaysOnTop(*this, chkAlwaysTop.Value());
     if (playback_->IsLoaded()) playback_->UpdateShowTopFromParent();
+    if (assistant_ && assistant_->GoToWindow().IsLoaded())
+      assistant_->GoToWindow().UpdateShowTopFromParent();
   };
   for (auto* box : {&receiver.txtBaud, &receiver.txtRecOutFileName}) {
     box->onGotFocus = [this] { textEntryActive_ = true; };
@@ -95,6 +118,8 @@ void frmAddIn::WireHandlers() {
   };
 
   mnuCompassSyncTime.onClick = [this] { status.SyncSystemTimeForUser(); };
+  mapFeatures_.Compass().calcRouteFromHere = [this] { guidance_->CalcRouteFromHere(true); };
+  chkGuidance.onClick = [this] { guidance_->GuidanceSwitchChanged(chkGuidance.Value() == 1); };
 
   cmdAbout.onClick = [this] { ShowAbout(); };
   receiver.cmdOpenNMEA.onClick = [this] { playback_->Start(); };

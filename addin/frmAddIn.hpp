@@ -9,6 +9,7 @@
 #include "gps/ReceiverPanel.hpp"
 #include "gps/ReceiverSession.hpp"
 #include "gps/frmPlayback.hpp"
+#include "guidance/DrivingAssistant.hpp"
 #include "guidance/Guidance.hpp"
 #include "host/map/ActiveMap.hpp"
 #include "host/map/MapView.hpp"
@@ -45,6 +46,11 @@ struct MainWindowServices {
   // The map beside ORVO: its open document (none: no map ever) and its view (the zoom keys).
   host::map::MapApplication* map = nullptr;
   host::map::MapView* mapView = nullptr;
+  // The open document's route and the host's unit: with both, the driving assistant is real.
+  host::map::ActiveRoute* route = nullptr;
+  const host::map::MapHost* mapHost = nullptr;
+  // The guidance voice; none: silent.
+  host::speech::SpeechEngine* speech = nullptr;
 };
 
 class frmAddIn : public host::ui::Window,
@@ -65,6 +71,12 @@ class frmAddIn : public host::ui::Window,
   void UseMapTracking(tracking::MapTracking& tracking) { mapTracking_ = &tracking; }
   tracking::MapFeatures& Map() { return mapFeatures_; }
   void UseGuidance(guidance::Guidance& guidance) { guidance_ = &guidance; }
+  // The driving assistant's engine; null when the program gave no route.
+  guidance::GuidanceEngine* GuidanceEngine() {
+    return assistant_ ? &assistant_->Engine() : nullptr;
+  }
+  guidance::frmGM* GoToWindow() { return assistant_ ? &assistant_->GoToWindow() : nullptr; }
+  guidance::DrivingAssistant* Assistant() { return assistant_.get(); }
 
   // The one entry for received NMEA text: the serial port and playback feed it.
   bool ProcessData(std::string_view text) override { return session_.ProcessData(text); }
@@ -163,6 +175,8 @@ class frmAddIn : public host::ui::Window,
   host::platform::NumberLocale numberLocale_;
   guidance::NullGuidance nullGuidance_;
   guidance::Guidance* guidance_ = &nullGuidance_;
+  void MakeGuidanceEngine();
+  std::unique_ptr<guidance::DrivingAssistant> assistant_;
   settings::FormPlacement placement_;
   std::unique_ptr<frmShortKeyFlash> flash_;
   bool textEntryActive_ = false;

@@ -40,7 +40,12 @@ void frmAddIn::OnUnload() {
   SaveSettings();
   if (flash_) flash_->Unload();
   playback_->Unload();
-  step("Form_Unload", [this] { guidance_->UnloadWindows(); });
+  step("Form_Unload", [this] {
+    if (assistant_)
+      assistant_->UnloadWindows();
+    else
+      guidance_->UnloadWindows();
+  });
 }
 
 template <class Step>

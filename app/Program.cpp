@@ -292,6 +292,8 @@ class Program {
                                           .requestQuit = [this] { RequestQuit(); },
                                           .mapView = &mapView_,
                                           .map = &documentMap_,
+                                          .route = &route_,
+                                          .mapHost = &mapHost_,
                                           .speech = speech_.get()});
     session_.emplace(*services_);
     std::cout << "ORVO is running at " << bridge_.Url() << std::endl;

@@ -21,6 +21,10 @@ class Guidance {
   virtual void GuidanceStep(int /*step*/) {}
   // Ends go-to waypoint mode; `hide` also hides its window.
   virtual void GMStop(bool /*hide*/) {}
+  // `chkGuidance` was ticked or cleared.
+  virtual void GuidanceSwitchChanged(bool /*ticked*/) {}
+  // The compass menu's route item and a single R: a route from the current position.
+  virtual void CalcRouteFromHere(bool /*keepView*/) {}
   // The go-to window's check box follows the off-track switch.
   virtual void UpdateAutoRecalc() {}
   // The guidance settings, loaded and saved with the main window's.

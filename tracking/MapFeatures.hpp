@@ -45,6 +45,9 @@ class MapFeatures final : public MapTracking, public MapActions {
   void PrepareCompassMenu() override { compass_.ApplyEnabling(); }
   void LocateCurrentPosition() override { tracker_.LocateCurrentPosition(); }
   void PushPinHere() override { compass_.PushAPinHere(); }
+  void CalcRouteFromHere() override {
+    if (compass_.calcRouteFromHere) compass_.calcRouteFromHere();
+  }
   void ZoomMap(int direction) override;
 
   TrailRecorder& Trail() { return trail_; }

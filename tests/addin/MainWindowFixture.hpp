@@ -46,7 +46,7 @@ class FakeSerialPort final : public host::serial::SerialPort {
   void SetOnComm(CommEventHandler handler) override { onComm = std::move(handler); }
 
   // The receiver sends a chunk.
-  void Receive(std::string text) {
+  void Receive(const std::string& text) {
     input += text;
     if (onComm) onComm(host::serial::kEventReceive);
   }

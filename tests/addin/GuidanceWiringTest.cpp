@@ -1,0 +1,66 @@
+// The driving assistant as the main window wires it: R, the compass route item, Page Down and F7
+// reach the engine, the go-to window opens, and a route that cannot be made says why.
+#include <gtest/gtest.h>
+
+#include "tests/addin/MainWindowFixture.hpp"
+#include "tests/guidance/GuidanceFakes.hpp"
+#include "tests/tracking/FakeActiveMap.hpp"
+
+namespace orvo::addin {
+namespace {
+
+using host::ui::Milliseconds;
+
+struct GuidanceWiring : testing::MainWindowFixture, ::testing::Test {
+  GuidanceWiring() {
+    window = std::make_unique<frmAddIn>(MainWindowServices{.desktop = desktop,
+                                                           .settings = store,
+                                                           .verbose = verbose,
+                                                           .clock = clock,
+                                                           .timeZone = timeZone,
+                                                           .serialPort = port,
+                                                           .declination = declination,
+                                                           .map = &application,
+                                                           .mapView = &view,
+                                                           .route = &route,
+                                                           .mapHost = &mapHost});
+    window->Show();
+    for (const auto& [name, lat] : {std::pair{"Home", 43.73}, {"Shop", 43.74}, {"Work", 43.75}})
+      route.AddWaypoint({lat, 7.42}, name);
+  }
+  std::vector<std::string> Names() const { return route.Names(); }
+
+  testing::FakeMapApplication application;
+  guidance::testing::FakeRoute route;
+  host::map::MapHost mapHost{folder.Path()};
+};
+
+TEST_F(GuidanceWiring, KeysAndTheCompassItemDriveTheEngine) {
+  ASSERT_NE(window->GuidanceEngine(), nullptr);
+  window->HandleShortKey(82, 0);  // R once: a route from here a second later
+  EXPECT_EQ(route.calculations, 0);
+  scheduler.Advance(Milliseconds(1000));
+  EXPECT_EQ(Names(), (std::vector<std::string>{"Current Position", "Shop"}));
+  ASSERT_TRUE(window->GoToWindow()->Visible());
+  EXPECT_EQ(window->GoToWindow()->lstWp.Items().size(), 3u);
+  window->HandleShortKey(34, 0);  // Page Down: the next waypoint
+  EXPECT_EQ(Names(), (std::vector<std::string>{"Current Position", "Work"}));
+  EXPECT_EQ(window->GoToWindow()->scrWpSel.Value(), 3);
+  window->HandleShortKey(82, 0);  // R twice: the off-track switch, the window's box follows
+  window->HandleShortKey(82, 0);
+  EXPECT_TRUE(window->GuidanceState().offTrackRecalc);
+  EXPECT_EQ(window->GoToWindow()->chkAutoCalc.Value(), 1);
+  window->HandleShortKey(118, 0);  // F7 on, then off: the user's route is back
+  window->HandleShortKey(118, 0);
+  EXPECT_EQ(window->chkGuidance.Value(), 0);
+  EXPECT_EQ(Names(), (std::vector<std::string>{"Home", "Shop", "Work"}));
+  route.failWith = "No road near Current Position";
+  window->mnuCompassCalcRouteFromHere.SetEnabled(true);
+  window->mnuCompassCalcRouteFromHere.UserClick();
+  EXPECT_EQ(dialogs.Prompts(), std::vector<std::string>{"No road near Current Position"});
+  window->Unload();
+  EXPECT_EQ(Names(), (std::vector<std::string>{"Home", "Shop", "Work"}));
+}
+
+}  // namespace
+}  // namespace orvo::addin

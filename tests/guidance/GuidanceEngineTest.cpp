@@ -1,0 +1,294 @@
+// The guidance engine over a route on a flat plane with hand-made turns: warning distances, the
+// choice of the instruction to announce, off-track re-calculation, legs one after another, the
+// user's route back at the end, and failures that leave it intact.
+#include <gtest/gtest.h>
+
+#include "guidance/GuidanceEngine.hpp"
+#include "tests/guidance/GuidanceFakes.hpp"
+
+namespace orvo::guidance {
+namespace {
+
+using host::map::DistanceUnit;
+using host::map::GeoPoint;
+using testing::FakeRoute;
+using testing::RecordingDisplay;
+
+class EngineTest : public ::testing::Test {
+ protected:
+  EngineTest() {
+    setup.bgGuideUsingDist = true;
+    setup.dgGuideLowDist = 0.5;
+    route.turnsAt = [](GeoPoint from, GeoPoint to) {
+      // Turns at each whole unit between the two ends.
+      std::vector<GeoPoint> turns;
+      const double length = testing::PlaneDistance(from, to);
+      for (int step = 1; step < static_cast<int>(std::lround(length)); ++step) {
+        const double f = step / length;
+        turns.push_back(
+            {from.latitudeDegrees + f * (to.latitudeDegrees - from.latitudeDegrees),
+             from.longitudeDegrees + f * (to.longitudeDegrees - from.longitudeDegrees)});
+      }
+      return turns;
+    };
+    fix.FixMode = gps::kFixMode3D;
+    engine.UseGoToView(nullptr);
+  }
+
+  void Plan(const std::vector<std::pair<std::string, GeoPoint>>& waypoints) {
+    for (const auto& [name, at] : waypoints) route.AddWaypoint(at, name);
+    route.Calculate();
+  }
+  void At(double lat, double lon) {
+    fix.Latitude = lat;
+    fix.Longitude = lon;
+  }
+  std::vector<std::string> TickAt(double lat, double lon) {
+    At(lat, lon);
+    const std::size_t before = display.announced.size();
+    engine.GuidanceTick();
+    const std::vector<std::string> texts = display.Texts();
+    return {texts.begin() + static_cast<std::ptrdiff_t>(before), texts.end()};
+  }
+
+  gps::GpsFix fix;
+  MMSetup setup{".", host::platform::NumberLocale{}};
+  FakeRoute route;
+  RecordingDisplay display;
+  DistanceUnit unit = DistanceUnit::Miles;
+  std::vector<std::string> messages;
+  std::vector<std::string> diagnostics;
+  GuidanceEngine engine{GuidanceEngineParts{
+      .route = &route,
+      .fix = fix,
+      .setup = setup,
+      .unit = [this] { return unit; },
+      .distance = testing::PlaneDistance,
+      .display = display,
+      .diagnostics = [this](std::string_view text) { diagnostics.emplace_back(text); },
+      .showMessage = [this](const std::string& text) { messages.push_back(text); }}};
+};
+
+TEST_F(EngineTest, WarningDistanceInBothModesAndUnits) {
+  struct Case {
+    double knots;
+    bool usingDist;
+    DistanceUnit unit;
+    double expected;
+  };
+  setup.dgGuideLowDist = 0.03;
+  for (const Case test : {
+           Case{0, false, DistanceUnit::Miles, 4 * 1.1507794 * 0.0042},  // ~0.0193 mi
+           Case{20, false, DistanceUnit::Kilometres, 24 * 1.852 * 0.0042},
+           Case{34.7, false, DistanceUnit::Miles, 38.7 * 1.1507794 * 0.0084},  // exactly fast
+           Case{34.6, false, DistanceUnit::Miles, 38.6 * 1.1507794 * 0.0042},
+           Case{0, true, DistanceUnit::Miles, 0.03},
+           Case{34.7, true, DistanceUnit::Kilometres, 0.5},
+       }) {
+    setup.bgGuideUsingDist = test.usingDist;
+    unit = test.unit;
+    EXPECT_DOUBLE_EQ(engine.WarnDistance(test.knots), test.expected) << test.knots;
+  }
+  setup.bgGuideUsingDist = false;
+  unit = DistanceUnit::Miles;
+  EXPECT_NEAR(engine.WarnDistance(0), 0.0193, 0.0001);
+}
+
+// A leg from (0,0) to (0,3) with turns at (0,1) and (0,2): Depart 1, turns 2 and 3, Arrive 4.
+// The first tick at the start announces the departure; the second is the case.
+TEST_F(EngineTest, WhichInstructionIsAnnouncedAndWhenTheRouteIsRecalculated) {
+  struct Case {
+    const char* what;
+    GeoPoint at;
+    int fixMode = gps::kFixMode3D;
+    bool autoRecalc = false;
+    double warn = 0.5;
+    bool hold = false;
+    std::vector<std::string> announced;
+    bool recalculated = false;
+  };
+  const std::vector<Case> cases = {
+      {"exactly at the warning distance announces",
+       {0, 0.5},
+       3,
+       false,
+       0.5,
+       false,
+       {"Turn at 0.00,1.00"}},
+      {"just beyond it does not", {0, 0.4999}, 3, false, 0.5, false, {}},
+      {"equally near two turns: the lower", {0, 1.5}, 3, false, 0.5, false, {"Turn at 0.00,1.00"}},
+      {"an announcement on hold waits", {0, 0.9}, 3, false, 0.5, true, {}},
+      {"exactly at the threshold is on track", {0.5, 0}, 3, true, 0.1, false, {}},
+      {"beyond it re-calculates", {0.5001, 0}, 3, true, 0.1, false, {}, true},
+      {"not without a valid fix", {0.6, 0}, 1, true, 0.1, false, {}},
+      {"not while switched off", {0.6, 0}, 3, false, 0.1, false, {}},
+      {"not within warning distance of a turn",
+       {0.6, 1},
+       3,
+       true,
+       0.7,
+       false,
+       {"Turn at 0.00,1.00"}},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.what);
+    engine.GMStop(true);
+    route.Clear();
+    Plan({{"Home", {0, 0}}, {"Work", {0, 3}}});
+    display.announceHold = false;
+    setup.dgGuideLowDist = 0.5;
+    ASSERT_EQ(TickAt(0, 0), std::vector<std::string>{"Depart from Current Position"});
+    setup.bgGuideAutoRecalcOn = test.autoRecalc;
+    setup.dgGuideAutoRecalcThreshold = 0.5;
+    setup.dgGuideLowDist = test.warn;
+    display.announceHold = test.hold;
+    fix.FixMode = static_cast<std::int16_t>(test.fixMode);
+    const int calculations = route.calculations;
+    EXPECT_EQ(TickAt(test.at.latitudeDegrees, test.at.longitudeDegrees), test.announced);
+    EXPECT_EQ(route.calculations - calculations, test.recalculated ? 1 : 0);
+    if (test.recalculated) {
+      EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Work"}));
+      EXPECT_DOUBLE_EQ(route.waypoints[0].location.latitudeDegrees, 0.5001);
+      EXPECT_EQ(engine.GuideCurIndex(), 0);
+    }
+    fix.FixMode = gps::kFixMode3D;
+  }
+}
+
+TEST_F(EngineTest, AnnouncementCarriesSecondsAndDistances) {
+  Plan({{"Home", {0, 0}}, {"Work", {0, 3}}});
+  TickAt(0, 0);
+  fix.SpeedKnots = 10;
+  TickAt(0, 0.75);
+  ASSERT_EQ(display.announced.size(), 2u);
+  const testing::Announcement& turn = display.announced[1];
+  EXPECT_EQ(turn.secsBetween, 100);  // one plane unit to the next turn
+  EXPECT_DOUBLE_EQ(turn.secsUntil, 0.25 * 3600 / 1.1507794 / 14);
+  EXPECT_DOUBLE_EQ(display.distances.back().first, 0.25);
+  EXPECT_DOUBLE_EQ(display.distances.back().second, 1.0);
+  EXPECT_EQ(engine.GuideCurIndex(), 2);
+  // Never backwards: the departure, nearer now, is not announced again.
+  EXPECT_TRUE(TickAt(0, 0.1).empty());
+}
+
+// Three waypoints, the start skipped: two legs, each announced in order, then the user's route
+// comes back with its names and the engine is idle.
+TEST_F(EngineTest, DrivesLegByLegAndRestoresTheRouteAtTheEnd) {
+  display.holdUntilArrival = true;
+  Plan({{"Home", {0, 0}}, {"Shop", {0, 2}}, {"Work", {2, 2}}});
+  std::vector<std::string> heard;
+  std::vector<int> targets;
+  const auto drive = [&](GeoPoint from, GeoPoint to) {
+    for (int step = 0; step <= 20; ++step) {
+      const double f = step / 20.0;
+      for (const std::string& text :
+           TickAt(from.latitudeDegrees + f * (to.latitudeDegrees - from.latitudeDegrees),
+                  from.longitudeDegrees + f * (to.longitudeDegrees - from.longitudeDegrees)))
+        heard.push_back(text);
+      if (targets.empty() || targets.back() != engine.GoToIndex())
+        targets.push_back(engine.GoToIndex());
+    }
+  };
+  drive({0, 0}, {0, 2});
+  drive({0, 2}, {2, 2});
+  engine.GuidanceTick();
+  EXPECT_EQ(heard, (std::vector<std::string>{"Depart from Current Position", "Turn at 0.00,1.00",
+                                             "Arrive at Shop", "Depart from Current Position",
+                                             "Turn at 1.00,2.00", "Arrive at Work"}));
+  EXPECT_EQ(targets, (std::vector<int>{2, 3, 1}));
+  EXPECT_FALSE(engine.GoToActive());
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Home", "Shop", "Work"}));
+  EXPECT_EQ(engine.GuideBusy(), 0);
+}
+
+TEST_F(EngineTest, GoToOperationsAndTheSwitch) {
+  Plan({{"Home", {0, 0}}, {"Shop", {0, 2}}, {"Work", {2, 2}}});
+  TickAt(0, 0);
+  EXPECT_EQ(engine.GoToIndex(), 2);
+  engine.GuidanceStep(+1);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Work"}));
+  engine.GuidanceStep(+1);  // beyond the last: ignored
+  engine.GMGoWp(0);
+  EXPECT_EQ(engine.GoToIndex(), 3);
+  engine.GuidanceStep(-2);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Home"}));
+  // The user re-plans while guided: their new route becomes the journey.
+  route.Clear();
+  Plan({{"Beach", {3, 0}}, {"Port", {3, 3}}});
+  EXPECT_EQ(engine.GoToWaypoints().size(), 2u);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Port"}));
+  // Switching off puts the user's route back; on again starts from it at the next tick.
+  engine.GuidanceSwitchChanged(false);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Beach", "Port"}));
+  EXPECT_FALSE(engine.GoToActive());
+  route.Calculate();
+  TickAt(3, 0);
+  EXPECT_TRUE(engine.GoToActive());
+  // "Current Position" first in the user's route: nothing skipped.
+  engine.GMStop(true);
+  route.Clear();
+  Plan({{"Current Position", {3, 0}}, {"Port", {3, 3}}});
+  TickAt(3, 0);
+  EXPECT_EQ(engine.GoToIndex(), 1);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Port"}));
+  EXPECT_EQ(engine.GuideBusy(), 0);
+}
+
+TEST_F(EngineTest, FailuresKeepTheUsersRoute) {
+  Plan({{"Home", {0, 0}}, {"Work", {0, 3}}});
+  route.failWith = "No road near Work";
+  TickAt(0, 0);
+  EXPECT_TRUE(engine.GoToActive());
+  engine.CalcRouteFromHere(true);
+  EXPECT_EQ(messages, std::vector<std::string>{"No road near Work"});
+  // Each tick tries the leg again rather than taking the half-made leg for the user's route.
+  TickAt(0, 0);
+  EXPECT_EQ(engine.GoToWaypoints().size(), 2u);
+  route.failWith = nullptr;
+  EXPECT_EQ(TickAt(0, 0), std::vector<std::string>{});
+  EXPECT_TRUE(route.IsCalculated());
+  EXPECT_EQ(TickAt(0, 0), std::vector<std::string>{"Depart from Current Position"});
+  // Off the route where no road can be found: the journey survives to the next attempt.
+  setup.bgGuideAutoRecalcOn = true;
+  route.failWith = "No road near Current Position";
+  TickAt(5, 5);
+  route.failWith = nullptr;
+  TickAt(5, 5);
+  EXPECT_TRUE(route.IsCalculated());
+  EXPECT_EQ(engine.GoToWaypoints().size(), 2u);
+  engine.GMStop(true);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Home", "Work"}));
+  EXPECT_EQ(engine.GuideBusy(), 0);
+  // A host that keeps a waypoint through Clear leaves a leg of three: the warning shows.
+  route.keepOnClear = true;
+  route.Calculate();
+  EXPECT_EQ(TickAt(0, 0).front(), kMultipleWaypointsWarning);
+}
+
+TEST_F(EngineTest, NothingWithoutAFixOrAMapAndTheSwitchFollowsTheKey) {
+  Plan({{"Home", {0, 0}}, {"Work", {0, 3}}});
+  fix.FixMode = gps::kFixModeNoData;
+  TickAt(0, 0);
+  EXPECT_FALSE(engine.GoToActive());
+  fix.FixMode = gps::kFixMode3D;
+  bool hasMap = false;
+  GuidanceEngine mapless{GuidanceEngineParts{.route = &route,
+                                             .hasMap = [&hasMap] { return hasMap; },
+                                             .fix = fix,
+                                             .setup = setup,
+                                             .unit = [] { return DistanceUnit::Miles; },
+                                             .distance = testing::PlaneDistance,
+                                             .display = display}};
+  mapless.GuidanceTick();
+  mapless.CalcRouteFromHere(true);
+  EXPECT_FALSE(mapless.GoToActive());
+  // The R key flips the shared switch; the setting follows, and the other way round.
+  mapless.State().offTrackRecalc = true;
+  mapless.UpdateAutoRecalc();
+  EXPECT_TRUE(setup.bgGuideAutoRecalcOn);
+  setup.bgGuideAutoRecalcOn = false;
+  EXPECT_FALSE(mapless.State().offTrackRecalc);
+}
+
+}  // namespace
+}  // namespace orvo::guidance
