@@ -91,6 +91,7 @@ void GuidanceEngine::StartGoToMode() {
     return;
   }
   if (goToView_ != nullptr) goToView_->GMInit();
+  display_->ShowDisplay();
   GoToCurrentWaypoint();
 }
 

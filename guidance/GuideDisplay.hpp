@@ -26,6 +26,8 @@ class GuideDisplay {
   virtual void UpdateDistance(double approachDist, double nextTurnDist) = 0;
   // Speaks the instruction shown.
   virtual void SpeakDirection() = 0;
+  // Guidance starts: the window comes up (again, if the user closed it).
+  virtual void ShowDisplay() {}
 
   // Distances may be refreshed while this is set.
   bool guideShown = false;

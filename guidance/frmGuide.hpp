@@ -43,6 +43,7 @@ class frmGuide final : public host::ui::Window, public GuideDisplay {
                    std::int32_t secsBetween, double secsUntil) override;
   void UpdateDistance(double approachDist, double nextTurnDist) override;
   void SpeakDirection() override;
+  void ShowDisplay() override { Show(); }
 
   // The hold after an announcement: a little longer than the time to reach it, 2 to 65.5 s.
   static int HoldMs(double secsUntil);

@@ -165,7 +165,8 @@ async function start(): Promise<void> {
   connection.onMessage = withPins(map.map, send, connection.onMessage);
   // After the pins, whose right-click menu comes first.
   const planner = new RoutePlanner(map.map, send);
-  element('stage').append(planner.element);
+  // Over the map, under ORVO's windows.
+  element('stage').insertBefore(planner.element, desktopElement);
   const routeButton = Object.assign(document.createElement('button'), { className: 'theme-switch route-switch', textContent: 'Route', title: 'Show or hide the route planner' });
   routeButton.addEventListener('click', () => planner.toggle());
   bar.tools.insertBefore(routeButton, unitButton);
