@@ -73,6 +73,10 @@ export class PinLayer {
       this.hover(event.pixel);
     });
     map.on('movestart', () => this.closeMenu?.());
+    // Only the pins drawn at the zoom shown are handed to the layer.
+    const showZoom = () => this.store.showZoom(map.getView().getZoom() ?? 0);
+    map.getView().on('change:resolution', showZoom);
+    showZoom();
     this.viewport.addEventListener('contextmenu', (event) => {
       const pin = this.pinAt(map.getEventPixel(event));
       if (!pin) return;

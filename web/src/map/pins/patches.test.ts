@@ -9,7 +9,7 @@ const pin = (id: number, symbol = 1, lat = 43.7, lon = 7.4, balloon = 0) => [id,
 
 function store() {
   const s = new PinStore(new VectorSource<Feature<Point>>());
-  const ids = () => s.source.getFeatures().map((f) => f.getId()).sort((a, b) => Number(a) - Number(b));
+  const ids = () => [...s.source.getFeatures(), ...s.moved.getFeatures()].map((f) => f.getId()).sort((a, b) => Number(a) - Number(b));
   return { s, ids };
 }
 
@@ -24,7 +24,7 @@ describe('pins patches', () => {
     expect(ids()).toEqual([2, 3]);
     expect(result.removed).toEqual([1]);
     expect(result.changed.map((p) => p.balloon)).toEqual([2]);
-    const moved = s.source.getFeatureById(2) as Feature<Point>;
+    const moved = s.feature(2) as Feature<Point>;
     expect(moved.get('cell')).toBe(65 + 3);
     const [lon, lat] = toLonLat(moved.getGeometry()!.getCoordinates());
     expect([lat, lon].map((v) => v.toFixed(5))).toEqual(['43.75000', '7.42000']);
@@ -36,6 +36,21 @@ describe('pins patches', () => {
     expect(s.apply({ type: 'pins', reset: true }).reset).toBe(true);
     expect(ids()).toEqual([]);
     expect(s.size).toBe(0);
+  });
+
+  it('hands the layer only the pins drawn at the zoom shown', () => {
+    const { s, ids } = store();
+    const shown = () => s.source.getFeatures().map((f) => f.getId()).sort();
+    s.showZoom(3.4);
+    s.apply({ type: 'pins', add: [pin(1), pin(2), pin(3, 1, 10, 100)] });
+    expect(shown()).toEqual([1, 3]);
+    s.showZoom(17);
+    expect(shown()).toEqual([1, 2, 3]);
+    s.showZoom(0.5);
+    s.apply({ type: 'pins', add: [pin(4)], remove: [2] });
+    expect([shown(), ids()]).toEqual([[1, 3], [1, 3]]);
+    s.showZoom(18);
+    expect(shown()).toEqual([1, 3, 4]);
   });
 
   it('draws a pin that moves above the pins placed once, and forgets it there too', () => {

@@ -3,7 +3,7 @@
 import Feature from 'ol/Feature';
 import Point from 'ol/geom/Point';
 import { fromLonLat } from 'ol/proj';
-import type VectorSource from 'ol/source/Vector';
+import VectorSource from 'ol/source/Vector';
 import { atlasCell, symbolDrawing } from './catalogue';
 import { Thinning } from './thinning';
 
@@ -63,16 +63,19 @@ export interface PatchResult {
 export class PinStore {
   private readonly pins = new Map<number, Pin>();
   private readonly thinning = new Thinning();
+  // Every placed pin's feature; SOURCE holds those drawn at the zoom shown (see showZoom).
+  private readonly placed = new Map<number, Feature<Point>>();
+  private zoomShown = Infinity;
 
   // SOURCE holds the pins as placed; a pin that moves afterwards (the current position) goes to
   // MOVED, drawn above them, so that the trail it leaves never covers it.
   constructor(
     readonly source: VectorSource<Feature<Point>>,
-    readonly moved: VectorSource<Feature<Point>> = source,
+    readonly moved: VectorSource<Feature<Point>> = new VectorSource<Feature<Point>>(),
   ) {}
 
   feature(id: number): Feature<Point> | null {
-    return this.source.getFeatureById(id) ?? this.moved.getFeatureById(id);
+    return this.placed.get(id) ?? this.moved.getFeatureById(id);
   }
 
   get size(): number {
@@ -81,6 +84,21 @@ export class PinStore {
 
   get(id: number): Pin | undefined {
     return this.pins.get(id);
+  }
+
+  // Keeps in SOURCE only the pins drawn at ZOOM: the WebGL layer then builds its buffers from a
+  // few thousand pins, not from a whole day's trail, whenever the view changes.
+  showZoom(zoom: number): void {
+    const shown = Math.floor(zoom);
+    if (shown === this.zoomShown) return;
+    const [low, high] = shown > this.zoomShown ? [this.zoomShown, shown] : [shown, this.zoomShown];
+    const crossing = [...this.placed.values()].filter((feature) => {
+      const from = feature.get('minZoom') as number;
+      return from > low && from <= high;
+    });
+    if (shown > this.zoomShown) this.source.addFeatures(crossing);
+    else this.source.removeFeatures(crossing.filter((feature) => this.source.hasFeature(feature)));
+    this.zoomShown = shown;
   }
 
   // Applies one `pins` message. Anything malformed is left out and described; the rest applies.
@@ -101,20 +119,22 @@ export class PinStore {
     if (m.reset === true) {
       this.pins.clear();
       this.thinning.clear();
+      this.placed.clear();
       this.source.clear(true);
       this.moved.clear(true);
       result.reset = true;
     }
     const removals: Feature<Point>[] = [];
     for (const id of list('remove')) {
-      const feature = typeof id === 'number' ? this.source.getFeatureById(id) : null;
-      const movedFeature = typeof id === 'number' ? this.moved.getFeatureById(id) : null;
+      if (typeof id !== 'number' || !this.pins.has(id)) continue; // already gone: nothing to do
+      const feature = this.placed.get(id);
+      if (feature && this.source.hasFeature(feature)) removals.push(feature);
+      const movedFeature = this.moved.getFeatureById(id);
       if (movedFeature) this.moved.removeFeature(movedFeature);
-      if (!feature && !movedFeature) continue; // already gone: nothing to do
-      if (feature) removals.push(feature);
-      this.pins.delete(id as number);
-      this.thinning.release(id as number);
-      result.removed.push(id as number);
+      this.placed.delete(id);
+      this.pins.delete(id);
+      this.thinning.release(id);
+      result.removed.push(id);
     }
     if (removals.length) this.source.removeFeatures(removals);
 
@@ -131,14 +151,13 @@ export class PinStore {
         feature.setProperties(styleProperties(pin), true);
         const before = this.pins.get(pin.id);
         feature.getGeometry()?.setCoordinates(where);
-        if (before && (before.lat !== pin.lat || before.lon !== pin.lon)) {
-          if (this.moved !== this.source && this.source.hasFeature(feature)) {
-            this.source.removeFeature(feature);
-            this.moved.addFeature(feature);
-          }
-          // A pin on the move is always drawn; the others keep their place in the grid.
-          if (this.moved.hasFeature(feature)) this.thinning.release(pin.id);
-          feature.set('minZoom', this.moved.hasFeature(feature) ? 0 : this.thinning.place(pin.id, where[0], where[1]), true);
+        if (before && (before.lat !== pin.lat || before.lon !== pin.lon) && this.placed.has(pin.id)) {
+          // A pin on the move is always drawn, above the others; its place in the grid is free.
+          this.placed.delete(pin.id);
+          if (this.source.hasFeature(feature)) this.source.removeFeature(feature);
+          this.thinning.release(pin.id);
+          feature.set('minZoom', 0, true);
+          this.moved.addFeature(feature);
         }
       } else if (adding) {
         const created = new Feature<Point>({
@@ -155,7 +174,9 @@ export class PinStore {
       result.changed.push(pin);
     };
     for (const tuple of list('add')) upsert(tuple, true);
-    if (additions.size) this.source.addFeatures([...additions.values()]);
+    for (const [id, feature] of additions) this.placed.set(id, feature);
+    const shown = [...additions.values()].filter((feature) => (feature.get('minZoom') as number) <= this.zoomShown);
+    if (shown.length) this.source.addFeatures(shown);
     for (const tuple of list('update')) upsert(tuple, false);
     return result;
   }
