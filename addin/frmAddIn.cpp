@@ -85,6 +85,7 @@ void frmAddIn::MakeGuidanceEngine() {
       .route = *services_.route,
       .mapHost = *services_.mapHost,
       .map = services_.map,
+      .view = services_.mapView,
       .speech = services_.speech,
       .fix = session_.Fix(),
       .numberLocale = services_.numberLocale(),

@@ -11,8 +11,8 @@ DrivingAssistant::DrivingAssistant(DrivingAssistantParts parts) {
     return mapHost.Unit() == host::map::DistanceUnit::Kilometres;
   };
   // The pictures and DEFAULT.WAV are found where the page is served them from.
-  setup_ = std::make_unique<MMSetup>(host::platform::AppFolder(), parts.numberLocale,
-                                     parts.diagnostics);
+  setup_ =
+      std::make_unique<MMSetup>(host::platform::AppFolder(), parts.numberLocale, parts.diagnostics);
   guide_ = std::make_unique<frmGuide>(
       parts.desktop, *setup_, parts.store,
       GuideLinks{.speech = parts.speech, .forwardKey = parts.keyUp, .kilometres = kilometres});
@@ -32,10 +32,11 @@ DrivingAssistant::DrivingAssistant(DrivingAssistantParts parts) {
       .display = *guide_,
       .diagnostics = parts.diagnostics,
       .showMessage = [&desktop = parts.desktop](const std::string& text) { desktop.MsgBox(text); },
-      .store = &parts.store});
-  goTo_ = std::make_unique<frmGM>(
-      parts.desktop, parts.store, *engine_, *setup_,
-      GoToOwner{.alwaysOnTop = parts.alwaysOnTop, .keyUp = parts.keyUp});
+      .store = &parts.store,
+      .view = parts.view});
+  goTo_ =
+      std::make_unique<frmGM>(parts.desktop, parts.store, *engine_, *setup_,
+                              GoToOwner{.alwaysOnTop = parts.alwaysOnTop, .keyUp = parts.keyUp});
   engine_->UseGoToView(goTo_.get());
 }
 

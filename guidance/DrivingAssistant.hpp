@@ -27,7 +27,8 @@ struct DrivingAssistantParts {
   settings::SettingsStore& store;
   host::map::ActiveRoute& route;
   const host::map::MapHost& mapHost;
-  host::map::MapApplication* map;    // null: no map beside ORVO
+  host::map::MapApplication* map;      // null: no map beside ORVO
+  host::map::MapView* view;            // null: no map beside ORVO
   host::speech::SpeechEngine* speech;  // null: silent
   const gps::GpsFix& fix;
   host::platform::NumberLocale numberLocale;

@@ -20,6 +20,7 @@
 #include "guidance/MMSetup.hpp"
 #include "host/map/ActiveRoute.hpp"
 #include "host/map/MapHost.hpp"
+#include "host/map/MapView.hpp"
 
 namespace orvo::guidance {
 
@@ -64,6 +65,9 @@ struct GuidanceEngineParts {
   std::function<void(const std::string&)> showMessage = {};
   // The settings store the guidance settings are loaded from and saved to; may be null.
   settings::SettingsStore* store = nullptr;
+  // The map's view, kept over a route calculated from here (its zoom stands for the altitude);
+  // may be null.
+  host::map::MapView* view = nullptr;
 };
 
 // Shows nothing: the engine's display until the guidance window is given.

@@ -3,6 +3,7 @@
 // end.
 #include <algorithm>
 #include <exception>
+#include <optional>
 
 #include "guidance/GuidanceEngine.hpp"
 
@@ -40,9 +41,7 @@ void GuidanceEngine::CalcRouteFromHere(bool keepView) {
   }
 }
 
-// KEEP_VIEW is taken for the interface's sake: the page keeps its own view while a route is
-// drawn, so there is no altitude to put back.
-void GuidanceEngine::RouteFromHere(bool /*keepView*/) {
+void GuidanceEngine::RouteFromHere(bool keepView) {
   if (!HasMap()) return;
   if (!goToActive_) {
     StartGoToMode();
@@ -51,6 +50,8 @@ void GuidanceEngine::RouteFromHere(bool /*keepView*/) {
   Busy busy(*this);
   host::map::ActiveRoute& route = *parts_.route;
   const bool skipFlag = parts_.setup.gbGMSkip1stWp;
+  std::optional<double> keptZoom;
+  if (keepView && parts_.view != nullptr) keptZoom = parts_.view->State().zoom;
   if (const auto current = FindCurrentPosition(route.Waypoints())) route.DeleteWaypoint(*current);
   if (route.Waypoints().empty()) return;
 
@@ -66,6 +67,7 @@ void GuidanceEngine::RouteFromHere(bool /*keepView*/) {
   try {
     route.Calculate();
     legFailed_ = false;
+    if (keptZoom) parts_.view->GoTo(Here().latitudeDegrees, Here().longitudeDegrees, *keptZoom);
   } catch (const RouteError&) {
     legFailed_ = true;
     throw;

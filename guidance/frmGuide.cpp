@@ -137,6 +137,7 @@ int frmGuide::HoldMs(double secsUntil) {
 
 void frmGuide::Play(const std::vector<std::string>& files) {
   std::vector<std::string> addresses;
+  addresses.reserve(files.size());
   for (const std::string& file : files) addresses.push_back(SoundAddress(setup_.AppFolder(), file));
   if (!addresses.empty()) GetDesktop().Publish(SoundMessage(std::move(addresses)));
 }
@@ -177,6 +178,7 @@ void frmGuide::SetInstruct(const host::map::Direction* direction, double time,
     return;  // an action the tables do not know ends the announcement here
   }
   std::vector<std::string> files;
+  files.reserve(sounds.size());
   for (const SoundToPlay& sound : sounds) files.push_back(sound.file);
   Play(files);
   TimerExpireDisplay.SetTimerEnabled(false);

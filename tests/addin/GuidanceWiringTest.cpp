@@ -37,15 +37,23 @@ struct GuidanceWiring : testing::MainWindowFixture, ::testing::Test {
 
 TEST_F(GuidanceWiring, KeysAndTheCompassItemDriveTheEngine) {
   ASSERT_NE(window->GuidanceEngine(), nullptr);
+  view.SetInitialView(43.0, 7.0, 16);
   window->HandleShortKey(82, 0);  // R once: a route from here a second later
   EXPECT_EQ(route.calculations, 0);
   scheduler.Advance(Milliseconds(1000));
   EXPECT_EQ(Names(), (std::vector<std::string>{"Current Position", "Shop"}));
+  EXPECT_EQ(view.State().centreLatitudeDegrees, 43.0) << "go-to mode's first leg keeps the view";
   ASSERT_TRUE(window->GoToWindow()->Visible());
   EXPECT_EQ(window->GoToWindow()->lstWp.Items().size(), 3u);
   window->HandleShortKey(34, 0);  // Page Down: the next waypoint
   EXPECT_EQ(Names(), (std::vector<std::string>{"Current Position", "Work"}));
   EXPECT_EQ(window->GoToWindow()->scrWpSel.Value(), 3);
+  window->HandleShortKey(82, 0);  // R again, while go-to mode runs: the map keeps its zoom and
+  scheduler.Advance(Milliseconds(1000));  // shows where the new route starts
+  EXPECT_EQ(Names(), (std::vector<std::string>{"Current Position", "Work"}));
+  EXPECT_EQ(view.State().zoom, 16);
+  EXPECT_EQ(view.State().centreLatitudeDegrees, window->Fix().Latitude);
+  EXPECT_EQ(view.State().centreLongitudeDegrees, window->Fix().Longitude);
   window->HandleShortKey(82, 0);  // R twice: the off-track switch, the window's box follows
   window->HandleShortKey(82, 0);
   EXPECT_TRUE(window->GuidanceState().offTrackRecalc);

@@ -1,13 +1,10 @@
 // The driving assistant end to end: a route planned in the page, "Driving Assistant" ticked, the
 // demo drive replayed along it, and the guidance window announcing the next instruction.
-import { mkdirSync, mkdtempSync, symlinkSync } from 'node:fs';
-import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { afterAll, beforeAll, describe, expect, it } from 'vitest';
-import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
-const REGIONS = join(process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'), 'orvo/regions');
 
 describe('the driving assistant', () => {
   let browser: Browser;
@@ -15,9 +12,7 @@ describe('the driving assistant', () => {
   let dataHome: string;
 
   beforeAll(async () => {
-    dataHome = mkdtempSync(join(tmpdir(), 'orvo-guidance-'));
-    mkdirSync(join(dataHome, 'orvo'));
-    symlinkSync(REGIONS, join(dataHome, 'orvo/regions'));
+    dataHome = dataHomeWithRegions();
     orvo = await startOrvo({ dataHome, arguments: ['--replay', DEMO, '--map', join(dataHome, 'orvo/drive.orvomap')] });
     browser = await openBrowser();
   });

@@ -2,9 +2,9 @@
 // and its own temporary settings and data folders; the browser a fresh profile. Nothing is
 // downloaded: the browser is the system's Chromium.
 import { spawn, type ChildProcess } from 'node:child_process';
-import { mkdtempSync, rmSync } from 'node:fs';
+import { mkdirSync, mkdtempSync, rmSync, symlinkSync } from 'node:fs';
 import { createServer } from 'node:net';
-import { tmpdir } from 'node:os';
+import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { chromium, type BrowserContext, type Page } from 'playwright-core';
 
@@ -80,6 +80,15 @@ export async function startOrvo(options: OrvoOptions = {}): Promise<Orvo & { fol
       return exited;
     },
   };
+}
+
+// A data folder of its own (map documents, exports) that still has the regions the setup built.
+export function dataHomeWithRegions(): string {
+  const regions = join(process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'), 'orvo/regions');
+  const dataHome = mkdtempSync(join(tmpdir(), 'orvo-data-'));
+  mkdirSync(join(dataHome, 'orvo'));
+  symlinkSync(regions, join(dataHome, 'orvo/regions'));
+  return dataHome;
 }
 
 export function removeFolder(folder: string): void {

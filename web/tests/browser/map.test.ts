@@ -2,15 +2,13 @@
 // map document and in the page, a pin deleted by hand coming back, the trail cleared, the pins
 // still there after a restart, and the File menu's map commands.
 import { spawnSync } from 'node:child_process';
-import { existsSync, mkdirSync, mkdtempSync, symlinkSync } from 'node:fs';
-import { homedir, tmpdir } from 'node:os';
+import { existsSync } from 'node:fs';
 import { join, resolve } from 'node:path';
 import type { Page } from 'playwright-core';
 import { afterEach, beforeEach, describe, expect, it } from 'vitest';
-import { ORVO_BINARY, openBrowser, removeFolder, startOrvo, type Browser } from './harness';
+import { dataHomeWithRegions, ORVO_BINARY, openBrowser, removeFolder, startOrvo, type Browser } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
-const REGIONS = join(process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'), 'orvo/regions');
 
 interface StoredPin {
   name: string;
@@ -27,10 +25,7 @@ describe('the map with a replayed drive', () => {
 
   beforeEach(async () => {
     browser = await openBrowser();
-    // A data folder of its own (the map documents, the exports) that still has the real region.
-    dataHome = mkdtempSync(join(tmpdir(), 'orvo-map-'));
-    mkdirSync(join(dataHome, 'orvo'));
-    symlinkSync(REGIONS, join(dataHome, 'orvo/regions'));
+    dataHome = dataHomeWithRegions();
   });
   afterEach(async () => {
     await browser.close();

@@ -1,13 +1,10 @@
 // The route planner against a real orvo and the Monaco region: waypoints found by name and added
 // by right-clicks on the map, the route calculated by Routino and drawn with its directions, the preference
 // and the order changed, a point at sea refused with a message, the route kept over a reload.
-import { mkdirSync, mkdtempSync, symlinkSync } from 'node:fs';
-import { homedir, tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { afterAll, beforeAll, describe, expect, it } from 'vitest';
-import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
 
-const REGIONS = join(process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share'), 'orvo/regions');
 
 describe('the route planner', () => {
   let browser: Browser;
@@ -15,9 +12,7 @@ describe('the route planner', () => {
   let dataHome: string;
 
   beforeAll(async () => {
-    dataHome = mkdtempSync(join(tmpdir(), 'orvo-route-'));
-    mkdirSync(join(dataHome, 'orvo'));
-    symlinkSync(REGIONS, join(dataHome, 'orvo/regions'));
+    dataHome = dataHomeWithRegions();
     orvo = await startOrvo({ dataHome, arguments: ['--map', join(dataHome, 'orvo/route.orvomap')] });
     browser = await openBrowser();
   });
