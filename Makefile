@@ -5,6 +5,8 @@ JOBS       ?= $(shell nproc)
 DATA_HOME  ?= $(or $(XDG_DATA_HOME),$(HOME)/.local/share)
 REGION_DIR := $(DATA_HOME)/orvo/regions/monaco
 DEMO       := data/demo/monaco-drive.nmea
+# The places the demo drive goes through (scripts/make-demo-drive): its route, for guidance.
+DEMO_ROUTE := 43.7299,7.4170;43.7365,7.4214;43.7394,7.4277;43.7445,7.4300
 ORVO_ARGS  ?=
 
 .PHONY: all setup build web region run test test-cpp test-tidy test-asan test-web bench clean
@@ -31,7 +33,7 @@ region: build
 	  XDG_DATA_HOME=$(DATA_HOME) $(BUILD)/orvo region import data/regions/monaco.osm.pbf --name monaco; fi
 
 run: all region
-	$(BUILD)/orvo --region monaco $(if $(wildcard $(DEMO)),--replay $(DEMO)) $(ORVO_ARGS)
+	$(BUILD)/orvo --region monaco $(if $(wildcard $(DEMO)),--replay $(DEMO) --waypoints "$(DEMO_ROUTE)") $(ORVO_ARGS)
 
 test: all region test-cpp test-tidy test-asan test-web test-crosscheck
 

@@ -1,6 +1,7 @@
 // orvo map pins [--map FILE]              the document's pushpins as JSON lines
-// orvo map export [--map FILE] OUT.gpx    the pushpins as GPX 1.1 waypoints
-// Both open the document read-only, so they work while orvo has it open and writes to it.
+// orvo map route [--map FILE]             the active route as JSON (RouteJson.hpp)
+// orvo map export [--map FILE] OUT.gpx    the pushpins and the route as GPX 1.1
+// Each opens the document read-only, so they work while orvo has it open and writes to it.
 #include <iostream>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include "app/Commands.hpp"
 #include "host/map/Gpx.hpp"
 #include "host/map/MapHost.hpp"
+#include "host/map/RouteJson.hpp"
 #include "host/platform/AppFolder.hpp"
 
 namespace orvo::app {
@@ -24,6 +26,7 @@ constexpr int kUsage = 2;
 int Usage(const std::string& problem) {
   if (!problem.empty()) std::cerr << "orvo map: " << problem << '\n';
   std::cerr << "usage: orvo map pins [--map FILE]\n"
+               "       orvo map route [--map FILE]\n"
                "       orvo map export [--map FILE] OUT.gpx\n"
                "Without --map: the document orvo used last, else "
             << (host::platform::UserDataFolder() / kDefaultMapName).string() << '\n';
@@ -73,22 +76,29 @@ int PrintPins(const MapDocument& map) {
 }  // namespace
 
 int RunMap(const Arguments& arguments) {
-  if (arguments.empty()) return Usage("pins or export?");
+  if (arguments.empty()) return Usage("pins, route or export?");
   const std::string& command = arguments.front();
   const MapArguments parsed = ParseArguments(Arguments(arguments.begin() + 1, arguments.end()));
   if (!parsed.problem.empty()) return Usage(parsed.problem);
-  if (command == "pins" && !parsed.files.empty()) return Usage("pins takes no file");
+  if (command != "pins" && command != "route" && command != "export")
+    return Usage("unknown command " + command);
+  if (command != "export" && !parsed.files.empty()) return Usage(command + " takes no file");
   if (command == "export" && parsed.files.size() != 1) return Usage("export writes one .gpx file");
-  if (command != "pins" && command != "export") return Usage("unknown command " + command);
 
   const std::filesystem::path file = parsed.map ? std::filesystem::path(*parsed.map)
                                                 : MapFileToRead(host::platform::UserDataFolder());
   try {
     const MapDocument map(file, MapDocument::Access::ReadOnly);
     if (command == "pins") return PrintPins(map);
+    if (command == "route") {
+      std::cout << PlanToJson(map.Plan()).dump(2, ' ', false,
+                                               nlohmann::ordered_json::error_handler_t::replace)
+                << '\n';
+      return std::cout ? 0 : kFailed;
+    }
     ExportGpx(map, parsed.files.front());
-    std::cerr << "orvo map: " << map.PushpinCount() << " pushpins written to "
-              << parsed.files.front() << '\n';
+    std::cerr << "orvo map: " << map.PushpinCount() << " pushpins and a route of "
+              << map.Plan().Count() << " waypoints written to " << parsed.files.front() << '\n';
     return 0;
   } catch (const std::exception& error) {
     std::cerr << "orvo map: " << error.what() << '\n';

@@ -6,6 +6,8 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
@@ -56,6 +58,8 @@ Options:
   --replay FILE          open the playback window with this NMEA file
   --map FILE             open this map document (created when missing); default: the last one
                          used, at first $XDG_DATA_HOME/orvo/Default.orvomap
+  --waypoints "LAT,LON;LAT,LON;..."
+                         make these the map's route (start, stops, end) and calculate it
   --help                 show this text
 
 Commands:
@@ -63,7 +67,8 @@ Commands:
   declination  magnetic declination at a place and date (World Magnetic Model)
   region       build and list map regions: orvo region import FILE.osm.pbf --name NAME
   simulate     play a simulated GPS receiver
-  map          the map document's pushpins: orvo map pins, orvo map export OUT.gpx
+  map          the map document: orvo map pins, orvo map route, orvo map export OUT.gpx
+  route        directions through points: orvo route LAT,LON LAT,LON ...
 )";
 
 // The page waits this long for the last messages and the close frame at exit; a page that has
@@ -79,6 +84,7 @@ struct Options {
   std::optional<std::string> serialDevice;
   std::optional<std::string> replayFile;
   std::optional<fs::path> mapFile;
+  std::vector<host::map::GeoPoint> waypoints;
   bool help = false;
 };
 
@@ -103,6 +109,24 @@ void ParseListen(const std::string& text, Options& options) {
     throw UsageError("--listen: \"" + portText + "\" is not a port number (0 to 65535)");
   options.address = address;
   options.port = static_cast<unsigned short>(port);
+}
+
+// "43.7299,7.4170;43.7445,7.4300": two or more points.
+std::vector<host::map::GeoPoint> ParseWaypoints(std::string_view text) {
+  std::vector<host::map::GeoPoint> points;
+  while (true) {
+    const std::size_t semicolon = text.find(';');
+    const std::string_view item = text.substr(0, semicolon);
+    const auto point = host::map::ParseGeoPoint(item);
+    if (!point)
+      throw UsageError("--waypoints: \"" + std::string(item) +
+                       "\" is not a point LAT,LON (for example 43.7299,7.4170)");
+    points.push_back(*point);
+    if (semicolon == std::string_view::npos) break;
+    text.remove_prefix(semicolon + 1);
+  }
+  if (points.size() < 2) throw UsageError("--waypoints: a route needs at least two points");
+  return points;
 }
 
 Options ParseOptions(const Arguments& arguments) {
@@ -137,6 +161,8 @@ Options ParseOptions(const Arguments& arguments) {
       options.replayFile = next();
     else if (name == "--map")
       options.mapFile = next();
+    else if (name == "--waypoints")
+      options.waypoints = ParseWaypoints(next());
     else
       throw UsageError("unknown option \"" + name + "\"");
   }
@@ -262,6 +288,7 @@ class Program {
     } catch (const std::exception& error) {
       std::cerr << "orvo: " << error.what() << "; ORVO starts without a map\n";
     }
+    if (!options_.waypoints.empty()) PlanStartRoute();
 
     try {
       bridge_.Start();
@@ -309,6 +336,18 @@ class Program {
     bridge.port = options.port;
     bridge.token = options.token;
     return bridge;
+  }
+
+  // --waypoints: the route the drive starts with. A route that cannot be calculated stays in
+  // the map uncalculated, with the reason on standard error, as the planner would show it.
+  void PlanStartRoute() {
+    try {
+      route_.Clear();
+      for (const host::map::GeoPoint& point : options_.waypoints) route_.AddWaypoint(point, "");
+      route_.Calculate();
+    } catch (const std::exception& error) {
+      std::cerr << "orvo: --waypoints: " << error.what() << '\n';
+    }
   }
 
   // Until ORVO's own log exists, the platform's parts report to standard error.

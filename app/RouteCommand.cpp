@@ -2,7 +2,6 @@
 //            [--region NAME]
 // Calculates the route through the points, in order, over the region's Routino database and
 // prints it as JSON: {"distance", "time", "unit", "directions": [...]} (RouteJson.hpp).
-#include <charconv>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -27,23 +26,6 @@ int Usage(const std::string& problem) {
   std::cerr << "usage: orvo route LAT,LON LAT,LON ... [--preference quickest|shortest|preferred]"
                " [--unit km|mi] [--region NAME]\n";
   return kUsage;
-}
-
-bool ParseNumber(std::string_view text, double& value) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  return error == std::errc{} && end == text.data() + text.size();
-}
-
-// "43.7397,7.4275" as a point on the globe.
-std::optional<GeoPoint> ParsePoint(std::string_view text) {
-  const std::size_t comma = text.find(',');
-  GeoPoint point;
-  if (comma == std::string_view::npos ||
-      !ParseNumber(text.substr(0, comma), point.latitudeDegrees) ||
-      !ParseNumber(text.substr(comma + 1), point.longitudeDegrees) ||
-      std::abs(point.latitudeDegrees) > 90.0 || std::abs(point.longitudeDegrees) > 180.0)
-    return std::nullopt;
-  return point;
 }
 
 }  // namespace
@@ -79,7 +61,7 @@ int RunRoute(const Arguments& arguments) {
       region = *name;
     } else if (argument.starts_with("--")) {
       return Usage("unknown option " + argument);
-    } else if (const auto point = ParsePoint(argument)) {
+    } else if (const auto point = ParseGeoPoint(argument)) {
       Waypoint waypoint;
       waypoint.name = "Waypoint " + std::to_string(waypoints.size() + 1);
       waypoint.location = *point;

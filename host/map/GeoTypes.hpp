@@ -1,5 +1,7 @@
 #pragma once
 // Plain geographic values shared by the map host: WGS84 degrees, as OpenStreetMap stores them.
+#include <optional>
+#include <string_view>
 
 namespace orvo::host::map {
 
@@ -28,5 +30,8 @@ struct GeoBounds {
            southDegrees >= -90.0 && northDegrees <= 90.0 && southDegrees < northDegrees;
   }
 };
+
+// "43.7397,7.4275" (latitude, longitude) as a point on the globe; nothing for any other text.
+std::optional<GeoPoint> ParseGeoPoint(std::string_view text);
 
 }  // namespace orvo::host::map

@@ -1,8 +1,13 @@
 #include "host/map/Gpx.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+
+#include "host/map/RouteJson.hpp"
 #include "host/platform/Files.hpp"
 
 namespace orvo::host::map {
@@ -109,6 +114,81 @@ std::string Number(double value) {
   return error == std::errc{} ? std::string(buffer.data(), end) : "0";
 }
 
+constexpr std::array<const char*, 13> kActionNames = {
+    "other", "depart",      "arrive", "turn left", "turn right",      "bear left",      "bear right",
+    "merge", "continue",    "cross border", "U-turn", "enter roundabout", "exit roundabout"};
+
+std::string Point(const char* element, const GeoPoint& point) {
+  return "<" + std::string(element) + " lat=\"" + Number(point.latitudeDegrees) + "\" lon=\"" +
+         Number(point.longitudeDegrees) + "\"";
+}
+
+void AddDirections(const std::vector<Direction>& directions, std::string& gpx) {
+  for (const Direction& direction : directions) {
+    const auto action = static_cast<std::size_t>(direction.action);
+    gpx += "    " + Point("rtept", direction.location) + ">\n";
+    gpx += "      <name>" + Escaped(direction.text) + "</name>\n";
+    if (!direction.target.empty()) gpx += "      <desc>" + Escaped(direction.target) + "</desc>\n";
+    gpx += std::string("      <type>") + (action < kActionNames.size() ? kActionNames[action] : "other") +
+           "</type>\n";
+    gpx += "    </rtept>\n";
+    AddDirections(direction.nested, gpx);
+  }
+}
+
+void AddRoute(const RoutePlan& plan, std::string& gpx) {
+  if (plan.Count() == 0) return;
+  gpx += "  <rte>\n    <name>Route</name>\n";
+  for (const Waypoint& waypoint : plan.Waypoints()) {
+    gpx += "    " + Point("rtept", waypoint.location) + ">\n";
+    gpx += "      <name>" + Escaped(waypoint.name) + "</name>\n";
+    gpx += std::string("      <type>") + WaypointTypeName(waypoint.type) + "</type>\n";
+    gpx += "    </rtept>\n";
+  }
+  gpx += "  </rte>\n";
+  if (!plan.IsCalculated()) return;
+  const RouteCalculation& calculation = *plan.Calculation();
+  gpx += "  <rte>\n    <name>Directions</name>\n";
+  AddDirections(calculation.directions, gpx);
+  gpx += "  </rte>\n";
+  gpx += "  <trk>\n    <name>Route</name>\n    <trkseg>\n";
+  for (const GeoPoint& point : calculation.path) gpx += "      " + Point("trkpt", point) + "/>\n";
+  gpx += "    </trkseg>\n  </trk>\n";
+}
+
+// The route's points among the children of <gpx>: the first <rte> that has <rtept>s, else the
+// <wpt>s.
+std::vector<Waypoint> PointsIn(const boost::property_tree::ptree& gpx,
+                               const std::filesystem::path& file) {
+  const auto read = [&file](const boost::property_tree::ptree& node, std::size_t number) {
+    // XML Schema decimals may stand between blanks.
+    const auto attribute = [&node](const char* name) {
+      std::string value = node.get(std::string("<xmlattr>.") + name, "");
+      const auto first = value.find_first_not_of(" \t\r\n");
+      value.erase(0, std::min(first, value.size()));
+      value.erase(value.find_last_not_of(" \t\r\n") + 1);
+      return value;
+    };
+    const std::string lat = attribute("lat");
+    const std::string lon = attribute("lon");
+    const auto location = ParseGeoPoint(lat + "," + lon);
+    if (!location)
+      throw GpxError(file.string() + ": point " + std::to_string(number) + " (lat \"" + lat +
+                     "\", lon \"" + lon + "\") is not a place on the globe");
+    return Waypoint{.name = node.get("name", ""), .location = *location};
+  };
+  std::vector<Waypoint> points;
+  for (const auto& [element, route] : gpx) {
+    if (element != "rte") continue;
+    for (const auto& [child, node] : route)
+      if (child == "rtept") points.push_back(read(node, points.size() + 1));
+    if (!points.empty()) return points;
+  }
+  for (const auto& [element, node] : gpx)
+    if (element == "wpt") points.push_back(read(node, points.size() + 1));
+  return points;
+}
+
 }  // namespace
 
 std::string SymbolName(int symbol) {
@@ -121,24 +201,47 @@ std::string SymbolName(int symbol) {
   return std::to_string(symbol);
 }
 
-std::string PinsAsGpx(const MapDocument& map) {
+std::string MapAsGpx(const MapDocument& map) {
   std::string gpx =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<gpx version=\"1.1\" creator=\"ORVO\" xmlns=\"http://www.topografix.com/GPX/1/1\">\n";
   for (const auto& [id, pin] : map.Pins()) {
-    gpx += "  <wpt lat=\"" + Number(pin.location.latitudeDegrees) + "\" lon=\"" +
-           Number(pin.location.longitudeDegrees) + "\">\n";
+    gpx += "  " + Point("wpt", pin.location) + ">\n";
     gpx += "    <name>" + Escaped(pin.name) + "</name>\n";
     if (!pin.note.empty()) gpx += "    <desc>" + Escaped(pin.note) + "</desc>\n";
     gpx += "    <sym>" + Escaped(SymbolName(pin.symbol)) + "</sym>\n";
     gpx += "  </wpt>\n";
   }
+  AddRoute(map.Plan(), gpx);
   gpx += "</gpx>\n";
   return gpx;
 }
 
 void ExportGpx(const MapDocument& map, const std::filesystem::path& file) {
-  platform::WriteFileAtomically(file, PinsAsGpx(map));
+  platform::WriteFileAtomically(file, MapAsGpx(map));
+}
+
+std::vector<Waypoint> ReadGpxRoute(const std::filesystem::path& file) {
+  namespace xml = boost::property_tree::xml_parser;
+  boost::property_tree::ptree tree;
+  try {
+    xml::read_xml(file.string(), tree, xml::trim_whitespace);
+  } catch (const xml::xml_parser_error& error) {
+    throw GpxError(file.string() + ": " + error.message() +
+                   (error.line() > 0 ? " (line " + std::to_string(error.line()) + ")" : ""));
+  }
+  const auto gpx = tree.get_child_optional("gpx");
+  if (!gpx) throw GpxError(file.string() + ": not a GPX file (no <gpx> element)");
+  std::vector<Waypoint> points = PointsIn(*gpx, file);
+  if (points.empty()) throw GpxError(file.string() + ": the file holds no route and no waypoints");
+  return points;
+}
+
+std::size_t ImportGpxRoute(RoutePlan& plan, const std::filesystem::path& file) {
+  const std::vector<Waypoint> points = ReadGpxRoute(file);  // every point checked before
+  plan.Clear();
+  for (const Waypoint& point : points) plan.Add(point.location, point.name);
+  return plan.Count();
 }
 
 }  // namespace orvo::host::map

@@ -124,6 +124,8 @@ void MapChannel::HandleFileMessage(const Json& message) {
     CloseMap();
   else if (action == "exportGpx")
     ExportGpx();
+  else if (action == "importGpx")
+    ImportGpx();
   else
     Report("unknown map file action \"" + action + "\"");
 }
@@ -178,6 +180,14 @@ void MapChannel::ExportGpx() {
   std::filesystem::path path(*file);
   if (!path.has_extension()) path += ".gpx";
   Try("Export GPX", [&] { map::ExportGpx(*map, path); });
+}
+
+void MapChannel::ImportGpx() {
+  MapDocument* map = host_.ActiveMap();
+  if (map == nullptr) return;
+  const auto file = desktop_.Dialogs().ChooseFile(
+      {.title = "Import GPX", .filter = kGpxFilter, .initialPath = host_.DataFolder().string()});
+  if (file) Try("Import GPX", [&] { ImportGpxRoute(map->Plan(), *file); });
 }
 
 void MapChannel::Report(std::string_view text) const {

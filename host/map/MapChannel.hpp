@@ -30,6 +30,8 @@ class MapChannel {
   void SaveMapAs();
   void CloseMap();
   void ExportGpx();
+  // The waypoints of a GPX route (or its waypoints) become the active route's.
+  void ImportGpx();
 
   std::function<void(std::string_view)> diagnostics;
 

@@ -2,24 +2,12 @@
 
 #include <utility>
 
+#include "host/map/RouteJson.hpp"
+
 namespace orvo::host::map {
 namespace {
 
 using ui::Json;
-
-constexpr const char* kPreferenceNames[] = {"quickest", "shortest", "preferred"};
-
-const char* TypeName(WaypointType type) {
-  switch (type) {
-    case WaypointType::Start:
-      return "start";
-    case WaypointType::End:
-      return "end";
-    case WaypointType::Stop:
-      break;
-  }
-  return "stop";
-}
 
 void AddDirections(const std::vector<Direction>& directions, int depth, Json& list) {
   for (const Direction& direction : directions) {
@@ -71,7 +59,7 @@ Json RouteChannel::State() {
                 {"open", host_.ActiveMap() != nullptr},
                 {"unit", host_.Unit() == DistanceUnit::Kilometres ? "km" : "miles"},
                 {"waypoints", Json::array()},
-                {"preference", kPreferenceNames[0]},
+                {"preference", PreferenceName(SegmentPreference::Quickest)},
                 {"calculated", false},
                 {"optimized", false},
                 {"path", Json::array()},
@@ -84,10 +72,10 @@ Json RouteChannel::State() {
     state["waypoints"].push_back({{"name", waypoint.name},
                                   {"lat", waypoint.location.latitudeDegrees},
                                   {"lon", waypoint.location.longitudeDegrees},
-                                  {"type", TypeName(waypoint.type)}});
+                                  {"type", WaypointTypeName(waypoint.type)}});
   }
   if (!waypoints.empty())
-    state["preference"] = kPreferenceNames[static_cast<int>(waypoints.front().preference)];
+    state["preference"] = PreferenceName(waypoints.front().preference);
   state["optimized"] = route_.IsOptimized();
   if (!route_.IsCalculated()) return state;
   state["calculated"] = true;
@@ -125,10 +113,11 @@ void RouteChannel::Apply(const Json& message) {
       route_.RenameWaypoint(Position(message), message.at("name").get<std::string>());
     } else if (action == "preference") {
       const std::string name = message.at("preference").get<std::string>();
-      for (int value = 0; value < 3; ++value) {
-        if (name != kPreferenceNames[value]) continue;
+      for (const auto preference : {SegmentPreference::Quickest, SegmentPreference::Shortest,
+                                    SegmentPreference::Preferred}) {
+        if (name != PreferenceName(preference)) continue;
         for (std::size_t i = 0; i < route_.Waypoints().size(); ++i)
-          route_.SetSegmentPreference(i, static_cast<SegmentPreference>(value));
+          route_.SetSegmentPreference(i, preference);
       }
     } else if (action == "calculate") {
       route_.Calculate();

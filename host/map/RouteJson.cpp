@@ -2,6 +2,51 @@
 
 namespace orvo::host::map {
 
+const char* WaypointTypeName(WaypointType type) {
+  switch (type) {
+    case WaypointType::Start:
+      return "start";
+    case WaypointType::End:
+      return "end";
+    case WaypointType::Stop:
+      break;
+  }
+  return "stop";
+}
+
+const char* PreferenceName(SegmentPreference preference) {
+  switch (preference) {
+    case SegmentPreference::Shortest:
+      return "shortest";
+    case SegmentPreference::Preferred:
+      return "preferred";
+    case SegmentPreference::Quickest:
+      break;
+  }
+  return "quickest";
+}
+
+nlohmann::ordered_json PlanToJson(const RoutePlan& plan) {
+  nlohmann::ordered_json waypoints = nlohmann::ordered_json::array();
+  for (const Waypoint& waypoint : plan.Waypoints()) {
+    waypoints.push_back({{"name", waypoint.name},
+                         {"lat", waypoint.location.latitudeDegrees},
+                         {"lon", waypoint.location.longitudeDegrees},
+                         {"type", WaypointTypeName(waypoint.type)},
+                         {"departure", waypoint.preferredDeparture},
+                         {"preference", PreferenceName(waypoint.preference)}});
+  }
+  nlohmann::ordered_json json = {{"waypoints", std::move(waypoints)},
+                                 {"optimized", plan.IsOptimized()},
+                                 {"calculated", plan.IsCalculated()}};
+  if (const auto& calculation = plan.Calculation()) {
+    json["distanceKm"] = calculation->distanceKm;
+    json["timeSeconds"] = calculation->timeSeconds;
+    json["directions"] = DirectionsToJson(calculation->directions);
+  }
+  return json;
+}
+
 nlohmann::ordered_json DirectionsToJson(const std::vector<Direction>& directions) {
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   for (const Direction& direction : directions) {

@@ -135,7 +135,7 @@ export type PageMessage =
   | { type: 'answer'; id: number; result: 'ok' | 'cancel' | 'yes' | 'no' }
   | { type: 'answer'; id: number; path: string | null }
   | { type: 'quit' }
-  | { type: 'mapfile'; action: 'new' | 'open' | 'saveAs' | 'close' | 'exportGpx' }
+  | { type: 'mapfile'; action: 'new' | 'open' | 'saveAs' | 'close' | 'importGpx' | 'exportGpx' }
   | MapUnitMessage
   | RouteAction
   | PinAction;

@@ -13,6 +13,7 @@ const FILE_MENU: FileEntry[] = [
   { caption: 'Save Map &As...', message: { type: 'mapfile', action: 'saveAs' }, needsMap: true },
   { caption: '&Close Map', message: { type: 'mapfile', action: 'close' }, needsMap: true },
   'separator',
+  { caption: '&Import GPX...', message: { type: 'mapfile', action: 'importGpx' }, needsMap: true },
   { caption: '&Export GPX...', message: { type: 'mapfile', action: 'exportGpx' }, needsMap: true },
   'separator',
   { caption: 'E&xit', message: { type: 'quit' } },
