@@ -121,9 +121,6 @@ TEST(MapDocumentProcess, OrvoMapPinsReadsTheLastFlushWhileAnotherProcessWrites) 
   const auto after = lines();
   ASSERT_EQ(after.size(), 2u);
   EXPECT_EQ(after[1]["name"], "not flushed yet");
-  // The reader left the writer's document as it was.
-  map.AddPushpin({1, 1}, "still writable");
-  EXPECT_NO_THROW(map.Flush());
 
   // Without a document there is a message, not an empty list.
   const auto missing = RunOrvo(folder.path(), "map pins --map " + Quoted(folder.path() / "none"));
@@ -134,49 +131,27 @@ TEST(MapDocumentProcess, OrvoMapPinsReadsTheLastFlushWhileAnotherProcessWrites) 
   EXPECT_EQ(RunOrvo(folder.path(), "map").exitCode, 2);
 }
 
-// Splits gpsbabel's unicsv lines: fields separated by commas, quoted with "" for a quote.
-std::vector<std::string> CsvFields(const std::string& line) {
-  std::vector<std::string> fields(1);
-  bool quoted = false;
-  for (std::size_t at = 0; at < line.size(); ++at) {
-    const char character = line[at];
-    if (quoted && character == '"' && at + 1 < line.size() && line[at + 1] == '"') {
-      fields.back() += '"';
-      ++at;
-    } else if (character == '"') {
-      quoted = !quoted;
-    } else if (character == ',' && !quoted) {
-      fields.emplace_back();
-    } else {
-      fields.back() += character;
-    }
-  }
-  return fields;
-}
-
 TEST(MapDocumentProcess, GpxExportReadsBackInGpsbabel) {
   TemporaryFolder folder;
   const auto file = folder.path() / "export.orvomap";
   struct Pin {
-    std::string name;
-    double latitude, longitude;
+    const char* name;  // empty: the default name
+    Location location;
     int symbol;
-    std::string note;
-    std::string symbolName;
+    const char* note;
   };
-  const std::vector<Pin> pins = {
-      {"Fish & Chips <Best>", 43.7384, 7.4246, 1, "\"quoted\" and 'single'", "Circle, Red"},
-      {"Zürich — 東京 ✓", -33.856784, 151.215297, 65, "Ünïcødé note", "Stop Sign"},
-      {"ORVO_12", 64.1466, -21.9426, 128, "Speed:  42 km/h, Heading: 45", "Arrow NE"},
-      {"Pushpin 1", -54.8019, -68.303, 200, "", "200"},
+  const Pin pins[] = {
+      {"Fish & Chips <Best>", {43.7384, 7.4246}, 1, "\"quoted\" and 'single'"},
+      {"Zürich — 東京 ✓", {-33.856784, 151.215297}, 65, "Ünïcødé note"},
+      {"ORVO_12", {64.1466, -21.9426}, 128, "Speed:  42 km/h, Heading: 45"},
+      {"", {-54.8019, -68.303}, 200, ""},
   };
   {
     MapDocument map(file);
     for (const Pin& pin : pins) {
-      Pushpin added =
-          map.AddPushpin({pin.latitude, pin.longitude}, pin.name == "Pushpin 1" ? "" : pin.name);
+      Pushpin added = map.AddPushpin(pin.location, pin.name);
       added.SetSymbol(pin.symbol);
-      if (!pin.note.empty()) added.SetNote(pin.note);
+      added.SetNote(pin.note);
     }
   }
   const auto gpx = folder.path() / "out.gpx";
@@ -190,22 +165,13 @@ TEST(MapDocumentProcess, GpxExportReadsBackInGpsbabel) {
     read.append(buffer, count);
   ASSERT_EQ(::pclose(pipe), 0) << read;
   std::erase(read, '\r');  // unicsv ends its lines with CR LF
-  std::istringstream stream(read);
-  std::string header;
-  std::getline(stream, header);
-  ASSERT_EQ(header, "No,Latitude,Longitude,Name,Description,Symbol") << read;
-  for (const Pin& pin : pins) {
-    std::string line;
-    ASSERT_TRUE(std::getline(stream, line)) << pin.name;
-    const auto fields = CsvFields(line);
-    ASSERT_EQ(fields.size(), 6u) << line;
-    EXPECT_NEAR(std::stod(fields[1]), pin.latitude, 1e-6);
-    EXPECT_NEAR(std::stod(fields[2]), pin.longitude, 1e-6);
-    EXPECT_EQ(fields[3], pin.name);
-    // gpsbabel shows the name where a waypoint has no description.
-    EXPECT_EQ(fields[4], pin.note.empty() ? pin.name : pin.note);
-    EXPECT_EQ(fields[5], pin.symbolName);
-  }
+  // gpsbabel shows the name where a waypoint has no description.
+  EXPECT_EQ(read, R"(No,Latitude,Longitude,Name,Description,Symbol
+1,43.738400,7.424600,"Fish & Chips <Best>","""quoted"" and 'single'","Circle, Red"
+2,-33.856784,151.215297,"Zürich — 東京 ✓","Ünïcødé note","Stop Sign"
+3,64.146600,-21.942600,"ORVO_12","Speed:  42 km/h, Heading: 45","Arrow NE"
+4,-54.801900,-68.303000,"Pushpin 1","Pushpin 1","200"
+)");
 }
 
 }  // namespace

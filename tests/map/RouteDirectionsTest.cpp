@@ -48,14 +48,17 @@ class MonacoRoute : public ::testing::Test {
     }
   }
 
-  std::string FailureOf(const std::vector<std::pair<std::string, GeoPoint>>& waypoints) {
-    Plan(waypoints);
+  static std::string FailureOf(DocumentRoute& route) {
     try {
-      route_.Calculate();
+      route.Calculate();
     } catch (const RouteError& error) {
       return error.what();
     }
     return "(calculated)";
+  }
+  std::string FailureOf(const std::vector<std::pair<std::string, GeoPoint>>& waypoints) {
+    Plan(waypoints);
+    return FailureOf(route_);
   }
 
   // Depart first, arrive last, one waypoint direction per waypoint, steps adding up to the
@@ -105,6 +108,7 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     SegmentPreference preference;
     DistanceUnit unit;
   };
+  std::map<SegmentPreference, double> kmBy;
   for (const Case test : {Case{SegmentPreference::Quickest, DistanceUnit::Kilometres},
                           Case{SegmentPreference::Shortest, DistanceUnit::Miles},
                           Case{SegmentPreference::Preferred, DistanceUnit::Kilometres}}) {
@@ -119,6 +123,7 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     EXPECT_EQ(route_.Distance(), first);
     // 1.8 km as the crow flies; the roads wind.
     const double km = route_.Distance() * (test.unit == DistanceUnit::Miles ? 1.609344 : 1.0);
+    kmBy[test.preference] = km;
     EXPECT_GT(km, 1.8);
     EXPECT_LT(km, 4.0);
     const std::vector<Direction> tree = route_.Directions();
@@ -128,6 +133,8 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     EXPECT_LT(GeodesicDistanceMetres(tree[0].location, kCasino), 150.0);
     EXPECT_LT(GeodesicDistanceMetres(tree[1].location, kFontvieille), 150.0);
   }
+  // Routino's quickest weighs time by the kind of road: never the shorter drive.
+  EXPECT_GE(kmBy[SegmentPreference::Quickest], kmBy[SegmentPreference::Shortest] - 0.001);
   EXPECT_EQ(events_, 6);
   EXPECT_TRUE(calculatedDuringEvent_);
 }
@@ -160,6 +167,7 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
   EXPECT_EQ(tree[1].action, DirectionAction::Arrive);
   EXPECT_EQ(tree[1].text.rfind("Stop at Port, then head ", 0), 0u) << tree[1].text;
   EXPECT_EQ(tree[1].target, "Fontvieille");
+  EXPECT_LT(GeodesicDistanceMetres(tree[1].location, kPortHercule), 150.0);
 
   const std::vector<std::pair<const char*, std::function<void()>>> edits = {
       {"add", [&] { route_.AddWaypoint(kCasino, "Back"); }},
@@ -171,12 +179,19 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
       {"departure", [&] { route_.SetPreferredDeparture(0, 60.0); }},
       {"optimize",
        [&] {
+         // Fontvieille before the port makes the drive double back.
          Plan({{"Casino", kCasino},
                {"Fontvieille", kFontvieille},
                {"Port", kPortHercule},
                {"Fontvieille west", {43.7270, 7.4120}}});
          route_.Calculate();
+         EXPECT_FALSE(route_.IsOptimized());
          route_.Optimize();
+         EXPECT_TRUE(route_.IsOptimized());
+         std::vector<std::string> names;
+         for (const Waypoint& waypoint : route_.Waypoints()) names.push_back(waypoint.name);
+         EXPECT_EQ(names,
+                   (std::vector<std::string>{"Casino", "Port", "Fontvieille", "Fontvieille west"}));
        }},
       {"clear", [&] { route_.Clear(); }},
   };
@@ -187,20 +202,6 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
     EXPECT_TRUE(route_.Directions().empty()) << what;
     EXPECT_EQ(route_.Distance(), 0.0) << what;
   }
-}
-
-TEST_F(MonacoRoute, BestOrderOfTheStops) {
-  // Fontvieille before the port makes the drive double back.
-  Plan({{"Casino", kCasino},
-        {"Fontvieille", kFontvieille},
-        {"Port", kPortHercule},
-        {"Fontvieille west", {43.7270, 7.4120}}});
-  EXPECT_FALSE(route_.IsOptimized());
-  route_.Optimize();
-  EXPECT_TRUE(route_.IsOptimized());
-  std::vector<std::string> names;
-  for (const Waypoint& waypoint : route_.Waypoints()) names.push_back(waypoint.name);
-  EXPECT_EQ(names, (std::vector<std::string>{"Casino", "Port", "Fontvieille", "Fontvieille west"}));
 }
 
 TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
@@ -223,15 +224,15 @@ TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
   host_.OpenAtStart(folder_.Path() / "route.orvomap");
   later.AddWaypoint(kCasino, "Casino");
   later.AddWaypoint(kFontvieille, "Fontvieille");
-  try {
-    later.Calculate();
-    ADD_FAILURE() << "calculated without a region";
-  } catch (const RouteError& error) {
-    EXPECT_NE(std::string(error.what()).find("there is no region \"monaco\""), std::string::npos)
-        << error.what();
-  }
-  std::filesystem::create_directory_symlink(testing::SharedMonaco::Get().Folder(),
-                                            regions.Path() / "monaco");
+  EXPECT_NE(FailureOf(later).find("there is no region \"monaco\""), std::string::npos);
+  // A region whose routing database is gone: said too.
+  const std::filesystem::path folder = regions.Path() / "monaco";
+  std::filesystem::create_directory(folder);
+  std::filesystem::copy_file(testing::SharedMonaco::Get().Folder() / "region.json",
+                             folder / "region.json");
+  EXPECT_NE(FailureOf(later).find("no routing database"), std::string::npos);
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directory_symlink(testing::SharedMonaco::Get().Folder(), folder);
   later.Calculate();
   EXPECT_TRUE(later.IsCalculated());
 }

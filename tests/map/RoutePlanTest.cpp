@@ -133,27 +133,14 @@ TEST_F(RouteDocument, TheRouteSurvivesReopeningAndOlderDocumentsGainOne) {
     plan.Add({43.7285, 7.4150}, "Fontvieille");
     plan.SetPreference(0, SegmentPreference::Preferred);
     plan.SetPreferredDeparture(1, 3600.5);
-    RouteCalculation calculation;
-    calculation.distanceKm = 2.5;
-    calculation.timeSeconds = 120;
-    calculation.path = {{43.7397, 7.4275}, {43.7285, 7.4150}};
-    calculation.directions.push_back({"Depart from Casino",
-                                      "Fontvieille",
-                                      DirectionAction::Depart,
-                                      DirectionType::Waypoint,
-                                      {43.7397, 7.4275},
-                                      2.5,
-                                      0,
-                                      {}});
-    calculation.directions.back().nested.push_back({"Turn left onto Rue Grimaldi",
-                                                    "",
-                                                    DirectionAction::TurnLeft,
-                                                    DirectionType::Driving,
-                                                    {43.73, 7.42},
-                                                    1.0,
-                                                    60,
-                                                    {}});
-    plan.SetCalculation(calculation);
+    Direction turn;
+    turn.text = "Turn left onto Rue Grimaldi";
+    turn.action = DirectionAction::TurnLeft;
+    turn.distance = 1.0;
+    Direction depart;
+    depart.target = "Fontvieille";
+    depart.nested = {turn};
+    plan.SetCalculation({{depart}, {{43.7397, 7.4275}, {43.7285, 7.4150}}, 2.5, 120});
     host.ActiveMap()->Flush();
     // Another process reads the flushed route.
     const MapDocument reader(file, MapDocument::Access::ReadOnly);
@@ -277,30 +264,6 @@ TEST(RouteDirections, JunctionKindsAndTurnAnglesGiveActionsAndWords) {
     EXPECT_DOUBLE_EQ(route.directions[0].distance + steps[0].distance, 2.0);
     EXPECT_DOUBLE_EQ(steps[0].timeSeconds, 72.0);
   }
-}
-
-TEST(RouteDirections, RoundaboutsCountTheirExits) {
-  Route leg;
-  leg.points = {
-      {{43.730, 7.420}, 0.0, 0.0, RoutePointKind::Waypoint, 0, 0, "Rue Grimaldi"},
-      {{43.731, 7.420}, 0.1, 5.0, RoutePointKind::RoundaboutEntry, 30, 0, "Place d'Armes"},
-      {{43.731, 7.421}, 0.11, 6.0, RoutePointKind::RoundaboutExitNotTaken, -40, 0, ""},
-      {{43.731, 7.422}, 0.12, 7.0, RoutePointKind::RoundaboutExitNotTaken, -40, 0, ""},
-      {{43.731, 7.423}, 0.13, 8.0, RoutePointKind::RoundaboutExit, 20, 0, "Avenue du Port"},
-      {{43.732, 7.423}, 0.3, 20.0, RoutePointKind::Waypoint, 0, 0, ""}};
-  leg.distanceKm = 0.3;
-  leg.timeSeconds = 20.0;
-  std::vector<map::Waypoint> waypoints(2);
-  waypoints[0].name = "A";
-  waypoints[1].name = "B";
-  const RouteCalculation route = BuildDirections(waypoints, std::span(&leg, 1));
-  const std::vector<Direction>& steps = route.directions[0].nested;
-  ASSERT_EQ(steps.size(), 2u);
-  EXPECT_EQ(steps[0].text, "At Place d'Armes take the 3rd exit onto Avenue du Port");
-  EXPECT_EQ(steps[0].action, DirectionAction::EnterRoundabout);
-  EXPECT_EQ(steps[1].text, "Exit the roundabout onto Avenue du Port");
-  EXPECT_EQ(steps[1].action, DirectionAction::ExitRoundabout);
-  EXPECT_EQ(route.path.size(), leg.points.size());
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #pragma once
 // The water layer of a map tile (a Mapbox vector tile, read with protozero) in tests: whether a
-// place lies in one of its polygons, and that polygon's class.
+// place lies in one of its polygons.
 #include <cmath>
 #include <cstdint>
 #include <protozero/pbf_reader.hpp>
@@ -54,31 +54,23 @@ inline bool GeometryContains(const std::vector<std::uint32_t>& commands, const T
   return inside;
 }
 
-// The class of the first water area around PLACE in tile ADDRESS (unpacked), empty when it is
-// not in water.
-inline std::string WaterClassAt(const std::string& tile, const TileAddress& address,
-                                const GeoPoint& place) {
+// Whether PLACE lies in a water area of tile ADDRESS (unpacked).
+inline bool InWaterAt(const std::string& tile, const TileAddress& address, const GeoPoint& place) {
   protozero::pbf_reader tileMessage(tile);
   while (tileMessage.next(3)) {
     protozero::pbf_reader layer = tileMessage.get_message();
     std::string name;
     std::uint32_t extent = 4096;
-    std::vector<std::string> keys;
-    std::vector<std::string> values;  // strings; other kinds stay empty
-    std::vector<std::pair<std::vector<std::uint32_t>, std::vector<std::uint32_t>>> polygons;
+    std::vector<std::vector<std::uint32_t>> polygons;
     while (layer.next()) {
       if (layer.tag() == 1) {
         name = layer.get_string();
       } else if (layer.tag() == 2) {
         protozero::pbf_reader feature = layer.get_message();
-        std::vector<std::uint32_t> tags;
         std::vector<std::uint32_t> geometry;
         bool polygon = false;
         while (feature.next()) {
-          if (feature.tag() == 2) {
-            const auto packed = feature.get_packed_uint32();
-            tags.assign(packed.begin(), packed.end());
-          } else if (feature.tag() == 3) {
+          if (feature.tag() == 3) {
             polygon = feature.get_enum() == 3;
           } else if (feature.tag() == 4) {
             const auto packed = feature.get_packed_uint32();
@@ -87,12 +79,7 @@ inline std::string WaterClassAt(const std::string& tile, const TileAddress& addr
             feature.skip();
           }
         }
-        if (polygon) polygons.emplace_back(std::move(tags), std::move(geometry));
-      } else if (layer.tag() == 3) {
-        keys.push_back(layer.get_string());
-      } else if (layer.tag() == 4) {
-        protozero::pbf_reader value = layer.get_message();
-        values.emplace_back(value.next(1) ? value.get_string() : "");
+        if (polygon) polygons.push_back(std::move(geometry));
       } else if (layer.tag() == 5) {
         extent = layer.get_uint32();
       } else {
@@ -105,17 +92,10 @@ inline std::string WaterClassAt(const std::string& tile, const TileAddress& addr
     const TilePoint point{
         ((place.longitudeDegrees + 180.0) / 360.0 * tiles - address.x) * extent,
         ((1.0 - std::asinh(std::tan(latitude)) / M_PI) / 2.0 * tiles - address.y) * extent};
-    // Keys and values come after the features that refer to them.
-    for (const auto& [tags, geometry] : polygons) {  // tags, geometry
-      if (!GeometryContains(geometry, point)) continue;
-      for (std::size_t index = 0; index + 1 < tags.size(); index += 2)
-        if (tags[index] < keys.size() && keys[tags[index]] == "class" &&
-            tags[index + 1] < values.size())
-          return values[tags[index + 1]];
-      return "(no class)";
-    }
+    for (const auto& geometry : polygons)
+      if (GeometryContains(geometry, point)) return true;
   }
-  return {};
+  return false;
 }
 
 }  // namespace orvo::host::map::testing
