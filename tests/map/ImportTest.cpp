@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ReadFile;
 using testing::ScopedEnvironment;
-using testing::TemporaryFolder;
+using orvo::testing::TempFolder;
 using testing::WriteFile;
 
 const std::string kPbfHeader("\0\0\0\x0d\x0a\x09OSMHeader\x18\x01", 17);
@@ -23,7 +23,7 @@ const std::string kPbfHeader("\0\0\0\x0d\x0a\x09OSMHeader\x18\x01", 17);
 class MapImport : public ::testing::Test {
  protected:
   MapImport() {
-    fs::create_directories(work_.path() / "bin");
+    fs::create_directories(work_.Path() / "bin");
     // Writes a database file into --dir and complains; exits with $FAKE_SPLITTER_EXIT.
     WriteScript("planetsplitter",
                 "for a in \"$@\"; do case $a in --dir=*) dir=${a#--dir=};; esac; done\n"
@@ -38,8 +38,8 @@ class MapImport : public ::testing::Test {
   }
 
   void WriteScript(const std::string& name, const std::string& body) {
-    WriteFile(work_.path() / "bin" / name, "#!/bin/sh\n" + body);
-    ::chmod((work_.path() / "bin" / name).c_str(), 0755);
+    WriteFile(work_.Path() / "bin" / name, "#!/bin/sh\n" + body);
+    ::chmod((work_.Path() / "bin" / name).c_str(), 0755);
   }
   void MakeTiles(const std::map<std::string, std::string>& metadata) {
     fs::remove(tiles_);
@@ -48,7 +48,7 @@ class MapImport : public ::testing::Test {
   RegionImportOptions Options(const std::string& name = "demo") const {
     return {source_, name, Regions(), fs::path(ORVO_SOURCE_DIR) / "data/tilemaker"};
   }
-  fs::path Regions() const { return work_.path() / "regions"; }
+  fs::path Regions() const { return work_.Path() / "regions"; }
   std::string ImportError(const RegionImportOptions& options) const {
     try {
       ImportRegion(options);
@@ -58,10 +58,10 @@ class MapImport : public ::testing::Test {
     return "(imported without an error)";
   }
 
-  TemporaryFolder work_;
-  fs::path source_ = work_.path() / "demo.osm.pbf";
-  fs::path tiles_ = work_.path() / "fake.mbtiles";
-  ScopedEnvironment path_{"PATH", (work_.path() / "bin").string() + ":/usr/bin:/bin"};
+  TempFolder work_;
+  fs::path source_ = work_.Path() / "demo.osm.pbf";
+  fs::path tiles_ = work_.Path() / "fake.mbtiles";
+  ScopedEnvironment path_{"PATH", (work_.Path() / "bin").string() + ":/usr/bin:/bin"};
   ScopedEnvironment fakeTiles_{"FAKE_TILES", tiles_.string()};
 };
 
@@ -114,7 +114,7 @@ TEST_F(MapImport, FailingStepIsNamedAndTheOldImportStays) {
 
 TEST_F(MapImport, BadInputIsRefusedBeforeAnythingIsWritten) {
   auto options = Options();
-  options.sourceFile = work_.path() / "absent.osm.pbf";
+  options.sourceFile = work_.Path() / "absent.osm.pbf";
   EXPECT_EQ(ImportError(options),
             "cannot import " + options.sourceFile.string() + ": no such file");
   for (const std::string& content : {std::string("<?xml version='1.0'?><osm/>"), std::string(),
@@ -125,10 +125,10 @@ TEST_F(MapImport, BadInputIsRefusedBeforeAnythingIsWritten) {
   WriteFile(source_, kPbfHeader);
   EXPECT_NE(ImportError(Options("../escape")).find("cannot be a region name"), std::string::npos);
   options = Options();
-  options.tilemakerFolder = work_.path();
+  options.tilemakerFolder = work_.Path();
   EXPECT_NE(ImportError(options).find("map tile configuration is missing"), std::string::npos);
-  fs::remove(work_.path() / "bin/planetsplitter");
-  const ScopedEnvironment onlyFakes("PATH", (work_.path() / "bin").string());
+  fs::remove(work_.Path() / "bin/planetsplitter");
+  const ScopedEnvironment onlyFakes("PATH", (work_.Path() / "bin").string());
   EXPECT_NE(ImportError(Options()).find("planetsplitter was not found on the PATH; it comes with "
                                         "the Debian package routino"),
             std::string::npos);
@@ -139,8 +139,8 @@ TEST(MapImportCommand, CommandLineMistakesAndBadFilesExitNonZero) {
   EXPECT_EQ(RegionNameFromFile("/maps/monaco.osm.pbf"), "monaco");
   EXPECT_EQ(RegionNameFromFile("alps.pbf"), "alps");
 
-  TemporaryFolder home;
-  const testing::Environment environment{{"XDG_DATA_HOME", home.path()}};
+  TempFolder home;
+  const testing::Environment environment{{"XDG_DATA_HOME", home.Path()}};
   const auto missing =
       testing::RunOrvoCommandLine("region import /nowhere/monaco.osm.pbf", environment);
   EXPECT_EQ(missing.exitCode, 1);

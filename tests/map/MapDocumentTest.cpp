@@ -198,22 +198,5 @@ TEST_F(MapDocumentFixture, OpeningRefusesWhatIsNotAWritableOrvoMap) {
   EXPECT_THROW(reader.AddPushpin(kMonaco), MapError);
 }
 
-TEST_F(MapDocumentFixture, SaveAsCopiesTheDocumentAndKeepsHandlesWorking) {
-  MapDocument map(file);
-  Pushpin pin = map.AddPushpin(kMonaco, "kept");
-  const std::filesystem::path copy = folder.Path() / "sub" / "copy.orvomap";
-  map.SaveAs(copy);
-  pin.SetNote("after the copy");
-  map.Flush();
-  EXPECT_EQ(map.File(), copy);
-
-  MapDocument original(file, MapDocument::Access::ReadOnly);
-  EXPECT_EQ(original.FindPushpin("kept")->Note(), "");
-  MapDocument copied(copy, MapDocument::Access::ReadOnly);
-  EXPECT_EQ(copied.FindPushpin("kept")->Note(), "after the copy");
-  // The old file is free for another writer now.
-  EXPECT_NO_THROW(MapDocument{file});
-}
-
 }  // namespace
 }  // namespace orvo::host::map

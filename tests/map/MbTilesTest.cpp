@@ -8,21 +8,21 @@ namespace orvo::host::map {
 namespace {
 
 using testing::MakeMbTiles;
-using testing::TemporaryFolder;
+using orvo::testing::TempFolder;
 
 TEST(MbTiles, MalformedMetadataValuesReadAsAbsent) {
-  TemporaryFolder folder;
-  MakeMbTiles(folder.path() / "odd.mbtiles",
+  TempFolder folder;
+  MakeMbTiles(folder.Path() / "odd.mbtiles",
               {{"bounds", "7.5,43.8,7.4,43.7"}, {"center", "east,43.7,14"}, {"minzoom", "twelve"}},
               {});
-  const MbTilesMetadata metadata = MbTiles(folder.path() / "odd.mbtiles").Metadata();
+  const MbTilesMetadata metadata = MbTiles(folder.Path() / "odd.mbtiles").Metadata();
   EXPECT_FALSE(metadata.bounds);
   EXPECT_FALSE(metadata.center);
   EXPECT_FALSE(metadata.minZoom);
 }
 
 TEST(MbTiles, OpeningAnythingButAnMbTilesFileFailsWithItsName) {
-  TemporaryFolder folder;
+  TempFolder folder;
   const auto expectFailure = [](const std::filesystem::path& file, const std::string& words) {
     try {
       MbTiles tiles(file);
@@ -32,15 +32,15 @@ TEST(MbTiles, OpeningAnythingButAnMbTilesFileFailsWithItsName) {
           << error.what();
     }
   };
-  expectFailure(folder.path() / "missing.mbtiles", " not found");
-  testing::WriteFile(folder.path() / "garbage.mbtiles", std::string(5000, 'Z'));
-  expectFailure(folder.path() / "garbage.mbtiles", " is not an MBTiles map file");
-  MakeMbTiles(folder.path() / "other.sqlite", {}, {});
+  expectFailure(folder.Path() / "missing.mbtiles", " not found");
+  testing::WriteFile(folder.Path() / "garbage.mbtiles", std::string(5000, 'Z'));
+  expectFailure(folder.Path() / "garbage.mbtiles", " is not an MBTiles map file");
+  MakeMbTiles(folder.Path() / "other.sqlite", {}, {});
   sqlite3* database = nullptr;  // a real SQLite database, but without tiles
-  sqlite3_open((folder.path() / "other.sqlite").c_str(), &database);
+  sqlite3_open((folder.Path() / "other.sqlite").c_str(), &database);
   sqlite3_exec(database, "DROP TABLE tiles", nullptr, nullptr, nullptr);
   sqlite3_close(database);
-  expectFailure(folder.path() / "other.sqlite", " is not an MBTiles map file");
+  expectFailure(folder.Path() / "other.sqlite", " is not an MBTiles map file");
 }
 
 }  // namespace

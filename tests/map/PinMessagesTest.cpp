@@ -23,7 +23,10 @@ struct PinMessagesFixture : ::testing::Test {
 
 TEST_F(PinMessagesFixture, AppliesTheUsersPinMessagesAndRejectsBadOnesWithAReason) {
   const PinId pin = Add("ORVO_3");
-  const std::string id = std::to_string(pin);
+  // A message about the pin with FIELDS after its id.
+  const auto about = [pin](const std::string& fields) {
+    return R"({"type":"pin","id":)" + std::to_string(pin) + "," + fields + "}";
+  };
   struct Case {
     std::string message;
     Outcome outcome;
@@ -35,26 +38,18 @@ TEST_F(PinMessagesFixture, AppliesTheUsersPinMessagesAndRejectsBadOnesWithAReaso
       {R"({"type":"pin","action":"delete"})", Outcome::Rejected, "no pushpin id"},
       {R"({"type":"pin","id":"1","action":"delete"})", Outcome::Rejected, "no pushpin id"},
       {R"({"type":"pin","id":1.5,"action":"delete"})", Outcome::Rejected, "no pushpin id"},
-      {R"({"type":"pin","id":)" + id + "}", Outcome::Rejected, "no action"},
+      {about(R"("other":1)"), Outcome::Rejected, "no action"},
       {R"({"type":"pin","id":99999,"action":"delete"})", Outcome::Rejected, "99999"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"explode"})", Outcome::Rejected, "explode"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":3})", Outcome::Rejected,
-       "0, 1 or 2"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":18446744073709551615})",
-       Outcome::Rejected, "0, 1 or 2"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":"2"})", Outcome::Rejected,
-       "0, 1 or 2"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"x"})", Outcome::Rejected,
-       "note"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":"","note":""})",
-       Outcome::Rejected, "name"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"properties","name":")" +
-           std::string(1001, 'n') + R"(","note":""})",
+      {about(R"("action":"explode")"), Outcome::Rejected, "explode"},
+      {about(R"("action":"balloon","state":3)"), Outcome::Rejected, "0, 1 or 2"},
+      {about(R"("action":"balloon","state":18446744073709551615)"), Outcome::Rejected, "0, 1 or 2"},
+      {about(R"("action":"balloon","state":"2")"), Outcome::Rejected, "0, 1 or 2"},
+      {about(R"("action":"properties","name":"x")"), Outcome::Rejected, "note"},
+      {about(R"("action":"properties","name":"","note":"")"), Outcome::Rejected, "name"},
+      {about(R"("action":"properties","note":"","name":")" + std::string(1001, 'n') + "\""),
        Outcome::Rejected, "too long"},
-      {R"({"type":"pin","id":)" + id + R"(,"action":"balloon","state":2})", Outcome::Applied, ""},
-      {R"({"type":"pin","id":)" + id +
-           R"(,"action":"properties","name":"Home & <b>","note":"é\n2"})",
-       Outcome::Applied, ""},
+      {about(R"("action":"balloon","state":2)"), Outcome::Applied, ""},
+      {about(R"("action":"properties","name":"Home & <b>","note":"é\n2")"), Outcome::Applied, ""},
   };
   for (const Case& test : cases) {
     const PinMessageResult result = ApplyPageMessage(&map, Json::parse(test.message));

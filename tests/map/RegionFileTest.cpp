@@ -6,7 +6,7 @@
 namespace orvo::host::map {
 namespace {
 
-using testing::TemporaryFolder;
+using orvo::testing::TempFolder;
 
 Region SampleRegion(const std::filesystem::path& folder) {
   return {folder.filename().string(),
@@ -28,20 +28,20 @@ void WriteSample(const std::filesystem::path& folder) {
 }
 
 TEST(MapFolder, OnlyCompleteFoldersAreListed) {
-  TemporaryFolder regions;
-  WriteSample(regions.path() / "monaco");
+  TempFolder regions;
+  WriteSample(regions.Path() / "monaco");
   // Not regions: an import in progress, a folder without region.json.
-  WriteSample(regions.path() / ".andorra.partial-abc123");
-  std::filesystem::create_directories(regions.path() / "half-done");
-  WriteSample(regions.path() / "alps");
-  EXPECT_EQ(ListRegionNames(regions.path()), (std::vector<std::string>{"alps", "monaco"}));
-  EXPECT_TRUE(ListRegionNames(regions.path() / "nowhere").empty());
+  WriteSample(regions.Path() / ".andorra.partial-abc123");
+  std::filesystem::create_directories(regions.Path() / "half-done");
+  WriteSample(regions.Path() / "alps");
+  EXPECT_EQ(ListRegionNames(regions.Path()), (std::vector<std::string>{"alps", "monaco"}));
+  EXPECT_TRUE(ListRegionNames(regions.Path() / "nowhere").empty());
 }
 
 TEST(MapFolder, DamagedDescriptionIsRefusedWithItsPath) {
-  TemporaryFolder folder;
-  const auto file = folder.path() / "region.json";
-  WriteRegion(SampleRegion(folder.path()));
+  TempFolder folder;
+  const auto file = folder.Path() / "region.json";
+  WriteRegion(SampleRegion(folder.Path()));
   const std::string good = testing::ReadFile(file);
   const auto replaced = [&](const std::string& from, const std::string& to) {
     return std::string(good).replace(good.find(from), from.size(), to);
@@ -56,7 +56,7 @@ TEST(MapFolder, DamagedDescriptionIsRefusedWithItsPath) {
   for (const auto& [text, expected] : damages) {
     testing::WriteFile(file, text);
     try {
-      ReadRegion(folder.path());
+      ReadRegion(folder.Path());
       ADD_FAILURE() << "read " << text;
     } catch (const RegionError& error) {
       EXPECT_NE(std::string(error.what()).find(file.string() + " is damaged: " + expected),
@@ -67,9 +67,9 @@ TEST(MapFolder, DamagedDescriptionIsRefusedWithItsPath) {
 }
 
 TEST(MapFolder, UnknownOrUnsafeNamesAreRefused) {
-  TemporaryFolder regions;
+  TempFolder regions;
   try {
-    OpenRegion("atlantis", regions.path());
+    OpenRegion("atlantis", regions.Path());
     ADD_FAILURE() << "opened a region that does not exist";
   } catch (const RegionError& error) {
     EXPECT_NE(std::string(error.what()).find("orvo region import"), std::string::npos);
@@ -78,7 +78,7 @@ TEST(MapFolder, UnknownOrUnsafeNamesAreRefused) {
   for (const std::string& name :
        std::vector<std::string>{"", ".hidden", "..", "a/b", "with space", std::string(65, 'x')})
     EXPECT_FALSE(IsValidRegionName(name)) << name;
-  EXPECT_THROW(OpenRegion("../etc", regions.path()), RegionError);
+  EXPECT_THROW(OpenRegion("../etc", regions.Path()), RegionError);
 }
 
 }  // namespace

@@ -123,13 +123,13 @@ TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
 }
 
 TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
-  testing::TemporaryFolder home;
+  orvo::testing::TempFolder home;
   int pipeEnds[2];
   ASSERT_EQ(::pipe(pipeEnds), 0);
   const pid_t child = ::fork();
   if (child == 0) {
     ::dup2(pipeEnds[1], STDOUT_FILENO);
-    ::setenv("XDG_DATA_HOME", home.path().c_str(), 1);
+    ::setenv("XDG_DATA_HOME", home.Path().c_str(), 1);
     ::execl(ORVO_BINARY, "orvo", "region", "import", testing::MonacoSource().c_str(), "--name",
             "cut", static_cast<char*>(nullptr));
     ::_exit(127);
@@ -146,7 +146,7 @@ TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status;
-  EXPECT_TRUE(fs::is_empty(home.path() / "orvo/regions"));
+  EXPECT_TRUE(fs::is_empty(home.Path() / "orvo/regions"));
 }
 
 }  // namespace
