@@ -25,22 +25,15 @@ TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
     std::function<void(RoutePlan&)> edit;
     std::vector<std::string> names;
   };
+  using enum WaypointType;
   const std::vector<Case> cases = {
-      {"move the end to the front", [](RoutePlan& p) { p.Move(3, 0); }, {"D", "A", "B", "C"}},
-      {"move the start back", [](RoutePlan& p) { p.Move(0, 2); }, {"B", "C", "A", "D"}},
+      {"end to the front", [](RoutePlan& p) { p.Move(3, 0); }, {"D", "A", "B", "C"}},
+      {"start back", [](RoutePlan& p) { p.Move(0, 2); }, {"B", "C", "A", "D"}},
       {"delete a stop", [](RoutePlan& p) { p.Delete(1); }, {"A", "C", "D"}},
-      {"a stop becomes the start",
-       [](RoutePlan& p) { p.SetType(2, WaypointType::Start); },
-       {"C", "A", "B", "D"}},
-      {"the start becomes the end",
-       [](RoutePlan& p) { p.SetType(0, WaypointType::End); },
-       {"B", "C", "D", "A"}},
-      {"the start becomes a stop",
-       [](RoutePlan& p) { p.SetType(0, WaypointType::Stop); },
-       {"B", "A", "C", "D"}},
-      {"the end becomes a stop",
-       [](RoutePlan& p) { p.SetType(3, WaypointType::Stop); },
-       {"A", "B", "D", "C"}},
+      {"stop to start", [](RoutePlan& p) { p.SetType(2, Start); }, {"C", "A", "B", "D"}},
+      {"start to end", [](RoutePlan& p) { p.SetType(0, End); }, {"B", "C", "D", "A"}},
+      {"start to stop", [](RoutePlan& p) { p.SetType(0, Stop); }, {"B", "A", "C", "D"}},
+      {"end to stop", [](RoutePlan& p) { p.SetType(3, Stop); }, {"A", "B", "D", "C"}},
       {"reorder",
        [](RoutePlan& p) {
          p.Reorder({0, 2, 1, 3});
@@ -64,10 +57,10 @@ TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
     EXPECT_EQ(Names(plan), test.names) << test.what;
     EXPECT_GE(changes, 1) << test.what;
     const auto& waypoints = plan.Waypoints();
-    EXPECT_EQ(waypoints.front().type, WaypointType::Start) << test.what;
-    EXPECT_EQ(waypoints.back().type, WaypointType::End) << test.what;
+    EXPECT_EQ(waypoints.front().type, Start) << test.what;
+    EXPECT_EQ(waypoints.back().type, End) << test.what;
     for (std::size_t index = 1; index + 1 < waypoints.size(); ++index)
-      EXPECT_EQ(waypoints[index].type, WaypointType::Stop) << test.what;
+      EXPECT_EQ(waypoints[index].type, Stop) << test.what;
   }
 
   // What changes nothing reports nothing; what is impossible says so.
@@ -78,8 +71,8 @@ TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
   changes = 0;
   plan.Rename(0, "A");
   plan.Move(1, 1);
-  plan.SetType(0, WaypointType::Start);
-  plan.SetType(1, WaypointType::Stop);  // two waypoints have no room for a stop
+  plan.SetType(0, Start);
+  plan.SetType(1, Stop);  // two waypoints have no room for a stop
   plan.SetPreference(0, SegmentPreference::Quickest);
   plan.Reorder({0, 1});
   EXPECT_EQ(changes, 0);
