@@ -1,8 +1,11 @@
-// The bundled Monaco extract imported by `orvo region import` with the real planetsplitter and
-// tilemaker, and the region it makes.
+// Closing an extract's coastline into sea, on made-up coastlines in a 10 x 10 box; then the
+// bundled Monaco extract imported by `orvo region import` with the real planetsplitter and
+// tilemaker, and the region it makes, its sea read back from the water layer of its tiles.
 #include <signal.h>
 
+#include <cmath>
 #include <cstring>
+#include <protozero/pbf_reader.hpp>
 
 #include <gtest/gtest.h>
 
@@ -10,9 +13,9 @@
 
 #include "host/map/MbTiles.hpp"
 #include "host/map/Region.hpp"
+#include "host/map/RegionSea.hpp"
 #include "tests/BuildPaths.hpp"
 #include "tests/map/MapTestSupport.hpp"
-#include "tests/map/VectorTile.hpp"
 
 namespace orvo::host::map {
 namespace {
@@ -20,6 +23,150 @@ namespace {
 namespace fs = std::filesystem;
 using testing::Gunzip;
 using testing::SharedMonaco;
+
+// Even-odd: whether POINT is inside RING, flipped once more for every ring it lies inside.
+bool RingContains(const SeaLine& ring, const SeaPoint& point) {
+  bool inside = false;
+  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+    if ((ring[i].y > point.y) != (ring[j].y > point.y) &&
+        point.x <
+            (ring[j].x - ring[i].x) * (point.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
+      inside = !inside;
+  return inside;
+}
+
+// Whether POINT is inside a polygon given by its geometry commands: move to, line to (zigzag
+// deltas), close path. Even-odd over all its rings counts islands out.
+bool GeometryContains(const std::vector<std::uint32_t>& commands, const SeaPoint& point) {
+  std::vector<SeaLine> rings;
+  std::int64_t x = 0;
+  std::int64_t y = 0;
+  const auto zigzag = [](std::uint32_t value) {
+    return static_cast<std::int64_t>(value >> 1) ^ -static_cast<std::int64_t>(value & 1);
+  };
+  for (auto it = commands.begin(); it != commands.end();) {
+    const std::uint32_t header = *it++;
+    if ((header & 7) == 7) continue;  // the ring closes itself
+    if ((header & 7) == 1 || rings.empty()) rings.emplace_back();
+    for (std::uint32_t index = 0; index < (header >> 3) && it != commands.end(); ++index) {
+      x += zigzag(*it++);
+      y += zigzag(*it++);
+      rings.back().push_back({static_cast<double>(x), static_cast<double>(y)});
+    }
+  }
+  bool inside = false;
+  for (const auto& ring : rings) inside = inside != RingContains(ring, point);
+  return inside;
+}
+
+// Whether PLACE lies in a water area of tile ADDRESS (unpacked).
+bool InWaterAt(const std::string& tile, const TileAddress& address, const GeoPoint& place) {
+  protozero::pbf_reader tileMessage(tile);
+  while (tileMessage.next(3)) {
+    protozero::pbf_reader layer = tileMessage.get_message();
+    std::string name;
+    std::uint32_t extent = 4096;
+    std::vector<std::vector<std::uint32_t>> polygons;
+    while (layer.next()) {
+      if (layer.tag() == 1) {
+        name = layer.get_string();
+      } else if (layer.tag() == 2) {
+        protozero::pbf_reader feature = layer.get_message();  // an area: the layer has no other
+        while (feature.next(4)) {
+          const auto packed = feature.get_packed_uint32();
+          polygons.emplace_back(packed.begin(), packed.end());
+        }
+      } else if (layer.tag() == 5) {
+        extent = layer.get_uint32();
+      } else {
+        layer.skip();
+      }
+    }
+    if (name != "water") continue;
+    const double tiles = std::ldexp(1.0, address.zoom);
+    const double latitude = place.latitudeDegrees * M_PI / 180.0;
+    const SeaPoint point{
+        // in tile units, east and south
+        ((place.longitudeDegrees + 180.0) / 360.0 * tiles - address.x) * extent,
+        ((1.0 - std::asinh(std::tan(latitude)) / M_PI) / 2.0 * tiles - address.y) * extent};
+    for (const auto& geometry : polygons)
+      if (GeometryContains(geometry, point)) return true;
+  }
+  return false;
+}
+
+constexpr GeoBounds kBox{0.0, 0.0, 10.0, 10.0};
+
+bool InSea(const std::vector<SeaPolygon>& sea, const SeaPoint& point) {
+  for (const SeaPolygon& polygon : sea) {
+    if (!RingContains(polygon.outer, point)) continue;
+    bool onIsland = false;
+    for (const SeaLine& island : polygon.islands)
+      onIsland = onIsland || RingContains(island, point);
+    if (!onIsland) return true;
+  }
+  return false;
+}
+
+struct SeaCase {
+  const char* what;
+  std::vector<SeaLine> coastline;
+  std::vector<SeaPoint> sea;
+  std::vector<SeaPoint> land;
+};
+
+TEST(RegionSea, CoastlinesCloseWithTheSeaOnTheirRight) {
+  const SeaLine island{{4, 4}, {6, 4}, {6, 6}, {4, 6}, {4, 4}};  // anticlockwise: land inside
+  const SeaLine lake{{4, 4}, {4, 6}, {6, 6}, {6, 4}, {4, 4}};    // clockwise: water inside
+  const std::vector<SeaCase> cases{
+      {"a coast running east", {{{-1, 5}, {11, 5}}}, {{5, 2}, {9.9, 0.1}}, {{5, 8}, {0.1, 9.9}}},
+      {"a coast running west", {{{11, 5}, {-1, 5}}}, {{5, 8}}, {{5, 2}}},
+      {"ways in any order", {{{5, 5}, {11, 5}}, {{-1, 5}, {5, 5}}}, {{5, 2}}, {{5, 8}}},
+      {"ends cut short inside go on to the nearest edge",
+       {{{0.5, 5}, {5, 4}, {9.5, 5}}},
+       {{5, 2}, {0.2, 4}},
+       {{5, 8}, {0.2, 6}}},
+      {"a bay open to the north",
+       {{{7, 11}, {7, 3}, {3, 3}, {3, 11}}},
+       {{5, 6}, {5, 9.9}},
+       {{1, 5}, {9, 5}, {5, 1}}},
+      {"a peninsula reaching in from the north",
+       {{{3, 11}, {3, 3}, {7, 3}, {7, 11}}},
+       {{1, 5}, {9, 5}, {5, 1}, {0.1, 9.9}},
+       {{5, 6}}},
+      {"a strait between two coasts",
+       {{{11, 3}, {-1, 3}}, {{-1, 7}, {11, 7}}},
+       {{5, 5}, {0.1, 5}},
+       {{5, 1}, {5, 9}}},
+      {"an island in open sea", {island}, {{1, 1}, {5, 3}}, {{5, 5}}},
+      {"water closed in by land", {lake}, {{5, 5}}, {{1, 1}}},
+      {"an island off a coast",
+       {{{-1, 5}, {11, 5}}, {{4, 1}, {6, 1}, {6, 2}, {4, 2}, {4, 1}}},
+       {{5, 0.5}, {5, 3}},
+       {{5, 1.5}, {5, 8}}},
+      {"an island cut by the box's edge",
+       {{{8, 4}, {12, 4}, {12, 6}, {8, 6}, {8, 4}}},
+       {{5, 5}, {9, 2}},
+       {{9, 5}}},
+      {"the box on a large island",
+       {{{-5, -5}, {15, -5}, {15, 15}, {-5, 15}, {-5, -5}}},
+       {},
+       {{5, 5}}},
+      {"no coastline", {}, {}, {{5, 5}}},
+  };
+  for (const SeaCase& test : cases) {
+    const std::vector<SeaPolygon> sea = BuildSea(test.coastline, kBox);
+    for (const SeaPoint& point : test.sea)
+      EXPECT_TRUE(InSea(sea, point)) << test.what << ": " << point.x << "," << point.y;
+    for (const SeaPoint& point : test.land)
+      EXPECT_FALSE(InSea(sea, point)) << test.what << ": " << point.x << "," << point.y;
+    for (const SeaPolygon& polygon : sea) {  // closed, in the shapefile's orientation
+      EXPECT_EQ(polygon.outer.front(), polygon.outer.back()) << test.what;
+      EXPECT_LT(SignedArea(polygon.outer), 0.0) << test.what;
+      for (const SeaLine& hole : polygon.islands) EXPECT_GT(SignedArea(hole), 0.0) << test.what;
+    }
+  }
+}
 
 constexpr GeoPoint kCasino{43.7397, 7.4275};
 // Monaco itself, well inside any sensible extract of it.
@@ -117,7 +264,7 @@ TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
       const TileAddress address = TileContaining(place, zoom);
       const auto tile = tiles.Tile(zoom, address.x, address.y);
       ASSERT_TRUE(tile) << zoom;
-      EXPECT_EQ(testing::InWaterAt(Gunzip(*tile).value_or(""), address, place), water)
+      EXPECT_EQ(InWaterAt(Gunzip(*tile).value_or(""), address, place), water)
           << place.latitudeDegrees << "," << place.longitudeDegrees << " zoom " << zoom;
     }
 }
