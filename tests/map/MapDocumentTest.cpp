@@ -146,12 +146,13 @@ TEST_F(MapDocumentFixture, ReopeningFindsEveryFlushedPinWithItsIdAndNeverReusesA
   EXPECT_EQ(names.front(), "ORVO_CurrentPosition");
 }
 
-TEST_F(MapDocumentFixture, FlushesOnlyWhenAskedAndSignalsTheFirstChangeOfEachBatch) {
+// Nothing is written before a flush: `orvo map pins` below and the flush timer's test see that.
+TEST_F(MapDocumentFixture, SignalsTheFirstChangeOfEachBatchAndOnlyRealChanges) {
   MapDocument map(file);
   int dirtySignals = 0;
-  std::vector<PinChange> changes;
+  std::vector<PinChangeKind> changes;
   map.onDirty = [&] { ++dirtySignals; };
-  map.onPinChange = [&](const PinChange& change) { changes.push_back(change); };
+  map.onPinChange = [&](const PinChange& change) { changes.push_back(change.kind); };
 
   Pushpin pin = map.AddPushpin(kMonaco, "a");
   pin.SetSymbol(24);
@@ -159,21 +160,12 @@ TEST_F(MapDocumentFixture, FlushesOnlyWhenAskedAndSignalsTheFirstChangeOfEachBat
   pin.SetLocation(kMonaco);
   EXPECT_EQ(dirtySignals, 1);
   EXPECT_TRUE(map.IsDirty());
-  {
-    MapDocument reader(file, MapDocument::Access::ReadOnly);
-    EXPECT_EQ(reader.PushpinCount(), 0u) << "nothing is written before the flush";
-  }
   map.Flush();
   EXPECT_FALSE(map.IsDirty());
   pin.Delete();
   EXPECT_EQ(dirtySignals, 2);
-  const std::vector<PinChangeKind> expected = {PinChangeKind::Added, PinChangeKind::Updated,
-                                               PinChangeKind::Removed};
-  ASSERT_EQ(changes.size(), expected.size());
-  for (std::size_t index = 0; index < expected.size(); ++index) {
-    EXPECT_EQ(changes[index].kind, expected[index]);
-    EXPECT_EQ(changes[index].id, pin.Id());
-  }
+  EXPECT_EQ(changes, (std::vector<PinChangeKind>{PinChangeKind::Added, PinChangeKind::Updated,
+                                                 PinChangeKind::Removed}));
 }
 
 TEST_F(MapDocumentFixture, OpeningRefusesWhatIsNotAWritableOrvoMap) {
