@@ -118,15 +118,15 @@ struct MapViewFixture : ::testing::Test {
     view.onChange = [this] { ++changes; };
   }
   void TearDown() override { desktop.RemoveObserver(recorder); }
+  // The page's report of its view.
+  static ui::Json ViewEvent(double lat, double lon, double zoom, int width, int height) {
+    return {{"type", "mapview"}, {"lat", lat},     {"lon", lon},
+            {"zoom", zoom},      {"width", width}, {"height", height}};
+  }
 };
 
 TEST_F(MapViewFixture, FollowsThePagesViewAndRefusesBrokenOnes) {
-  EXPECT_TRUE(view.HandleEvent({{"type", "mapview"},
-                                {"lat", 43.74},
-                                {"lon", 367.42},
-                                {"zoom", 15.5},
-                                {"width", 1280},
-                                {"height", 770}}));
+  EXPECT_TRUE(view.HandleEvent(ViewEvent(43.74, 367.42, 15.5, 1280, 770)));
   EXPECT_DOUBLE_EQ(view.State().centreLatitudeDegrees, 43.74);
   EXPECT_NEAR(view.State().centreLongitudeDegrees, 7.42, 1e-9);
   EXPECT_DOUBLE_EQ(view.State().zoom, 15.5);
@@ -137,8 +137,7 @@ TEST_F(MapViewFixture, FollowsThePagesViewAndRefusesBrokenOnes) {
   // Out of range, of the wrong type, negative, or missing: reported and ignored.
   for (const auto& [field, value] : std::vector<std::pair<std::string, ui::Json>>{
            {"lat", 95}, {"lat", "43"}, {"width", -5}, {"zoom", nullptr}}) {
-    ui::Json broken{{"type", "mapview"}, {"lat", 43},  {"lon", 7},
-                    {"zoom", 3},         {"width", 1}, {"height", 1}};
+    ui::Json broken = ViewEvent(43, 7, 3, 1, 1);
     if (value.is_null()) {
       broken.erase(field);
     } else {
@@ -188,12 +187,7 @@ TEST_F(MapViewFixture, TheMapObjectsWorkOnTheReportedViewTheHostsUnitAndTheOpenD
   DocumentMap map(host, geometry);
 
   EXPECT_EQ(geometry.Width(), 0);
-  view.HandleEvent({{"type", "mapview"},
-                    {"lat", 43.74},
-                    {"lon", 7.42},
-                    {"zoom", 16},
-                    {"width", 1001},
-                    {"height", 700}});
+  view.HandleEvent(ViewEvent(43.74, 7.42, 16, 1001, 700));
   EXPECT_EQ(geometry.Width(), 1001);
   EXPECT_EQ(geometry.Height(), 700);
 

@@ -16,23 +16,19 @@ namespace {
 using orvo::testing::TempFolder;
 using testing::MakeMbTiles;
 
-Region SampleRegion(const std::filesystem::path& folder) {
-  return {folder.filename().string(),
-          folder,
-          {7.349, 43.71, 7.491, 43.77},
-          {43.74, 7.42},
-          12,
-          16,
-          "map.mbtiles",
-          "routino",
-          "import.log",
-          "/data/monaco.osm.pbf",
-          "2026-01-31T12:00:00Z"};
-}
-
 void WriteSample(const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
-  WriteRegion(SampleRegion(folder));
+  WriteRegion({folder.filename().string(),
+               folder,
+               {7.349, 43.71, 7.491, 43.77},
+               {43.74, 7.42},
+               12,
+               16,
+               "map.mbtiles",
+               "routino",
+               "import.log",
+               "/data/monaco.osm.pbf",
+               "2026-01-31T12:00:00Z"});
 }
 
 TEST(MapFolder, OnlyCompleteFoldersAreListed) {
@@ -49,7 +45,7 @@ TEST(MapFolder, OnlyCompleteFoldersAreListed) {
 TEST(MapFolder, DamagedDescriptionIsRefusedWithItsPath) {
   TempFolder folder;
   const auto file = folder.Path() / "region.json";
-  WriteRegion(SampleRegion(folder.Path()));
+  WriteSample(folder.Path());
   const std::string good = testing::ReadFile(file);
   const auto replaced = [&](const std::string& from, const std::string& to) {
     return std::string(good).replace(good.find(from), from.size(), to);
