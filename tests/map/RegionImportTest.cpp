@@ -222,12 +222,7 @@ TEST_F(RegionImport, MapTilesAreGzippedVectorTilesWithOrvosLayers) {
   EXPECT_EQ(layers, (std::vector<std::string>{"water", "waterway", "landuse", "building", "road",
                                               "place"}));
 
-  for (int zoom = 12; zoom <= 16; ++zoom) {
-    const TileAddress casino = TileContaining(kCasino, zoom);
-    const auto tile = tiles.Tile(zoom, casino.x, casino.y);
-    ASSERT_TRUE(tile) << "zoom " << zoom;
-    EXPECT_TRUE(IsGzip(*tile)) << "zoom " << zoom;
-  }
+  // Zooms 12 to 16 are there, gzipped: the sea's test below reads them.
   const TileAddress outside = TileContaining(kCasino, 11);
   EXPECT_FALSE(tiles.Tile(11, outside.x, outside.y));
 
@@ -264,7 +259,8 @@ TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
       const TileAddress address = TileContaining(place, zoom);
       const auto tile = tiles.Tile(zoom, address.x, address.y);
       ASSERT_TRUE(tile) << zoom;
-      EXPECT_EQ(InWaterAt(Gunzip(*tile).value_or(""), address, place), water)
+      ASSERT_TRUE(IsGzip(*tile)) << zoom;
+      EXPECT_EQ(InWaterAt(Gunzip(*tile).value(), address, place), water)
           << place.latitudeDegrees << "," << place.longitudeDegrees << " zoom " << zoom;
     }
 }
