@@ -17,18 +17,6 @@ constexpr GeoPoint kPortHercule{43.7347, 7.4214};
 constexpr GeoPoint kFontvieille{43.7285, 7.4150};
 constexpr GeoPoint kAtSea{43.7000, 7.4700};
 
-std::vector<const Direction*> PreOrder(const std::vector<Direction>& tree) {
-  std::vector<const Direction*> flat;
-  const auto walk = [&flat](auto& self, const std::vector<Direction>& list) -> void {
-    for (const Direction& direction : list) {
-      flat.push_back(&direction);
-      self(self, direction.nested);
-    }
-  };
-  walk(walk, tree);
-  return flat;
-}
-
 class MonacoRoute : public ::testing::Test {
  protected:
   MonacoRoute() {
@@ -67,27 +55,25 @@ class MonacoRoute : public ::testing::Test {
     ASSERT_TRUE(route_.IsCalculated());
     const std::vector<Direction> tree = route_.Directions();
     ASSERT_EQ(tree.size(), waypointCount);
-    const std::vector<const Direction*> flat = PreOrder(tree);
+    std::vector<const Direction*> flat;  // in the order they are driven
+    for (const Direction& waypoint : tree) {
+      flat.push_back(&waypoint);
+      EXPECT_EQ(waypoint.type, DirectionType::Waypoint) << waypoint.text;
+      for (const Direction& step : waypoint.nested) {
+        flat.push_back(&step);
+        EXPECT_EQ(step.type, DirectionType::Driving) << step.text;
+        EXPECT_NE(step.action, DirectionAction::Depart) << step.text;
+        EXPECT_NE(step.action, DirectionAction::Arrive) << step.text;
+        EXPECT_TRUE(step.nested.empty()) << step.text;
+      }
+    }
     EXPECT_EQ(flat.front()->action, DirectionAction::Depart);
     EXPECT_EQ(flat.back()->action, DirectionAction::Arrive);
-    EXPECT_TRUE(tree.back().nested.empty());
     double distance = 0.0;
     for (std::size_t index = 0; index < flat.size(); ++index) {
-      const Direction& direction = *flat[index];
-      distance += direction.distance;
-      EXPECT_FALSE(direction.text.empty());
-      if (index > 0) {
-        EXPECT_GE(direction.timeSeconds, flat[index - 1]->timeSeconds);
-      }
-      const bool top = std::any_of(tree.begin(), tree.end(), [&](const Direction& waypoint) {
-        return &waypoint == &direction;
-      });
-      EXPECT_EQ(direction.type, top ? DirectionType::Waypoint : DirectionType::Driving)
-          << direction.text;
-      if (!top) {
-        EXPECT_NE(direction.action, DirectionAction::Depart) << direction.text;
-        EXPECT_NE(direction.action, DirectionAction::Arrive) << direction.text;
-      }
+      distance += flat[index]->distance;
+      EXPECT_FALSE(flat[index]->text.empty());
+      EXPECT_GE(flat[index]->timeSeconds, index > 0 ? flat[index - 1]->timeSeconds : 0.0);
     }
     EXPECT_NEAR(distance, route_.Distance(), 1e-9);
     for (std::size_t index = 1; index < tree.size(); ++index) {
