@@ -13,9 +13,9 @@ namespace orvo::host::map {
 namespace {
 
 namespace fs = std::filesystem;
+using orvo::testing::TempFolder;
 using testing::ReadFile;
 using testing::ScopedEnvironment;
-using orvo::testing::TempFolder;
 using testing::WriteFile;
 
 const std::string kPbfHeader("\0\0\0\x0d\x0a\x09OSMHeader\x18\x01", 17);
