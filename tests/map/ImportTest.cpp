@@ -8,15 +8,14 @@
 #include "host/map/RegionImport.hpp"
 #include "tests/BuildPaths.hpp"
 #include "tests/map/MapTestSupport.hpp"
-#include "tests/map/SyntheticExtract.hpp"
 
 namespace orvo::host::map {
 namespace {
 
 namespace fs = std::filesystem;
+using orvo::testing::TempFolder;
 using testing::ReadFile;
 using testing::ScopedEnvironment;
-using testing::TemporaryFolder;
 using testing::WriteFile;
 
 const std::string kPbfHeader("\0\0\0\x0d\x0a\x09OSMHeader\x18\x01", 17);
@@ -24,7 +23,7 @@ const std::string kPbfHeader("\0\0\0\x0d\x0a\x09OSMHeader\x18\x01", 17);
 class MapImport : public ::testing::Test {
  protected:
   MapImport() {
-    fs::create_directories(work_.path() / "bin");
+    fs::create_directories(work_.Path() / "bin");
     // Writes a database file into --dir and complains; exits with $FAKE_SPLITTER_EXIT.
     WriteScript("planetsplitter",
                 "for a in \"$@\"; do case $a in --dir=*) dir=${a#--dir=};; esac; done\n"
@@ -34,14 +33,13 @@ class MapImport : public ::testing::Test {
     WriteScript("tilemaker",
                 "while [ $# -gt 0 ]; do [ \"$1\" = --output ] && out=$2; shift; done\n"
                 "ls sea.*; cp \"$FAKE_TILES\" \"$out\"\n");
-    testing::WriteExtract(source_, GeoBounds{7.40, 43.72, 7.44, 43.75},
-                          {{{{43.73, 7.39}, {43.73, 7.45}}, {{"natural", "coastline"}}}});
+    fs::copy_file(testing::MonacoSource(), source_);
     MakeTiles({{"bounds", "7.40,43.72,7.44,43.75"}, {"minzoom", "12"}, {"maxzoom", "14"}});
   }
 
   void WriteScript(const std::string& name, const std::string& body) {
-    WriteFile(work_.path() / "bin" / name, "#!/bin/sh\n" + body);
-    ::chmod((work_.path() / "bin" / name).c_str(), 0755);
+    WriteFile(work_.Path() / "bin" / name, "#!/bin/sh\n" + body);
+    ::chmod((work_.Path() / "bin" / name).c_str(), 0755);
   }
   void MakeTiles(const std::map<std::string, std::string>& metadata) {
     fs::remove(tiles_);
@@ -50,7 +48,7 @@ class MapImport : public ::testing::Test {
   RegionImportOptions Options(const std::string& name = "demo") const {
     return {source_, name, Regions(), fs::path(ORVO_SOURCE_DIR) / "data/tilemaker"};
   }
-  fs::path Regions() const { return work_.path() / "regions"; }
+  fs::path Regions() const { return work_.Path() / "regions"; }
   std::string ImportError(const RegionImportOptions& options) const {
     try {
       ImportRegion(options);
@@ -60,52 +58,36 @@ class MapImport : public ::testing::Test {
     return "(imported without an error)";
   }
 
-  TemporaryFolder work_;
-  fs::path source_ = work_.path() / "demo.osm.pbf";
-  fs::path tiles_ = work_.path() / "fake.mbtiles";
-  ScopedEnvironment path_{"PATH", (work_.path() / "bin").string() + ":/usr/bin:/bin"};
+  TempFolder work_;
+  fs::path source_ = work_.Path() / "demo.osm.pbf";
+  fs::path tiles_ = work_.Path() / "fake.mbtiles";
+  ScopedEnvironment path_{"PATH", (work_.Path() / "bin").string() + ":/usr/bin:/bin"};
   ScopedEnvironment fakeTiles_{"FAKE_TILES", tiles_.string()};
 };
 
-TEST_F(MapImport, ImportReportsEachStepAndKeepsTheLog) {
-  std::vector<std::string> lines;
-  const Region region =
-      ImportRegion(Options(), [&](std::string_view line) { lines.emplace_back(line); });
-  EXPECT_EQ(lines,
-            (std::vector<std::string>{
-                "[1/5] routing database (planetsplitter) ...", "[2/5] sea (coastline) ...",
-                "[3/5] names of streets and places ...", "[4/5] map tiles (tilemaker) ...",
-                "[5/5] region description ...", lines.back()}));
-  EXPECT_EQ(lines.back().rfind("region \"demo\" is ready in " + (Regions() / "demo").string(), 0),
-            0u);
-
-  const Region read = OpenRegion("demo", Regions());
-  EXPECT_EQ(read.folder, region.folder);
-  EXPECT_DOUBLE_EQ(read.bounds.eastDegrees, 7.44);
-  EXPECT_DOUBLE_EQ(read.centre.latitudeDegrees, (43.72 + 43.75) / 2);  // no centre in the tiles
-  EXPECT_EQ(read.maxZoom, 14);
-  EXPECT_EQ(read.sourceFile, source_.string());
-  EXPECT_TRUE(fs::exists(read.folder / "routino-nodes.mem"));
-  const std::string log = ReadFile(read.LogPath());
+// The steps as the real tools run them are in RegionImportTest.cpp; here what they leave.
+TEST_F(MapImport, ImportKeepsTheLogAndReimportReplacesTheOldOneAndClearsLeftovers) {
+  const Region region = ImportRegion(Options());
+  EXPECT_EQ(region.folder, Regions() / "demo");
+  EXPECT_DOUBLE_EQ(region.bounds.eastDegrees, 7.44);
+  EXPECT_DOUBLE_EQ(region.centre.latitudeDegrees, (43.72 + 43.75) / 2);  // no centre in the tiles
+  EXPECT_EQ(region.maxZoom, 14);
+  EXPECT_EQ(region.sourceFile, source_.string());
+  const std::string log = ReadFile(region.LogPath());
   for (const char* text :
        {"splitting --dir=", "splitter complaint", "--tagging=/usr/share/routino/tagging.xml",
-        "1 coastline ways closed into 1 sea polygons within 7.4000000,43.7200000,7.4400000,"
-        "43.7500000 (the extract's bounds)",
-        "sea.dbf\nsea.shp\nsea.shx\n"})
+        "coastline ways closed into", "sea.dbf\nsea.shp\nsea.shx\n"})
     EXPECT_NE(log.find(text), std::string::npos) << text;
-  EXPECT_FALSE(fs::exists(read.folder / "sea.shp"));  // only tilemaker needs it
-}
+  EXPECT_FALSE(fs::exists(region.folder / "sea.shp"));  // only tilemaker needs it
 
-TEST_F(MapImport, ReimportReplacesTheOldOneAndClearsLeftovers) {
-  ImportRegion(Options());
   fs::create_directories(Regions() / ".demo.partial-dead01");  // from an import that died
   MakeTiles({});  // without bounds: the stored tiles give the extent
-  const Region region = ImportRegion(Options());
+  const Region again = ImportRegion(Options());
   EXPECT_EQ(std::distance(fs::directory_iterator(Regions()), fs::directory_iterator()), 1);
   EXPECT_DOUBLE_EQ(OpenRegion("demo", Regions()).bounds.westDegrees,
                    TileBounds(14, 8530, 5975).westDegrees);
-  EXPECT_DOUBLE_EQ(region.bounds.southDegrees, TileBounds(14, 8531, 5976).southDegrees);
-  EXPECT_EQ(region.minZoom, 14);
+  EXPECT_DOUBLE_EQ(again.bounds.southDegrees, TileBounds(14, 8531, 5976).southDegrees);
+  EXPECT_EQ(again.minZoom, 14);
 }
 
 TEST_F(MapImport, FailingStepIsNamedAndTheOldImportStays) {
@@ -132,7 +114,7 @@ TEST_F(MapImport, FailingStepIsNamedAndTheOldImportStays) {
 
 TEST_F(MapImport, BadInputIsRefusedBeforeAnythingIsWritten) {
   auto options = Options();
-  options.sourceFile = work_.path() / "absent.osm.pbf";
+  options.sourceFile = work_.Path() / "absent.osm.pbf";
   EXPECT_EQ(ImportError(options),
             "cannot import " + options.sourceFile.string() + ": no such file");
   for (const std::string& content : {std::string("<?xml version='1.0'?><osm/>"), std::string(),
@@ -143,10 +125,10 @@ TEST_F(MapImport, BadInputIsRefusedBeforeAnythingIsWritten) {
   WriteFile(source_, kPbfHeader);
   EXPECT_NE(ImportError(Options("../escape")).find("cannot be a region name"), std::string::npos);
   options = Options();
-  options.tilemakerFolder = work_.path();
+  options.tilemakerFolder = work_.Path();
   EXPECT_NE(ImportError(options).find("map tile configuration is missing"), std::string::npos);
-  fs::remove(work_.path() / "bin/planetsplitter");
-  const ScopedEnvironment onlyFakes("PATH", (work_.path() / "bin").string());
+  fs::remove(work_.Path() / "bin/planetsplitter");
+  const ScopedEnvironment onlyFakes("PATH", (work_.Path() / "bin").string());
   EXPECT_NE(ImportError(Options()).find("planetsplitter was not found on the PATH; it comes with "
                                         "the Debian package routino"),
             std::string::npos);
@@ -157,8 +139,8 @@ TEST(MapImportCommand, CommandLineMistakesAndBadFilesExitNonZero) {
   EXPECT_EQ(RegionNameFromFile("/maps/monaco.osm.pbf"), "monaco");
   EXPECT_EQ(RegionNameFromFile("alps.pbf"), "alps");
 
-  TemporaryFolder home;
-  const testing::Environment environment{{"XDG_DATA_HOME", home.path()}};
+  TempFolder home;
+  const testing::Environment environment{{"XDG_DATA_HOME", home.Path()}};
   const auto missing =
       testing::RunOrvoCommandLine("region import /nowhere/monaco.osm.pbf", environment);
   EXPECT_EQ(missing.exitCode, 1);

@@ -1,12 +1,11 @@
-// Pixel coordinates of the view the page reports, geodesic distances, and the map objects over
-// the open document.
+// The view the page reports and the moves sent to it, pixel coordinates in it, geodesic
+// distances, and the map objects over the open document.
 #include <gtest/gtest.h>
 
 #include "host/map/DocumentMap.hpp"
 #include "host/map/MapGeometry.hpp"
 #include "host/map/MapView.hpp"
 #include "host/map/MbTiles.hpp"
-#include "host/map/PinMessages.hpp"
 #include "host/ui/Scheduler.hpp"
 #include "tests/TestSupport.hpp"
 
@@ -98,25 +97,97 @@ TEST(MapGeometry, DistancesAreGeodesicInTheHostsUnit) {
   EXPECT_NEAR(Distance({40.6, -73.8}, {51.6, -0.5}, DistanceUnit::Miles), 3449.7034, 1e-3);
 }
 
-// The map objects tracking uses: pixels in the reported view, and pin handles that throw
-// PushpinGone once deleted by whoever.
-TEST(MapGeometry, TheMapObjectsWorkOnTheReportedViewTheHostsUnitAndTheOpenDocument) {
+class Recorder : public ui::UiObserver {
+ public:
+  void UiMessage(const ui::Json& message) override { messages.push_back(message); }
+  std::vector<ui::Json> messages;
+};
+
+struct MapViewFixture : ::testing::Test {
   ui::ManualScheduler scheduler;
   ui::ScriptedDialogs dialogs;
   ui::Desktop desktop{scheduler, dialogs};
+  Recorder recorder;
   MapView view{desktop};
+  std::vector<std::string> reports;
+  int changes = 0;
+
+  void SetUp() override {
+    desktop.AddObserver(recorder);
+    view.diagnostics = [this](std::string_view text) { reports.emplace_back(text); };
+    view.onChange = [this] { ++changes; };
+  }
+  void TearDown() override { desktop.RemoveObserver(recorder); }
+  // The page's report of its view.
+  static ui::Json ViewEvent(double lat, double lon, double zoom, int width, int height) {
+    return {{"type", "mapview"}, {"lat", lat},     {"lon", lon},
+            {"zoom", zoom},      {"width", width}, {"height", height}};
+  }
+};
+
+TEST_F(MapViewFixture, FollowsThePagesViewAndRefusesBrokenOnes) {
+  EXPECT_TRUE(view.HandleEvent(ViewEvent(43.74, 367.42, 15.5, 1280, 770)));
+  EXPECT_DOUBLE_EQ(view.State().centreLatitudeDegrees, 43.74);
+  EXPECT_NEAR(view.State().centreLongitudeDegrees, 7.42, 1e-9);
+  EXPECT_DOUBLE_EQ(view.State().zoom, 15.5);
+  EXPECT_EQ(view.State().widthPixels, 1280);
+  EXPECT_EQ(view.State().heightPixels, 770);
+  EXPECT_EQ(changes, 1);
+
+  // Out of range, of the wrong type, negative, or missing: reported and ignored.
+  for (const auto& [field, value] : std::vector<std::pair<std::string, ui::Json>>{
+           {"lat", 95}, {"lat", "43"}, {"width", -5}, {"zoom", nullptr}}) {
+    ui::Json broken = ViewEvent(43, 7, 3, 1, 1);
+    if (value.is_null()) {
+      broken.erase(field);
+    } else {
+      broken[field] = value;
+    }
+    EXPECT_TRUE(view.HandleEvent(broken)) << field;
+  }
+  EXPECT_EQ(reports.size(), 4u);
+  EXPECT_DOUBLE_EQ(view.State().centreLatitudeDegrees, 43.74);
+  EXPECT_FALSE(view.HandleEvent({{"type", "answer"}, {"id", 1}}));
+  EXPECT_TRUE(recorder.messages.empty());  // the page's own view is not sent back to it
+}
+
+TEST_F(MapViewFixture, MovesEveryPageAndZoomsInWholeSteps) {
+  view.SetInitialView(43.73, 7.42, 14.6);
+  view.GoTo(43.75, 7.43);
+  ASSERT_EQ(recorder.messages.size(), 1u);
+  EXPECT_EQ(recorder.messages[0],
+            ui::Json({{"type", "mapgoto"}, {"lat", 43.75}, {"lon", 7.43}, {"zoom", 14.6}}));
+
+  view.ZoomIn();
+  view.ZoomIn();  // before any page has answered: the presses add up
+  EXPECT_DOUBLE_EQ(view.State().zoom, 16);
+  view.ZoomOut();
+  EXPECT_DOUBLE_EQ(recorder.messages.back().at("zoom").get<double>(), 15);
+
+  view.GoTo(0, 0, 40);
+  EXPECT_DOUBLE_EQ(view.State().zoom, MapView::kMaxZoom);
+  view.ZoomIn();
+  EXPECT_DOUBLE_EQ(view.State().zoom, MapView::kMaxZoom);
+  view.GoTo(0, 0, 0);
+  view.ZoomOut();
+  EXPECT_DOUBLE_EQ(view.State().zoom, MapView::kMinZoom);
+  EXPECT_EQ(changes, 8);
+
+  ui::Json snapshot;
+  view.AddToSnapshot(snapshot);
+  EXPECT_EQ(snapshot.at("mapView"), ui::Json({{"lat", 0.0}, {"lon", 0.0}, {"zoom", 0.0}}));
+}
+
+// The map objects tracking uses: pixels in the reported view, and pin handles that throw
+// PushpinGone once deleted (by the page too: map.test.ts deletes the position pin).
+TEST_F(MapViewFixture, TheMapObjectsWorkOnTheReportedViewTheHostsUnitAndTheOpenDocument) {
   orvo::testing::TempFolder folder;
   MapHost host(folder.Path());
   MapGeometry geometry(view, host);
   DocumentMap map(host, geometry);
 
   EXPECT_EQ(geometry.Width(), 0);
-  view.HandleEvent({{"type", "mapview"},
-                    {"lat", 43.74},
-                    {"lon", 7.42},
-                    {"zoom", 16},
-                    {"width", 1001},
-                    {"height", 700}});
+  view.HandleEvent(ViewEvent(43.74, 7.42, 16, 1001, 700));
   EXPECT_EQ(geometry.Width(), 1001);
   EXPECT_EQ(geometry.Height(), 700);
 
@@ -139,21 +210,11 @@ TEST(MapGeometry, TheMapObjectsWorkOnTheReportedViewTheHostsUnitAndTheOpenDocume
   EXPECT_EQ(map.GetActiveMap(), nullptr);
   host.OpenAtStart();
   ASSERT_EQ(map.GetActiveMap(), &map);
-  const PushpinRef position =
-      map.AddPushpin(map.GetLocation(43.7384, 7.4246, 12), std::string("ORVO_CurrentPosition"));
-  const PushpinRef unnamed = map.AddPushpin(map.GetLocation(43.74, 7.43, 0), std::nullopt);
-
-  // Deleted by the user in the page, and by ORVO: every use of the old handle throws.
-  ApplyPageMessage(host.ActiveMap(),
-                   {{"type", "pin"}, {"id", position.Id()}, {"action", "delete"}});
-  unnamed.Delete();
-  for (const PushpinRef& gone : {position, unnamed}) {
-    EXPECT_THROW(gone.SetLocation(map.GetLocation(0, 0, 0)), PushpinGone);
-    EXPECT_THROW(gone.SetSymbol(1), PushpinGone);
-    EXPECT_THROW(gone.Name(), PushpinGone);
-    EXPECT_THROW(gone.Delete(), PushpinGone);
-  }
-  EXPECT_FALSE(map.FindPushpin("ORVO_CurrentPosition"));
+  // Deleted by ORVO: the old handle throws what tracking catches to place a new pin.
+  const PushpinRef gone = map.AddPushpin(map.GetLocation(43.74, 7.43, 0), std::nullopt);
+  gone.Delete();
+  EXPECT_THROW(gone.SetLocation(map.GetLocation(0, 0, 0)), PushpinGone);
+  EXPECT_THROW(gone.Name(), PushpinGone);
 
   host.CloseMap();
   EXPECT_EQ(map.GetActiveMap(), nullptr);

@@ -25,10 +25,6 @@ namespace orvo::host::map::testing {
 
 namespace fs = std::filesystem;
 
-// The shared temporary folder, under the name and accessor these tests use.
-struct TemporaryFolder : orvo::testing::TempFolder {
-  const fs::path& path() const { return Path(); }
-};
 using orvo::testing::Environment;
 using orvo::testing::ReadFile;
 using orvo::testing::RunOrvo;

@@ -17,18 +17,6 @@ constexpr GeoPoint kPortHercule{43.7347, 7.4214};
 constexpr GeoPoint kFontvieille{43.7285, 7.4150};
 constexpr GeoPoint kAtSea{43.7000, 7.4700};
 
-std::vector<const Direction*> PreOrder(const std::vector<Direction>& tree) {
-  std::vector<const Direction*> flat;
-  const auto walk = [&flat](auto& self, const std::vector<Direction>& list) -> void {
-    for (const Direction& direction : list) {
-      flat.push_back(&direction);
-      self(self, direction.nested);
-    }
-  };
-  walk(walk, tree);
-  return flat;
-}
-
 class MonacoRoute : public ::testing::Test {
  protected:
   MonacoRoute() {
@@ -48,14 +36,17 @@ class MonacoRoute : public ::testing::Test {
     }
   }
 
-  std::string FailureOf(const std::vector<std::pair<std::string, GeoPoint>>& waypoints) {
-    Plan(waypoints);
+  static std::string FailureOf(DocumentRoute& route) {
     try {
-      route_.Calculate();
+      route.Calculate();
     } catch (const RouteError& error) {
       return error.what();
     }
     return "(calculated)";
+  }
+  std::string FailureOf(const std::vector<std::pair<std::string, GeoPoint>>& waypoints) {
+    Plan(waypoints);
+    return FailureOf(route_);
   }
 
   // Depart first, arrive last, one waypoint direction per waypoint, steps adding up to the
@@ -64,27 +55,25 @@ class MonacoRoute : public ::testing::Test {
     ASSERT_TRUE(route_.IsCalculated());
     const std::vector<Direction> tree = route_.Directions();
     ASSERT_EQ(tree.size(), waypointCount);
-    const std::vector<const Direction*> flat = PreOrder(tree);
+    std::vector<const Direction*> flat;  // in the order they are driven
+    for (const Direction& waypoint : tree) {
+      flat.push_back(&waypoint);
+      EXPECT_EQ(waypoint.type, DirectionType::Waypoint) << waypoint.text;
+      for (const Direction& step : waypoint.nested) {
+        flat.push_back(&step);
+        EXPECT_EQ(step.type, DirectionType::Driving) << step.text;
+        EXPECT_NE(step.action, DirectionAction::Depart) << step.text;
+        EXPECT_NE(step.action, DirectionAction::Arrive) << step.text;
+        EXPECT_TRUE(step.nested.empty()) << step.text;
+      }
+    }
     EXPECT_EQ(flat.front()->action, DirectionAction::Depart);
     EXPECT_EQ(flat.back()->action, DirectionAction::Arrive);
-    EXPECT_TRUE(tree.back().nested.empty());
     double distance = 0.0;
     for (std::size_t index = 0; index < flat.size(); ++index) {
-      const Direction& direction = *flat[index];
-      distance += direction.distance;
-      EXPECT_FALSE(direction.text.empty());
-      if (index > 0) {
-        EXPECT_GE(direction.timeSeconds, flat[index - 1]->timeSeconds);
-      }
-      const bool top = std::any_of(tree.begin(), tree.end(), [&](const Direction& waypoint) {
-        return &waypoint == &direction;
-      });
-      EXPECT_EQ(direction.type, top ? DirectionType::Waypoint : DirectionType::Driving)
-          << direction.text;
-      if (!top) {
-        EXPECT_NE(direction.action, DirectionAction::Depart) << direction.text;
-        EXPECT_NE(direction.action, DirectionAction::Arrive) << direction.text;
-      }
+      distance += flat[index]->distance;
+      EXPECT_FALSE(flat[index]->text.empty());
+      EXPECT_GE(flat[index]->timeSeconds, index > 0 ? flat[index - 1]->timeSeconds : 0.0);
     }
     EXPECT_NEAR(distance, route_.Distance(), 1e-9);
     for (std::size_t index = 1; index < tree.size(); ++index) {
@@ -105,6 +94,7 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     SegmentPreference preference;
     DistanceUnit unit;
   };
+  std::map<SegmentPreference, double> kmBy;
   for (const Case test : {Case{SegmentPreference::Quickest, DistanceUnit::Kilometres},
                           Case{SegmentPreference::Shortest, DistanceUnit::Miles},
                           Case{SegmentPreference::Preferred, DistanceUnit::Kilometres}}) {
@@ -119,6 +109,7 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     EXPECT_EQ(route_.Distance(), first);
     // 1.8 km as the crow flies; the roads wind.
     const double km = route_.Distance() * (test.unit == DistanceUnit::Miles ? 1.609344 : 1.0);
+    kmBy[test.preference] = km;
     EXPECT_GT(km, 1.8);
     EXPECT_LT(km, 4.0);
     const std::vector<Direction> tree = route_.Directions();
@@ -128,6 +119,8 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     EXPECT_LT(GeodesicDistanceMetres(tree[0].location, kCasino), 150.0);
     EXPECT_LT(GeodesicDistanceMetres(tree[1].location, kFontvieille), 150.0);
   }
+  // Routino's quickest weighs time by the kind of road: never the shorter drive.
+  EXPECT_GE(kmBy[SegmentPreference::Quickest], kmBy[SegmentPreference::Shortest] - 0.001);
   EXPECT_EQ(events_, 6);
   EXPECT_TRUE(calculatedDuringEvent_);
 }
@@ -160,6 +153,7 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
   EXPECT_EQ(tree[1].action, DirectionAction::Arrive);
   EXPECT_EQ(tree[1].text.rfind("Stop at Port, then head ", 0), 0u) << tree[1].text;
   EXPECT_EQ(tree[1].target, "Fontvieille");
+  EXPECT_LT(GeodesicDistanceMetres(tree[1].location, kPortHercule), 150.0);
 
   const std::vector<std::pair<const char*, std::function<void()>>> edits = {
       {"add", [&] { route_.AddWaypoint(kCasino, "Back"); }},
@@ -171,12 +165,19 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
       {"departure", [&] { route_.SetPreferredDeparture(0, 60.0); }},
       {"optimize",
        [&] {
+         // Fontvieille before the port makes the drive double back.
          Plan({{"Casino", kCasino},
                {"Fontvieille", kFontvieille},
                {"Port", kPortHercule},
                {"Fontvieille west", {43.7270, 7.4120}}});
          route_.Calculate();
+         EXPECT_FALSE(route_.IsOptimized());
          route_.Optimize();
+         EXPECT_TRUE(route_.IsOptimized());
+         std::vector<std::string> names;
+         for (const Waypoint& waypoint : route_.Waypoints()) names.push_back(waypoint.name);
+         EXPECT_EQ(names,
+                   (std::vector<std::string>{"Casino", "Port", "Fontvieille", "Fontvieille west"}));
        }},
       {"clear", [&] { route_.Clear(); }},
   };
@@ -189,26 +190,11 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
   }
 }
 
-TEST_F(MonacoRoute, BestOrderOfTheStops) {
-  // Fontvieille before the port makes the drive double back.
-  Plan({{"Casino", kCasino},
-        {"Fontvieille", kFontvieille},
-        {"Port", kPortHercule},
-        {"Fontvieille west", {43.7270, 7.4120}}});
-  EXPECT_FALSE(route_.IsOptimized());
-  route_.Optimize();
-  EXPECT_TRUE(route_.IsOptimized());
-  std::vector<std::string> names;
-  for (const Waypoint& waypoint : route_.Waypoints()) names.push_back(waypoint.name);
-  EXPECT_EQ(names, (std::vector<std::string>{"Casino", "Port", "Fontvieille", "Fontvieille west"}));
-}
-
 TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
   const int before = events_;
   EXPECT_EQ(FailureOf({{"Casino", kCasino}, {"Sea", kAtSea}}),
             "No road a car can use is near the waypoint \"Sea\" (43.700000, 7.470000).");
-  EXPECT_EQ(FailureOf({{"Sea", kAtSea}, {"Casino", kCasino}}),
-            "No road a car can use is near the waypoint \"Sea\" (43.700000, 7.470000).");
+  EXPECT_NE(FailureOf({{"Sea", kAtSea}, {"Casino", kCasino}}).find("\"Sea\""), std::string::npos);
   EXPECT_EQ(FailureOf({{"Casino", kCasino}}), "A route needs at least two waypoints.");
   EXPECT_EQ(FailureOf({}), "A route needs at least two waypoints.");
   EXPECT_FALSE(route_.IsCalculated());
@@ -223,15 +209,15 @@ TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
   host_.OpenAtStart(folder_.Path() / "route.orvomap");
   later.AddWaypoint(kCasino, "Casino");
   later.AddWaypoint(kFontvieille, "Fontvieille");
-  try {
-    later.Calculate();
-    ADD_FAILURE() << "calculated without a region";
-  } catch (const RouteError& error) {
-    EXPECT_NE(std::string(error.what()).find("there is no region \"monaco\""), std::string::npos)
-        << error.what();
-  }
-  std::filesystem::create_directory_symlink(testing::SharedMonaco::Get().Folder(),
-                                            regions.Path() / "monaco");
+  EXPECT_NE(FailureOf(later).find("there is no region \"monaco\""), std::string::npos);
+  // A region whose routing database is gone: said too.
+  const std::filesystem::path folder = regions.Path() / "monaco";
+  std::filesystem::create_directory(folder);
+  std::filesystem::copy_file(testing::SharedMonaco::Get().Folder() / "region.json",
+                             folder / "region.json");
+  EXPECT_NE(FailureOf(later).find("no routing database"), std::string::npos);
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directory_symlink(testing::SharedMonaco::Get().Folder(), folder);
   later.Calculate();
   EXPECT_TRUE(later.IsCalculated());
 }
@@ -248,9 +234,6 @@ TEST(RouteCommand, PrintsTheDirectionsAsJsonAndFailsClearly) {
   EXPECT_EQ(json["unit"], "mi");
   ASSERT_EQ(json["directions"].size(), 3u);
   const nlohmann::json& first = json["directions"][0];
-  for (const char* key :
-       {"text", "target", "action", "type", "location", "distance", "time", "nested"})
-    EXPECT_TRUE(first.contains(key)) << key;
   EXPECT_EQ(first["action"], 1);
   EXPECT_EQ(first["type"], 9);
   EXPECT_GT(first["nested"].size(), 1u);
