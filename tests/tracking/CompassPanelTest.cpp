@@ -35,30 +35,19 @@ TEST_F(Compass, RouteItemNeedsARouteThatIsMoreThanTheCurrentPosition) {
   }
 }
 
-TEST_F(Compass, FixItemsFollowTheFixStateAndKeysAreRefusedWhenDisabled) {
-  SetFix(43.7, 7.4, gps::kFixModeNoData);
-  compass.UpdateFixItems();
-  EXPECT_FALSE(window.mnuCompassPushAPin.Enabled());
-  EXPECT_FALSE(window.mnuCompassSyncTime.Enabled());
-  EXPECT_TRUE(window.mnuCompassLocate.Enabled());
-  compass.KeyPushAPin();
-  EXPECT_EQ(Map().PinCount(), 0u);
-
-  fix.FixMode = gps::kFixModeNoFix;
-  compass.UpdateFixItems();
-  EXPECT_TRUE(window.mnuCompassPushAPin.Enabled());
-  EXPECT_TRUE(window.mnuCompassSyncTime.Enabled());
-  compass.KeyPushAPin();
-  EXPECT_EQ(Map().PinCount(), 1u);
-
-  compass.KeyLocate();
+// The keys C and P go by the same items; the main window's keyboard test drives them.
+TEST_F(Compass, FixItemsFollowTheFixStateAndLocatingNeedsThePositionPin) {
+  for (const std::int16_t mode : {gps::kFixModeNoData, gps::kFixModeNoFix}) {
+    SetFix(43.7, 7.4, mode);
+    compass.UpdateFixItems();
+    EXPECT_EQ(window.mnuCompassPushAPin.Enabled(), mode == gps::kFixModeNoFix);
+    EXPECT_EQ(window.mnuCompassSyncTime.Enabled(), mode == gps::kFixModeNoFix);
+    EXPECT_TRUE(window.mnuCompassLocate.Enabled());
+  }
+  window.mnuCompassLocate.UserClick();
   EXPECT_EQ(Map().goToCount, 0) << "no position pin, nothing to locate";
   Map().AddPushpin({43.73, 7.42, 0}, std::string(MapTracker::kPositionPinName));
-  window.mnuCompassLocate.SetEnabled(false);
-  compass.KeyLocate();
-  EXPECT_EQ(Map().goToCount, 0);
-  window.mnuCompassLocate.SetEnabled(true);
-  compass.KeyLocate();
+  window.mnuCompassLocate.UserClick();
   EXPECT_EQ(Map().goToCount, 1);
   EXPECT_DOUBLE_EQ(Map().centreLatitude, 43.73);
 }
