@@ -23,55 +23,45 @@ struct Panels : ::testing::Test, MainWindowFixture {
   }
 };
 
-TEST_F(Panels, ReadingsFollowTheChosenUnits) {
-  window->Show();
-  Feed(
-      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
-      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,359.96,230394,003.1,W*6A\r\n");
-  window->RefreshTick();
-  EXPECT_EQ(window->readings.lbElv[0].Caption(), "4,050.2 ft");
+// Speed (whole and tenths), elevation and longitude in each row's units and decimal separator.
+TEST_F(Panels, ReadingsFollowTheChosenUnitsAndTheUsersDecimalSeparator) {
+  const struct {
+    const char* decimal;
+    std::int16_t speedUnit, unit;  // unit: of elevation (0 ft, else m) and position
+    std::vector<std::string> shown;
+  } cases[] = {
+      {".", 0, 0, {"115", "1", "4,050.2 ft", "011\u00B031.000W"}},
+      {".", 1, 1, {"185", "2", "1,234.5 m", "-11.51667 \u00B0 "}},
+      {".", 7, 5, {"0", "0", "1,234.5 m", ""}},  // outside the tables: empty text shows as 0 0
+      // A literal '.' is looked for in the speed, on purpose: a comma user sees 0 0.
+      {",", 1, 1, {"0", "0", "1.234,5 m", "-11,51667 \u00B0 "}},
+  };
+  for (const auto& c : cases) {
+    window.reset();
+    using host::platform::NumberLocale;
+    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{
+        desktop, store, verbose, clock, timeZone, port, declination,
+        c.decimal[0] == ',' ? +[] { return NumberLocale{",", "."}; } : +[] {
+          return NumberLocale{".", ","};
+        }});
+    window->Show();
+    window->readings.SetUnitSpeed(c.speedUnit);
+    window->readings.SetUnitElv(c.unit == 0 ? 0 : 1);
+    window->readings.SetUnitLatLng(c.unit);
+    Feed(
+        "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
+        "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,359.96,230394,003.1,W*6A\r\n"
+        "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
+    window->RefreshTick();
+    const auto& shown = window->readings;
+    EXPECT_EQ((std::vector<std::string>{shown.lblSpeed[0].Caption(), shown.lblSpeed[1].Caption(),
+                                        shown.lbElv[0].Caption(), shown.lblLng[0].Caption()}),
+              c.shown);
+  }
   EXPECT_TRUE(window->readings.lbElv[0].Enabled());
   EXPECT_EQ(window->readings.lblCourse[0].Caption(), "360");
   EXPECT_EQ(window->readings.lblCourse[1].Caption(), "0");
-  EXPECT_EQ(window->readings.lblLng[0].Caption(), "011\u00B031.000W");
-
-  window->readings.SetUnitSpeed(1);
-  window->readings.SetUnitElv(1);
-  window->readings.SetUnitLatLng(1);
-  window->RefreshTick();
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "185");
-  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "2");
-  EXPECT_EQ(window->readings.lbElv[0].Caption(), "1,234.5 m");
-  EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11.51667 \u00B0 ");
-
-  window->readings.SetUnitSpeed(7);  // outside the table: empty text shows as 0 0
-  window->readings.SetUnitLatLng(5);
-  window->RefreshTick();
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0");
-  EXPECT_EQ(window->readings.lblLat[0].Caption(), "");
-}
-
-TEST_F(Panels, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
-  window.reset();
-  window = std::make_unique<addin::frmAddIn>(
-      addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination, [] {
-                                  return host::platform::NumberLocale{",", "."};
-                                }});
-  window->Show();
-  window->readings.SetUnitSpeed(1);
-  window->readings.SetUnitElv(1);
-  window->readings.SetUnitLatLng(1);
-  Feed(
-      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
-      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,84.4,230394,003.1,W*6A\r\n"
-      "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
-  window->RefreshTick();
   EXPECT_EQ(window->readings.FormatSpeed(), "185,2");
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0")
-      << "a literal '.' is looked for, on purpose";
-  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "0");
-  EXPECT_EQ(window->readings.lbElv[0].Caption(), "1.234,5 m");
-  EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11,51667 \u00B0 ");
   window->SSTab.SetTab(addin::frmAddIn::kTabSatellite);
   EXPECT_NE(window->status.txtSaInfo.Text().find("HDOP=1,2\r\n"), std::string::npos);
   window->Unload();
