@@ -143,9 +143,6 @@ TEST_F(GuidanceSettings, OldStoredTextsAndDamagedValuesAreReadOrFallBackToTheirD
             std::make_tuple(false, true, false, 34.7, 0.04, std::int16_t{0}, 12));
   ASSERT_EQ(reports.size(), 3u);
   EXPECT_EQ(reports[0], "LoadGuidanceSettings: bgGuideUsingDist holds \"maybe\"; using 0");
-
-  EXPECT_EQ(setup.LocalizeDecimal("1.2.3"), "1,2,3");
-  EXPECT_EQ(Setup(kPoint).LocalizeDecimal("1.2"), "1.2");
 }
 
 TEST_F(GuidanceSettings, ResetAllRestoresTheFactoryValuesButKeepsFourAndHidesAfterTenSeconds) {
