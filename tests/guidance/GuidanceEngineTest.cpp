@@ -252,9 +252,8 @@ TEST_F(EngineTest, NothingWithoutAFixOrAMap) {
   TickAt(0, 0);
   EXPECT_FALSE(engine.GoToActive());
   fix.FixMode = gps::kFixMode3D;
-  bool hasMap = false;
   GuidanceEngine mapless{GuidanceEngineParts{.route = &route,
-                                             .hasMap = [&hasMap] { return hasMap; },
+                                             .hasMap = [] { return false; },
                                              .fix = fix,
                                              .setup = setup,
                                              .unit = [] { return DistanceUnit::Miles; },
