@@ -119,18 +119,14 @@ TEST_F(Guide, HoldLastsItsTimeOrUntilTheApproachDistanceFallsBelowFiveThousandth
   setup.lgGuideHide = 0;  // hiding would end the hold too
   frmGuide& guide = Window();
   const Direction turn = Turn("Turn left");
-  const struct {
-    double secsUntil;
-    double approach;  // given before the hold runs out; negative: none
-    int heldMs;       // the hold still set 1 ms before this, gone at it
-  } cases[] = {{10, -1, 10200}, {10, 0.005, 10200}};
-  for (const auto& c : cases) {
-    guide.SetInstruct(&turn, 0, "", 10, c.secsUntil);
-    if (c.approach >= 0) guide.UpdateDistance(c.approach, 1);
-    scheduler.Advance(milliseconds(c.heldMs - 1));
-    EXPECT_TRUE(guide.announceHold) << c.secsUntil;
+  // 10 s ahead: held 10.2 s, with no approach distance or one not below 0.005.
+  for (const double approach : {-1.0, 0.005}) {
+    guide.SetInstruct(&turn, 0, "", 10, 10);
+    if (approach >= 0) guide.UpdateDistance(approach, 1);
+    scheduler.Advance(milliseconds(10199));
+    EXPECT_TRUE(guide.announceHold) << approach;
     scheduler.Advance(milliseconds(1));
-    EXPECT_FALSE(guide.announceHold) << c.secsUntil;
+    EXPECT_FALSE(guide.announceHold) << approach;
   }
   guide.SetInstruct(&turn, 0, "", 10, 30);
   guide.UpdateDistance(0.0049, 1);
