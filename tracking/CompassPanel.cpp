@@ -73,14 +73,6 @@ void CompassPanel::UpdateRouteItem() {
   controls_.mnuCompassCalcRouteFromHere.SetEnabled(a && b);
 }
 
-void CompassPanel::KeyLocate() {
-  if (controls_.mnuCompassLocate.Enabled()) tracker_.LocateCurrentPosition();
-}
-
-void CompassPanel::KeyPushAPin() {
-  if (controls_.mnuCompassPushAPin.Enabled()) PushAPinHere();
-}
-
 void CompassPanel::PushAPinHere() {
   try {
     host::map::ActiveMap* map = application_.GetActiveMap();

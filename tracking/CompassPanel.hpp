@@ -47,9 +47,6 @@ class CompassPanel {
   // Calc Route from here: a route that is more than the "Current Position" waypoint alone.
   void UpdateRouteItem();
 
-  // Keys C and P: run only while their menu item is enabled.
-  void KeyLocate();
-  void KeyPushAPin();
   // mnuCompassPushAPin: a pin at the current position with its balloon open.
   void PushAPinHere();
 

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "guidance/GuidanceEngine.hpp"
+#include "guidance/frmGM.hpp"
+#include "host/ui/Desktop.hpp"
+#include "tests/TestSupport.hpp"
 #include "tests/guidance/GuidanceFakes.hpp"
 
 namespace orvo::guidance {
@@ -39,16 +42,12 @@ class EngineTest : public ::testing::Test {
     for (const auto& [name, at] : waypoints) route.AddWaypoint(at, name);
     route.Calculate();
   }
-  void At(double lat, double lon) {
+  std::vector<std::string> TickAt(double lat, double lon) {
     fix.Latitude = lat;
     fix.Longitude = lon;
-  }
-  std::vector<std::string> TickAt(double lat, double lon) {
-    At(lat, lon);
     const std::size_t before = display.announced.size();
     engine.GuidanceTick();
-    const std::vector<std::string> texts = display.Texts();
-    return {texts.begin() + static_cast<std::ptrdiff_t>(before), texts.end()};
+    return display.Texts(before);
   }
 
   gps::GpsFix fix;
@@ -57,7 +56,6 @@ class EngineTest : public ::testing::Test {
   RecordingDisplay display;
   DistanceUnit unit = DistanceUnit::Miles;
   std::vector<std::string> messages;
-  std::vector<std::string> diagnostics;
   GuidanceEngine engine{GuidanceEngineParts{
       .route = &route,
       .fix = fix,
@@ -65,7 +63,6 @@ class EngineTest : public ::testing::Test {
       .unit = [this] { return unit; },
       .distance = testing::PlaneDistance,
       .display = display,
-      .diagnostics = [this](std::string_view text) { diagnostics.emplace_back(text); },
       .showMessage = [this](const std::string& text) { messages.push_back(text); }}};
 };
 
@@ -89,9 +86,6 @@ TEST_F(EngineTest, WarningDistanceInBothModesAndUnits) {
     unit = test.unit;
     EXPECT_DOUBLE_EQ(engine.WarnDistance(test.knots), test.expected) << test.knots;
   }
-  setup.bgGuideUsingDist = false;
-  unit = DistanceUnit::Miles;
-  EXPECT_NEAR(engine.WarnDistance(0), 0.0193, 0.0001);
 }
 
 // A leg from (0,0) to (0,3) with turns at (0,1) and (0,2): Depart 1, turns 2 and 3, Arrive 4.
@@ -107,28 +101,17 @@ TEST_F(EngineTest, WhichInstructionIsAnnouncedAndWhenTheRouteIsRecalculated) {
     std::vector<std::string> announced;
     bool recalculated = false;
   };
+  const std::string turn1 = "Turn at 0.00,1.00";
   const std::vector<Case> cases = {
-      {"exactly at the warning distance announces",
-       {0, 0.5},
-       3,
-       false,
-       0.5,
-       false,
-       {"Turn at 0.00,1.00"}},
+      {"at the warning distance announces", {0, 0.5}, 3, false, 0.5, false, {turn1}},
       {"just beyond it does not", {0, 0.4999}, 3, false, 0.5, false, {}},
-      {"equally near two turns: the lower", {0, 1.5}, 3, false, 0.5, false, {"Turn at 0.00,1.00"}},
+      {"equally near two turns: the lower", {0, 1.5}, 3, false, 0.5, false, {turn1}},
       {"an announcement on hold waits", {0, 0.9}, 3, false, 0.5, true, {}},
       {"exactly at the threshold is on track", {0.5, 0}, 3, true, 0.1, false, {}},
       {"beyond it re-calculates", {0.5001, 0}, 3, true, 0.1, false, {}, true},
       {"not without a valid fix", {0.6, 0}, 1, true, 0.1, false, {}},
       {"not while switched off", {0.6, 0}, 3, false, 0.1, false, {}},
-      {"not within warning distance of a turn",
-       {0.6, 1},
-       3,
-       true,
-       0.7,
-       false,
-       {"Turn at 0.00,1.00"}},
+      {"not within warning distance of a turn", {0.6, 1}, 3, true, 0.7, false, {turn1}},
   };
   for (const Case& test : cases) {
     SCOPED_TRACE(test.what);
@@ -204,9 +187,7 @@ TEST_F(EngineTest, DrivesLegByLegAndRestoresTheRouteAtTheEnd) {
 TEST_F(EngineTest, GoToOperationsAndTheSwitch) {
   Plan({{"Home", {0, 0}}, {"Shop", {0, 2}}, {"Work", {2, 2}}});
   TickAt(0, 0);
-  EXPECT_EQ(engine.GoToIndex(), 2);
   engine.GuidanceStep(+1);
-  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Work"}));
   engine.GuidanceStep(+1);  // beyond the last: ignored
   engine.GMGoWp(0);
   EXPECT_EQ(engine.GoToIndex(), 3);
@@ -265,15 +246,14 @@ TEST_F(EngineTest, FailuresKeepTheUsersRoute) {
   EXPECT_EQ(TickAt(0, 0).front(), kMultipleWaypointsWarning);
 }
 
-TEST_F(EngineTest, NothingWithoutAFixOrAMapAndTheSwitchFollowsTheKey) {
+TEST_F(EngineTest, NothingWithoutAFixOrAMap) {
   Plan({{"Home", {0, 0}}, {"Work", {0, 3}}});
   fix.FixMode = gps::kFixModeNoData;
   TickAt(0, 0);
   EXPECT_FALSE(engine.GoToActive());
   fix.FixMode = gps::kFixMode3D;
-  bool hasMap = false;
   GuidanceEngine mapless{GuidanceEngineParts{.route = &route,
-                                             .hasMap = [&hasMap] { return hasMap; },
+                                             .hasMap = [] { return false; },
                                              .fix = fix,
                                              .setup = setup,
                                              .unit = [] { return DistanceUnit::Miles; },
@@ -282,12 +262,94 @@ TEST_F(EngineTest, NothingWithoutAFixOrAMapAndTheSwitchFollowsTheKey) {
   mapless.GuidanceTick();
   mapless.CalcRouteFromHere(true);
   EXPECT_FALSE(mapless.GoToActive());
-  // The R key flips the shared switch; the setting follows, and the other way round.
-  mapless.State().offTrackRecalc = true;
-  mapless.UpdateAutoRecalc();
+}
+
+// The go-to window over the engine: its list and scroll bar follow the journey, the scroll bar
+// picks the target, the list cannot, the check box is the off-track switch, and the stop button
+// restores the route and warns until told not to.
+class GoToWindow : public EngineTest {
+ protected:
+  GoToWindow() { engine.UseGoToView(&window); }
+  // Waypoints one unit apart: no turns between them.
+  void Journey(const std::vector<std::string>& names) {
+    double lat = 0;
+    for (const std::string& name : names) route.AddWaypoint({lat++, 0}, name);
+    route.Calculate();
+    engine.GuidanceTick();
+  }
+
+  orvo::testing::TempFolder folder;
+  settings::SettingsStore store{folder.Path() / "ORVO.ini"};
+  host::ui::ManualScheduler scheduler;
+  host::ui::ScriptedDialogs dialogs;
+  host::ui::Desktop desktop{scheduler, dialogs};
+  std::vector<int> keys;
+  frmGM window{desktop, store, engine, setup,
+               GoToOwner{.alwaysOnTop = [] { return true; },
+                         .keyUp = [this](int key, int) { keys.push_back(key); }}};
+};
+
+TEST_F(GoToWindow, ShowsTheJourneyAndPicksTargetsOnlyByTheScrollBar) {
+  Journey({"Home", "Shop", "Work"});
+  ASSERT_TRUE(window.Visible());
+  EXPECT_TRUE(window.TopMost());
+  EXPECT_EQ(window.lstWp.Items(), (std::vector<std::string>{"Home", "Shop", "Work"}));
+  EXPECT_EQ(window.scrWpSel.Min(), 1);
+  EXPECT_EQ(window.scrWpSel.Max(), 3);
+  EXPECT_EQ(window.scrWpSel.Value(), 2);
+  EXPECT_EQ(window.lstWp.ListIndex(), 1);
+  EXPECT_TRUE(window.cmdGM.Enabled());
+
+  window.scrWpSel.UserChange(3);
+  EXPECT_EQ(engine.GoToIndex(), 3);
+  EXPECT_EQ(route.Names(), (std::vector<std::string>{"Current Position", "Work"}));
+  window.lstWp.UserChange(0);
+  EXPECT_EQ(window.lstWp.ListIndex(), 2);
+  EXPECT_EQ(engine.GoToIndex(), 3);
+  // Page Up from the engine moves the window's controls, without calling back.
+  engine.GuidanceStep(-1);
+  EXPECT_EQ(window.scrWpSel.Value(), 2);
+  EXPECT_EQ(window.lstWp.ListIndex(), 1);
+  window.KeyUp(34, 0);
+  EXPECT_EQ(keys, std::vector<int>{34});
+}
+
+TEST_F(GoToWindow, TheCheckBoxIsTheOffTrackSwitch) {
+  Journey({"Home", "Work"});
+  EXPECT_EQ(window.lstWp.Items().size(), 2u);
+  EXPECT_EQ(window.chkAutoCalc.Value(), 0);
+  window.chkAutoCalc.UserClick();
   EXPECT_TRUE(setup.bgGuideAutoRecalcOn);
-  setup.bgGuideAutoRecalcOn = false;
-  EXPECT_FALSE(mapless.State().offTrackRecalc);
+  EXPECT_TRUE(engine.State().offTrackRecalc);
+  // A double R flips the shared switch; the box follows.
+  engine.State().offTrackRecalc = false;
+  engine.UpdateAutoRecalc();
+  EXPECT_EQ(window.chkAutoCalc.Value(), 0);
+  EXPECT_FALSE(setup.bgGuideAutoRecalcOn);
+}
+
+TEST_F(GoToWindow, StopRestoresTheRouteAndWarnsUntilCancelled) {
+  for (const host::ui::MsgBoxResult answer :
+       {host::ui::MsgBoxResult::Ok, host::ui::MsgBoxResult::Cancel}) {
+    Journey({"Home", "Shop", "Work"});
+    dialogs.QueueAnswer(answer);
+    window.cmdGM.UserClick();
+    EXPECT_EQ(route.Names(), (std::vector<std::string>{"Home", "Shop", "Work"}));
+    EXPECT_FALSE(engine.GoToActive());
+    EXPECT_TRUE(window.lstWp.Items().empty());
+    EXPECT_FALSE(window.cmdGM.Enabled());
+    route.Clear();
+  }
+  EXPECT_EQ(dialogs.Prompts(), std::vector<std::string>(2, kGMStopWarningText));
+  EXPECT_EQ(store.GetSetting("GM", "GMStopWarning", "1"), "0");
+  Journey({"Home", "Work"});
+  window.cmdGM.UserClick();
+  EXPECT_EQ(dialogs.Prompts().size(), 2u);
+  // A journey of one waypoint (the route from here to Home): one row, a range of one.
+  route.Clear();
+  Journey({"Current Position", "Home"});
+  EXPECT_EQ(window.lstWp.Items(), std::vector<std::string>{"Home"});
+  EXPECT_EQ(window.scrWpSel.Max(), 1);
 }
 
 }  // namespace

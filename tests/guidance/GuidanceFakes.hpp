@@ -1,6 +1,7 @@
 #pragma once
 // Doubles for the guidance engine: a route on a flat plane whose legs get hand-made turns, and a
 // guidance window that records what it is told.
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -34,20 +35,15 @@ class FakeRoute final : public host::map::ActiveRoute {
     waypoints.erase(waypoints.begin() + static_cast<std::ptrdiff_t>(position));
     calculated = false;
   }
-  void MoveWaypoint(std::size_t from, std::size_t to) override {
-    Check(from);
-    Waypoint moved = waypoints[from];
-    waypoints.erase(waypoints.begin() + static_cast<std::ptrdiff_t>(from));
-    waypoints.insert(waypoints.begin() + static_cast<std::ptrdiff_t>(to), moved);
-    calculated = false;
-  }
-  void RenameWaypoint(std::size_t position, std::string_view name) override {
-    Check(position);
-    waypoints[position].name = name;
-  }
+  // The engine only ever makes a waypoint the start, which moves it first.
+  void MoveWaypoint(std::size_t, std::size_t) override {}
+  void RenameWaypoint(std::size_t, std::string_view) override {}
   void SetWaypointType(std::size_t position, host::map::WaypointType type) override {
     Check(position);
-    if (type == host::map::WaypointType::Start) MoveWaypoint(position, 0);
+    if (type != host::map::WaypointType::Start) return;
+    std::rotate(waypoints.begin(), waypoints.begin() + static_cast<std::ptrdiff_t>(position),
+                waypoints.begin() + static_cast<std::ptrdiff_t>(position) + 1);
+    calculated = false;
   }
   void SetPreferredDeparture(std::size_t position, double seconds) override {
     Check(position);
@@ -145,9 +141,10 @@ class RecordingDisplay final : public GuideDisplay {
   }
   void SpeakDirection() override {}
 
-  std::vector<std::string> Texts() const {
+  // The texts announced since the FROMth announcement.
+  std::vector<std::string> Texts(std::size_t from = 0) const {
     std::vector<std::string> texts;
-    for (const Announcement& a : announced) texts.push_back(a.text);
+    for (std::size_t i = from; i < announced.size(); ++i) texts.push_back(announced[i].text);
     return texts;
   }
 

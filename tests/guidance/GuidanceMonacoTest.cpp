@@ -32,8 +32,7 @@ class MonacoGuidance : public ::testing::Test {
     fix_.Longitude = at.longitudeDegrees;
     const std::size_t before = display_.announced.size();
     engine_.GuidanceTick();
-    const std::vector<std::string> texts = display_.Texts();
-    return {texts.begin() + static_cast<std::ptrdiff_t>(before), texts.end()};
+    return display_.Texts(before);
   }
   std::vector<std::string> Names() {
     std::vector<std::string> names;
@@ -90,11 +89,8 @@ TEST_F(MonacoGuidance, LeavingTheRouteRecalculatesFromTheCurrentPosition) {
   setup_.bgGuideAutoRecalcOn = true;
   TickAt(kLarvotto);
   ASSERT_TRUE(route_.IsCalculated());
-  const std::vector<host::map::Waypoint> leg = route_.Waypoints();
-  ASSERT_EQ(leg.size(), 2u);
-  EXPECT_EQ(leg[0].name, "Current Position");
-  EXPECT_DOUBLE_EQ(leg[0].location.latitudeDegrees, kLarvotto.latitudeDegrees);
-  EXPECT_EQ(leg[1].name, "Fontvieille");
+  EXPECT_EQ(Names(), (std::vector<std::string>{"Current Position", "Fontvieille"}));
+  EXPECT_DOUBLE_EQ(route_.Waypoints()[0].location.latitudeDegrees, kLarvotto.latitudeDegrees);
   EXPECT_EQ(engine_.GuideCurIndex(), 0);
   // The new leg starts on the road nearest: its departure is the next announcement.
   setup_.bgGuideUsingDist = true;

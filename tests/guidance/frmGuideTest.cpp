@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "guidance/GuideAudio.hpp"
+#include "guidance/GuideSounds.hpp"
 #include "guidance/frmGuide.hpp"
 #include "tests/guidance/GuideFixture.hpp"
 
@@ -70,6 +73,35 @@ TEST(GuideWindow, AddressesOfSoundsAndPicturesAndTheSpeechEncoding) {
   for (const auto& [bytes, text] : encoded) EXPECT_EQ(Base64(bytes), text);
 }
 
+TEST(GuideSounds, DirectionSoundFirstAndWaitedForThenTheActionsMuteLeftOut) {
+  MMSetup setup("/opt/orvo/data", {});
+  setup.DirectionTypeTable[1].Wav = "/sounds/driving.wav";
+  setup.DirectionTypeTable[0].Wav = "";
+  setup.ActionTypeTable[4].Wav = "-";
+  const std::string chime = "/opt/orvo/data/DEFAULT.WAV";
+  const struct {
+    long directionType;
+    long action;
+    std::vector<std::pair<std::string, bool>> sounds;
+  } cases[] = {
+      {1, 3, {{"/sounds/driving.wav", true}, {chime, false}}},
+      {1, 4, {{"/sounds/driving.wav", true}}},
+      {9, 3, {{chime, false}}},                   // a fresh user's mute waypoint
+      {12, 4, {{chime, true}}},                   // out of range: the "Other" row
+      {-1, 13, {{chime, true}, {chime, false}}},  // the empty slot plays the chime
+  };
+  for (const auto& c : cases) {
+    std::vector<std::pair<std::string, bool>> sounds;
+    for (const SoundToPlay& sound : AnnouncementSounds(setup, c.directionType, c.action))
+      sounds.emplace_back(sound.file, sound.waitForEnd);
+    EXPECT_EQ(sounds, c.sounds) << c.directionType << " " << c.action;
+  }
+  EXPECT_EQ(ActionPicture(setup, 10), "/opt/orvo/data/UTurn.gif");
+  EXPECT_EQ(ActionPicture(setup, 13), "");
+  EXPECT_THROW(ActionPicture(setup, 14), std::out_of_range);
+  EXPECT_THROW(AnnouncementSounds(setup, 0, -1), std::out_of_range);
+}
+
 TEST_F(Guide, AnInstructionShowsTextPictureAndPlaysTheTypesSoundsInOrder) {
   setup.DirectionTypeTable[1].Wav = "/home/me/driving.wav";
   setup.ActionTypeTable[3].Wav = "";
@@ -79,35 +111,22 @@ TEST_F(Guide, AnInstructionShowsTextPictureAndPlaysTheTypesSoundsInOrder) {
   EXPECT_EQ(guide.lblInstruction.Caption(), "Turn left onto Rue Grimaldi toward Monte-Carlo");
   EXPECT_EQ(guide.imgAct.Picture(), "TurnLeft.gif");
   EXPECT_TRUE(guide.announceHold);
-
-  setup.DirectionTypeTable[1].Wav = "-";  // mute: left out, no beep asked for
-  Direction other = Turn("Continue");
-  other.action = DirectionAction::Other;
-  other.type = static_cast<DirectionType>(12);  // counts as the "Other" row, itself mute
-  guide.SetInstruct(&other, 0, "", 0, 5);
-  EXPECT_EQ(guide.lblInstruction.Caption(), "Continue");
-  EXPECT_EQ(guide.imgAct.Picture(), "Info.gif");
-  const std::vector<std::vector<std::string>> expected = {
-      {"/userfile?path=/home/me/driving.wav", "/data/DEFAULT.WAV"}, {"/data/DEFAULT.WAV"}};
-  EXPECT_EQ(Sounds(), expected);
+  EXPECT_EQ(Sounds(), (std::vector<std::vector<std::string>>{
+                          {"/userfile?path=/home/me/driving.wav", "/data/DEFAULT.WAV"}}));
 }
 
 TEST_F(Guide, HoldLastsItsTimeOrUntilTheApproachDistanceFallsBelowFiveThousandths) {
   setup.lgGuideHide = 0;  // hiding would end the hold too
   frmGuide& guide = Window();
   const Direction turn = Turn("Turn left");
-  const struct {
-    double secsUntil;
-    double approach;  // given before the hold runs out; negative: none
-    int heldMs;       // the hold still set 1 ms before this, gone at it
-  } cases[] = {{1, -1, 2000}, {10, -1, 10200}, {100, -1, 65535}, {10, 0.005, 10200}};
-  for (const auto& c : cases) {
-    guide.SetInstruct(&turn, 0, "", 10, c.secsUntil);
-    if (c.approach >= 0) guide.UpdateDistance(c.approach, 1);
-    scheduler.Advance(milliseconds(c.heldMs - 1));
-    EXPECT_TRUE(guide.announceHold) << c.secsUntil;
+  // 10 s ahead: held 10.2 s, with no approach distance or one not below 0.005.
+  for (const double approach : {-1.0, 0.005}) {
+    guide.SetInstruct(&turn, 0, "", 10, 10);
+    if (approach >= 0) guide.UpdateDistance(approach, 1);
+    scheduler.Advance(milliseconds(10199));
+    EXPECT_TRUE(guide.announceHold) << approach;
     scheduler.Advance(milliseconds(1));
-    EXPECT_FALSE(guide.announceHold) << c.secsUntil;
+    EXPECT_FALSE(guide.announceHold) << approach;
   }
   guide.SetInstruct(&turn, 0, "", 10, 30);
   guide.UpdateDistance(0.0049, 1);
@@ -190,35 +209,25 @@ TEST_F(Guide, OtherKeysGoToTheMainWindowAndTheMouseDragsIt) {
   EXPECT_EQ(guide.Left(), 110);
 }
 
-TEST_F(Guide, SpeechOnlyWhenOnAndTheNewestInstructionWins) {
+// A newer request cutting off the one under way is the speech engine's and the page's to test.
+TEST_F(Guide, SpeechOnlyWhenOnAndNoneFromAClosedWindow) {
   setup.lgGuideHide = 0;
-  setup.bgGuideTTS = false;
-  frmGuide& guide = Window(true);
-  EXPECT_EQ(guide.lblHelpText.Caption(), "\nDouble-click or press ENTER to close the window.");
-  const Direction first = Turn("Turn left onto Avenue Princesse Grace");
-  guide.SetInstruct(&first, 0, "", 10, 10);
-  EXPECT_TRUE(std::none_of(audio.messages.begin(), audio.messages.end(),
-                           [](const auto& m) { return m["type"] == "speech"; }));
-  guide.Unload();
-
-  setup.bgGuideTTS = true;
-  guide.Show();
-  EXPECT_EQ(
-      guide.lblHelpText.Caption(),
-      "Press SPACE to repeat the direction.\nDouble-click or press ENTER to close the window.");
-  audio.messages.clear();
-  guide.SetInstruct(&first, 0, "", 10, 10);
-  const Direction second = Turn("Turn right onto Boulevard du Larvotto");
-  guide.SetInstruct(&second, 0, "", 10, 10);
-  delivery.Run(2);  // the first one answered Cancelled, the second spoken
-  std::vector<std::string> said;
-  for (const auto& message : audio.messages)
-    if (message["type"] == "speech") said.push_back(message.contains("wav") ? "wav" : "stop");
-  EXPECT_EQ(said, (std::vector<std::string>{"stop", "stop", "wav"}));
+  for (const bool tts : {false, true}) {
+    setup.bgGuideTTS = tts;
+    frmGuide& guide = Window(true);
+    EXPECT_EQ(guide.lblHelpText.Caption().starts_with("Press SPACE to repeat"), tts);
+    audio.messages.clear();
+    const Direction turn = Turn("Turn left onto Avenue Princesse Grace");
+    guide.SetInstruct(&turn, 0, "", 10, 10);
+    if (tts) delivery.Run(1);
+    std::vector<std::string> said;
+    for (const auto& message : audio.messages)
+      if (message["type"] == "speech") said.push_back(message.contains("wav") ? "wav" : "stop");
+    EXPECT_EQ(said, (tts ? std::vector<std::string>{"stop", "wav"} : std::vector<std::string>{}));
+  }
   EXPECT_TRUE(audio.messages.back()["wav"].get<std::string>().starts_with("UklGR"));  // "RIFF"
-
-  guide.KeyUp(32, 0);
-  guide.Unload();  // the speech of a closed window is dropped
+  window->KeyUp(32, 0);
+  window->Unload();  // the speech of a closed window is dropped
   delivery.Run(1);
   EXPECT_EQ(audio.messages.back(), SpeechMessage({}));
 }

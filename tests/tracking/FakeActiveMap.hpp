@@ -89,13 +89,11 @@ class FakeActiveMap final : public host::map::ActiveMap {
     const Pin& pin = Get(id);
     byName_[pin.name].erase(id);
     pins_.erase(id);
-    ++deleted;
   }
 
   // The user deletes a pin by hand.
   void DeleteByHand(host::map::PushpinId id) { DeletePushpin(id); }
   bool Exists(host::map::PushpinId id) const { return pins_.count(id) != 0; }
-  const Pin& PinOf(host::map::PushpinId id) { return Get(id); }
   const Pin* Named(const std::string& name) {
     const auto pin = FindPushpin(name);
     return pin ? &Get(pin->Id()) : nullptr;
@@ -117,7 +115,6 @@ class FakeActiveMap final : public host::map::ActiveMap {
   double pixelsPerDegree = 10000;
   int goToCount = 0;
   int added = 0;
-  int deleted = 0;
   bool failAdd = false;
   bool failRoute = false;
   std::vector<std::string> waypoints;

@@ -1,3 +1,4 @@
+// Map tracking and the compass's menu on the main window's controls over the in-memory map.
 #include <gtest/gtest.h>
 
 #include "tests/tracking/TrackingFixture.hpp"
@@ -73,23 +74,6 @@ TEST_F(MapTracking, PinFollowsTheFixGoesWithNoDataAndComesBackAsAFreshPin) {
   EXPECT_FALSE(window.mnuCompassCalcRouteFromHere.Enabled()) << "a new pin disables the route";
 }
 
-TEST_F(MapTracking, AdoptsAPinLeftByAnEarlierRunAndReplacesOneDeletedByHand) {
-  const auto left = Map().AddPushpin({1, 1, 0}, std::string(MapTracker::kPositionPinName));
-  SetFix(43.7, 7.4);
-  tracker.UpdatePositionOnMap();
-  EXPECT_EQ(tracker.CurrentPositionPin()->Id(), left.Id());
-  EXPECT_EQ(Map().PinCount(), 1u);
-  EXPECT_DOUBLE_EQ(PositionPin()->location.latitudeDegrees, 43.7);
-  EXPECT_EQ(PositionPin()->balloonState, 1) << "an adopted pin keeps its balloon";
-
-  Map().DeleteByHand(left.Id());
-  tracker.UpdatePositionOnMap();
-  ASSERT_NE(PositionPin(), nullptr);
-  EXPECT_NE(tracker.CurrentPositionPin()->Id(), left.Id());
-  EXPECT_EQ(PositionPin()->balloonState, 0);
-  EXPECT_TRUE(log.empty()) << "a pin deleted by hand is no error";
-}
-
 TEST_F(MapTracking, WithoutAMapNothingHappensAndThePinIsKept) {
   SetFix(43.7, 7.4);
   tracker.UpdatePositionOnMap();
@@ -151,22 +135,14 @@ TEST_F(MapTracking, AutoFollowRecentresOnlyWithinSeventyPixelsOfAnEdge) {
   }
 }
 
-TEST_F(MapTracking, ScrollBarsShowTheirValuesAndDriveTheRefreshTimer) {
-  EXPECT_EQ(window.lblTrackFactor.Caption(), "1 refreshes.") << "1 until settings apply";
-  EXPECT_EQ(window.lblRefreshRate.Caption(), "1 sec");
-  EXPECT_EQ(window.sclTrackFactor.Max(), 65);
-  EXPECT_EQ(window.sclRefreshRate.Max(), 32);
+// The timer itself is driven in the main window's test; here what the bars' ends are called.
+TEST_F(MapTracking, ScrollBarsNameTheirAutomaticEnds) {
   window.sclTrackFactor.SetValue(0);
   EXPECT_EQ(window.lblTrackFactor.Caption(), "Auto");
-  window.sclRefreshRate.SetValue(5);
-  EXPECT_EQ(window.lblRefreshRate.Caption(), "5 sec");
-  EXPECT_EQ(window.Timer1.Interval(), 5000);
-  EXPECT_TRUE(window.Timer1.TimerEnabled());
   window.sclRefreshRate.SetValue(0);
   EXPECT_EQ(window.lblRefreshRate.Caption(), "GPS Auto");
-  EXPECT_FALSE(window.Timer1.TimerEnabled());
   window.sclRefreshRate.SetValue(32);
-  EXPECT_EQ(window.Timer1.Interval(), 32000);
+  EXPECT_EQ(window.lblRefreshRate.Caption(), "32 sec");
 }
 
 TEST_F(MapTracking, CursorMenuChecksOneStyleAndOpensBelowItsButton) {
@@ -187,6 +163,93 @@ TEST_F(MapTracking, CursorMenuChecksOneStyleAndOpensBelowItsButton) {
   EXPECT_EQ(popups[0]["menu"], "mnuPosPPStyle");
   EXPECT_EQ(popups[0]["x"], 180);
   EXPECT_EQ(popups[0]["y"], 2580 + 400);
+}
+
+struct Compass : ::testing::Test, TrackingFixture {};
+
+TEST_F(Compass, RouteItemNeedsARouteThatIsMoreThanTheCurrentPosition) {
+  const struct {
+    bool mapOpen;
+    std::vector<std::string> waypoints;
+    bool failRoute;
+    bool enabled;
+  } cases[] = {
+      {true, {}, false, false},
+      {true, {"Current Position"}, false, false},
+      {true, {"Current Position", "Casino"}, false, true},
+      {true, {"Casino"}, false, true},
+      {true, {"Casino", "Larvotto"}, false, true},
+      {false, {"Casino"}, false, false},
+      {true, {"Casino"}, true, false},  // a host error leaves the route empty
+  };
+  for (const auto& c : cases) {
+    application.open = c.mapOpen;
+    Map().waypoints = c.waypoints;
+    Map().failRoute = c.failRoute;
+    window.mnuCompassCalcRouteFromHere.SetEnabled(!c.enabled);
+    compass.ApplyEnabling();
+    EXPECT_EQ(window.mnuCompassCalcRouteFromHere.Enabled(), c.enabled)
+        << c.waypoints.size() << (c.mapOpen ? " open" : " closed");
+  }
+}
+
+// The keys C and P go by the same items; the main window's keyboard test drives them.
+TEST_F(Compass, FixItemsFollowTheFixStateAndLocatingNeedsThePositionPin) {
+  for (const std::int16_t mode : {gps::kFixModeNoData, gps::kFixModeNoFix}) {
+    SetFix(43.7, 7.4, mode);
+    compass.UpdateFixItems();
+    EXPECT_EQ(window.mnuCompassPushAPin.Enabled(), mode == gps::kFixModeNoFix);
+    EXPECT_EQ(window.mnuCompassSyncTime.Enabled(), mode == gps::kFixModeNoFix);
+    EXPECT_TRUE(window.mnuCompassLocate.Enabled());
+  }
+  window.mnuCompassLocate.UserClick();
+  EXPECT_EQ(Map().goToCount, 0) << "no position pin, nothing to locate";
+  Map().AddPushpin({43.73, 7.42, 0}, std::string(MapTracker::kPositionPinName));
+  window.mnuCompassLocate.UserClick();
+  EXPECT_EQ(Map().goToCount, 1);
+  EXPECT_DOUBLE_EQ(Map().centreLatitude, 43.73);
+}
+
+TEST_F(Compass, PushAPinOpensItsBalloonAndCarriesTheNoteWhenNotesAreOn) {
+  options.ppName = 2;
+  options.noteOpt = 8;
+  options.symbolBase = 16;
+  for (const bool notes : {false, true}) {
+    options.note = notes;
+    SetFix(43.7, 7.4, gps::kFixMode2D);
+    window.mnuCompassPushAPin.UserClick();
+  }
+  const auto pins = Map().Pins();
+  ASSERT_EQ(pins.size(), 2u);
+  EXPECT_EQ(pins[0].name, "ORVO_0");
+  EXPECT_EQ(pins[0].symbol, 18);
+  EXPECT_EQ(pins[0].balloonState, 2);
+  EXPECT_EQ(pins[0].note, "");
+  EXPECT_EQ(pins[1].note, "Speed:  24.9 MPH\r\n");
+  EXPECT_FALSE(trail.Pending()) << "the prepared pin is used up";
+  EXPECT_EQ(trail.Cache().Count(), 0) << "a pushed pin is not part of the trail";
+
+  Map().failAdd = true;
+  window.mnuCompassPushAPin.UserClick();
+  EXPECT_FALSE(trail.Pending());
+  EXPECT_TRUE(dialogs.Messages().empty());
+  EXPECT_EQ(log.size(), 1u);
+}
+
+TEST_F(Compass, HoverHighlightsTheRingAndReleaseOpensTheMenuAtTheUpperRightCorner) {
+  fix.FixMode = gps::kFixMode3D;
+  Map().waypoints = {"Casino"};
+  window.lblCompass.UserMouse("mousemove", {});
+  EXPECT_EQ(window.shpD.Properties()["style"], 1);
+  window.lblCompass.UserMouse("mouseup", {});
+  EXPECT_EQ(window.shpD.Properties()["style"], 0);
+  EXPECT_TRUE(window.mnuCompassCalcRouteFromHere.Enabled());
+  EXPECT_TRUE(window.mnuCompassPushAPin.Enabled());
+  const auto popups = pages.OfType("popup");
+  ASSERT_EQ(popups.size(), 1u);
+  EXPECT_EQ(popups[0]["menu"], "mnuCompass");
+  EXPECT_EQ(popups[0]["x"], 3960 + 660);
+  EXPECT_EQ(popups[0]["y"], 2970);
 }
 
 }  // namespace

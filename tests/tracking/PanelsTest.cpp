@@ -1,7 +1,13 @@
 // The readings and the status panel as the main window shows them: units, formats, the magnetic
-// heading, the fix-state lamps, the sky plot, the satellite list and the GPS clock.
+// heading (over the real World Magnetic Model too: read on first need, a model that cannot be
+// read said once in the log, what a receiver that sends only GGA shows), the fix-state lamps, the
+// sky plot, the satellite list and the GPS clock.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
+#include "addin/frmVerbose.hpp"
+#include "tests/BuildPaths.hpp"
 #include "tests/addin/MainWindowFixture.hpp"
 
 namespace orvo::tracking {
@@ -17,55 +23,45 @@ struct Panels : ::testing::Test, MainWindowFixture {
   }
 };
 
-TEST_F(Panels, ReadingsFollowTheChosenUnits) {
-  window->Show();
-  Feed(
-      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
-      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,359.96,230394,003.1,W*6A\r\n");
-  window->RefreshTick();
-  EXPECT_EQ(window->readings.lbElv[0].Caption(), "4,050.2 ft");
+// Speed (whole and tenths), elevation and longitude in each row's units and decimal separator.
+TEST_F(Panels, ReadingsFollowTheChosenUnitsAndTheUsersDecimalSeparator) {
+  const struct {
+    const char* decimal;
+    std::int16_t speedUnit, unit;  // unit: of elevation (0 ft, else m) and position
+    std::vector<std::string> shown;
+  } cases[] = {
+      {".", 0, 0, {"115", "1", "4,050.2 ft", "011\u00B031.000W"}},
+      {".", 1, 1, {"185", "2", "1,234.5 m", "-11.51667 \u00B0 "}},
+      {".", 7, 5, {"0", "0", "1,234.5 m", ""}},  // outside the tables: empty text shows as 0 0
+      // A literal '.' is looked for in the speed, on purpose: a comma user sees 0 0.
+      {",", 1, 1, {"0", "0", "1.234,5 m", "-11,51667 \u00B0 "}},
+  };
+  for (const auto& c : cases) {
+    window.reset();
+    using host::platform::NumberLocale;
+    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{
+        desktop, store, verbose, clock, timeZone, port, declination,
+        c.decimal[0] == ',' ? +[] { return NumberLocale{",", "."}; } : +[] {
+          return NumberLocale{".", ","};
+        }});
+    window->Show();
+    window->readings.SetUnitSpeed(c.speedUnit);
+    window->readings.SetUnitElv(c.unit == 0 ? 0 : 1);
+    window->readings.SetUnitLatLng(c.unit);
+    Feed(
+        "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
+        "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,359.96,230394,003.1,W*6A\r\n"
+        "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
+    window->RefreshTick();
+    const auto& shown = window->readings;
+    EXPECT_EQ((std::vector<std::string>{shown.lblSpeed[0].Caption(), shown.lblSpeed[1].Caption(),
+                                        shown.lbElv[0].Caption(), shown.lblLng[0].Caption()}),
+              c.shown);
+  }
   EXPECT_TRUE(window->readings.lbElv[0].Enabled());
   EXPECT_EQ(window->readings.lblCourse[0].Caption(), "360");
   EXPECT_EQ(window->readings.lblCourse[1].Caption(), "0");
-  EXPECT_EQ(window->readings.lblLng[0].Caption(), "011\u00B031.000W");
-
-  window->readings.SetUnitSpeed(1);
-  window->readings.SetUnitElv(1);
-  window->readings.SetUnitLatLng(1);
-  window->RefreshTick();
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "185");
-  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "2");
-  EXPECT_EQ(window->readings.lbElv[0].Caption(), "1,234.5 m");
-  EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11.51667 \u00B0 ");
-
-  window->readings.SetUnitSpeed(7);  // outside the table: empty text shows as 0 0
-  window->readings.SetUnitLatLng(5);
-  window->RefreshTick();
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0");
-  EXPECT_EQ(window->readings.lblLat[0].Caption(), "");
-}
-
-TEST_F(Panels, AUserWithADecimalCommaSeesItAndTheSpeedShowsZero) {
-  window.reset();
-  window = std::make_unique<addin::frmAddIn>(
-      addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, declination, [] {
-                                  return host::platform::NumberLocale{",", "."};
-                                }});
-  window->Show();
-  window->readings.SetUnitSpeed(1);
-  window->readings.SetUnitElv(1);
-  window->readings.SetUnitLatLng(1);
-  Feed(
-      "$GPGGA,123519,4807.038,N,01131.000,W,1,08,0.9,1234.5,M,46.9,M,,*47\r\n"
-      "$GPRMC,123519,A,4807.038,N,01131.000,W,100.0,84.4,230394,003.1,W*6A\r\n"
-      "$GPGSA,A,3,04,05,,,,,,,,,,,2.5,1.2,,*00\r\n");
-  window->RefreshTick();
   EXPECT_EQ(window->readings.FormatSpeed(), "185,2");
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "0")
-      << "a literal '.' is looked for, on purpose";
-  EXPECT_EQ(window->readings.lblSpeed[1].Caption(), "0");
-  EXPECT_EQ(window->readings.lbElv[0].Caption(), "1.234,5 m");
-  EXPECT_EQ(window->readings.lblLng[0].Caption(), "-11,51667 \u00B0 ");
   window->SSTab.SetTab(addin::frmAddIn::kTabSatellite);
   EXPECT_NE(window->status.txtSaInfo.Text().find("HDOP=1,2\r\n"), std::string::npos);
   window->Unload();
@@ -148,6 +144,73 @@ TEST_F(Panels, SkyPlotAndSatelliteListDrawWhatTheReceiverReports) {
             "04 -- 270 45 \r\n05 33 --- -- \r\n17 -- --- -- \r\nHDOP=1.2\r\n");
   EXPECT_EQ(window->status.txtSaInfo.SelLength(),
             static_cast<int>(window->status.txtSaInfo.Text().size()));
+}
+
+const std::filesystem::path kModelFile =
+    std::filesystem::path(ORVO_SOURCE_DIR) / "data" / "WMM2025.COF";
+// Monaco harbour.
+constexpr double kLatitude = 43.7397;
+constexpr double kLongitude = 7.42417;
+const char* const kGgaOnly = "$GPGGA,101500,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n";
+
+// The magnetic heading over the real World Magnetic Model.
+struct MagneticHeading : ::testing::Test, orvo::testing::MainWindowFixture {
+  // A main window on `lookup`, showing the magnetic heading of what a GGA-only receiver sends.
+  std::unique_ptr<addin::frmAddIn> WindowOn(DeclinationLookup& lookup) {
+    window.reset();
+    auto shown = std::make_unique<addin::frmAddIn>(
+        addin::MainWindowServices{desktop, store, verbose, clock, timeZone, port, lookup});
+    shown->Show();
+    shown->readings.SetUnitHeading(1);
+    shown->ProcessData(kGgaOnly);
+    shown->RefreshTick();
+    return shown;
+  }
+  int TimesLogged(std::string_view text) const {
+    const std::string& log = verbose.txtLog.Text();
+    int count = 0;
+    for (auto at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) ++count;
+    return count;
+  }
+};
+
+// GGA carries no course and no date: its time of day sits on the zero date (1899), where the
+// model has no value, so a receiver that sends only GGA gets no magnetic heading ("---") and no
+// guess; once RMC brings the date, the heading is the course less the declination of that day.
+TEST_F(MagneticHeading, AReceiverSendingOnlyGgaGetsNoMagneticHeading) {
+  ModelDeclination model(kModelFile);
+  EXPECT_FALSE(model.ModelLoaded()) << "read on first need only";
+  auto shown = WindowOn(model);
+  EXPECT_EQ(shown->Fix().FixMode, 3);
+  EXPECT_EQ(shown->Fix().GpsDateTime.ToCivil().year, 1899);
+  EXPECT_EQ(shown->readings.lblCourse[0].Caption(), "---");
+  EXPECT_EQ(TimesLogged("DisplayHeading: "), 0) << "no value is not a failure of the model";
+
+  shown->ProcessData("$GPRMC,101500,A,4344.3820,N,00725.4500,E,12.0,1.0,211126,,*00\r\n");
+  shown->RefreshTick();
+  ModelDeclination reference(kModelFile);
+  const auto expected = reference.Declination(kLatitude, kLongitude, shown->Fix().GpsDateTime);
+  ASSERT_TRUE(expected.degrees);
+  EXPECT_TRUE(model.ModelLoaded());
+  EXPECT_GT(*expected.degrees, 1.0) << "Monaco's declination is a few degrees east";
+  EXPECT_LT(*expected.degrees, 5.0);
+  EXPECT_NEAR(shown->readings.DisplayHeading(), 1.0 - *expected.degrees + 360, 1e-3)
+      << "a course of 1 with an easterly declination wraps past north";
+  EXPECT_EQ(shown->readings.FormatHeading().back(), 'm');
+}
+
+TEST_F(MagneticHeading, AModelThatCannotBeReadIsLoggedOnceAndNoHeadingIsShown) {
+  const auto damaged = folder.Path() / "damaged.COF";
+  std::ofstream(damaged) << "not a coefficient file\n";
+  for (const auto& file : {folder.Path() / "missing.COF", damaged}) {
+    verbose.Clear();
+    ModelDeclination model(file);
+    auto shown = WindowOn(model);
+    shown->RefreshTick();
+    EXPECT_EQ(shown->readings.lblCourse[0].Caption(), "---") << file;
+    EXPECT_EQ(TimesLogged("DisplayHeading: "), 1) << verbose.txtLog.Text();
+    EXPECT_FALSE(model.ModelLoaded());
+  }
 }
 
 }  // namespace

@@ -77,8 +77,7 @@ struct FixedReadings final : tracking::ReadingsText {
   std::string Speed() const override { return "24.9"; }
   std::string SpeedUnit() const override { return "MPH"; }
   std::string Heading() const override { return "78.2"; }
-  std::int16_t ElevationUnit() const override { return elevationUnit; }
-  std::int16_t elevationUnit = 0;
+  std::int16_t ElevationUnit() const override { return 0; }
 };
 
 // What the pages are told: pop-up menus and cursor changes.
