@@ -160,6 +160,7 @@ describe('the map with a replayed drive', () => {
     expect(await page.locator('.host-file-menu .menu-item.disabled').allInnerTexts()).toEqual([
       'Save Map As...',
       'Close Map',
+      'Import GPX...',
       'Export GPX...',
     ]);
     await page.keyboard.press('Escape');

@@ -1,6 +1,8 @@
 // The route planner against a real orvo and the Monaco region: waypoints found by name and added
 // by right-clicks on the map, the route calculated by Routino and drawn with its directions, the preference
-// and the order changed, a point at sea refused with a message, the route kept over a reload.
+// and the order changed, a point at sea refused with a message, the route kept over a reload, a
+// route imported from GPX.
+import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { afterAll, beforeAll, describe, expect, it } from 'vitest';
 import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
@@ -82,5 +84,25 @@ describe('the route planner', () => {
     await planner.locator('.route-waypoints li').last().locator('[data-action="delete"]').click();
     await planner.locator('[data-action="clear"]').click();
     await expect.poll(() => page.evaluate(() => document.body.dataset.route)).toBe('0:0');
+
+    // File > Import GPX...: another program's route becomes the map's; a broken file is refused.
+    const gpx = (body: string) => `<?xml version="1.0"?><gpx version="1.1" xmlns="http://www.topografix.com/GPX/1/1">${body}</gpx>`;
+    writeFileSync(
+      join(dataHome, 'orvo/trip.gpx'),
+      gpx('<rte><rtept lat="43.7397" lon="7.4275"><name>Casino</name></rtept><rtept lat="43.7285" lon="7.4150"><name>Fontvieille</name></rtept></rte>'),
+    );
+    writeFileSync(join(dataHome, 'orvo/broken.gpx'), gpx('<rte><rtept lat="north" lon="7"/></rte>'));
+    const importGpx = async (file: string) => {
+      await page.keyboard.press('Alt+F');
+      await page.locator('.host-file-menu .menu-item', { hasText: 'Import GPX...' }).click();
+      await box.locator('.file-name').fill(file);
+      await box.locator('.dialog-button', { hasText: 'Open' }).click();
+    };
+    await importGpx('trip.gpx');
+    await expect.poll(names).toEqual(['Casino', 'Fontvieille']);
+    await importGpx('broken.gpx');
+    await expect.poll(() => box.locator('.prompt').innerText()).toMatch(/^Import GPX: .*broken\.gpx: point 1 \(lat "north"/);
+    await box.locator('.dialog-button', { hasText: 'OK' }).click();
+    expect(await names()).toEqual(['Casino', 'Fontvieille']);
   }, 60000);
 });
