@@ -1,33 +1,55 @@
-// The driving assistant end to end: a route planned in the page, "Driving Assistant" ticked, the
-// demo drive replayed along it, and the guidance window announcing the next instruction.
+// The driving assistant end to end: a route planned in the page (or given at start), "Driving
+// Assistant" ticked, the demo drive replayed, and the guidance window announcing the next
+// instruction, or the route calculated again from where the car is once it has left it.
+import { spawnSync } from 'node:child_process';
 import { join, resolve } from 'node:path';
-import { afterAll, beforeAll, describe, expect, it } from 'vitest';
-import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { afterEach, describe, expect, it } from 'vitest';
+import type { Page } from 'playwright';
+import { dataHomeWithRegions, openBrowser, ORVO_BINARY, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 
 describe('the driving assistant', () => {
-  let browser: Browser;
-  let orvo: Orvo & { folder: string };
-  let dataHome: string;
+  let browser: Browser | undefined;
+  let orvo: (Orvo & { folder: string }) | undefined;
+  let dataHome = '';
+  const mapFile = () => join(dataHome, 'orvo/drive.orvomap');
 
-  beforeAll(async () => {
+  async function start(extra: string[] = []) {
     dataHome = dataHomeWithRegions();
-    orvo = await startOrvo({ dataHome, arguments: ['--replay', DEMO, '--map', join(dataHome, 'orvo/drive.orvomap')] });
+    orvo = await startOrvo({ dataHome, arguments: ['--replay', DEMO, '--map', mapFile(), ...extra] });
     browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-    removeFolder(dataHome);
-  });
-
-  it('announces the instructions of a planned route while the drive goes along it', async () => {
     const { page } = browser;
     await page.goto(orvo.url);
     const main = page.locator('.panel[data-window="frmAddIn"]');
     await main.waitFor();
+    return { page, main };
+  }
+  afterEach(async () => {
+    await browser?.close();
+    await orvo?.stop();
+    if (orvo) removeFolder(orvo.folder);
+    removeFolder(dataHome);
+  });
+
+  async function switchGuidanceOn(page: Page, main: ReturnType<Page['locator']>) {
+    await main.locator('.caption-bar').click();
+    await page.keyboard.press('3');
+    await main.locator('[data-control="chkGuidance"]').click();
+    const guide = page.locator('.panel[data-window="frmGuide"]');
+    await guide.waitFor({ timeout: 60000 });
+    return guide;
+  }
+
+  // What `orvo map route` reads from the document while orvo guides along it.
+  function storedRoute(): { waypoints: { name: string; lat: number; lon: number }[]; calculated: boolean } {
+    const run = spawnSync(ORVO_BINARY, ['map', 'route', '--map', mapFile()], { encoding: 'utf8' });
+    if (run.status !== 0) throw new Error(run.stderr);
+    return JSON.parse(run.stdout);
+  }
+
+  it('announces the instructions of a planned route while the drive goes along it', async () => {
+    const { page, main } = await start();
     // The drive's way through Monaco: from Avenue Albert II up to Place Moulins.
     const planner = page.locator('.route-planner');
     await page.locator('.route-switch').click();
@@ -39,15 +61,35 @@ describe('the driving assistant', () => {
     await planner.locator('[data-action="calculate"]').click();
     await expect.poll(() => planner.locator('.route-summary').innerText()).toMatch(/ min$/);
 
-    await main.locator('.caption-bar').click();
-    await page.keyboard.press('3');
-    await main.locator('[data-control="chkGuidance"]').click();
-    const guide = page.locator('.panel[data-window="frmGuide"]');
-    await guide.waitFor({ timeout: 60000 });
+    const guide = await switchGuidanceOn(page, main);
     await expect.poll(() => guide.locator('[data-control="lblInstruction"]').innerText(), { timeout: 30000 }).toMatch(/\w{4,}/);
     // The chime went to the page to be played.
     await expect
       .poll(() => page.evaluate(() => JSON.stringify((window as unknown as { orvoGuideAudio?: unknown }).orvoGuideAudio ?? null)), { timeout: 30000 })
       .toMatch(/DEFAULT\.WAV/);
   }, 120000);
+
+  it('calculates the route again from where the car is once the drive has left it', async () => {
+    // From the drive's start west to the Jardin Exotique; the drive goes east along the port.
+    const { page, main } = await start(['--waypoints', '43.7299,7.4170;43.7312,7.4115']);
+    expect(storedRoute().calculated).toBe(true);
+    await switchGuidanceOn(page, main);
+    // R twice switches the off-track re-calculation on.
+    await main.locator('.caption-bar').click();
+    await page.keyboard.press('r');
+    await page.keyboard.press('r');
+    await expect.poll(() => page.locator('.panel[data-window="frmShortKeyFlash"]').innerText()).toContain('ON');
+
+    // Guidance starts from the car's place; leaving the route starts it again from a later one.
+    await expect.poll(() => storedRoute().waypoints[0]?.name, { timeout: 30000 }).toBe('Current Position');
+    const first = storedRoute().waypoints[0];
+    await expect
+      .poll(() => {
+        const now = storedRoute().waypoints[0];
+        return now.name === 'Current Position' && Math.hypot(now.lat - first.lat, now.lon - first.lon) > 0.002;
+      }, { timeout: 120000, interval: 1000 })
+      .toBe(true);
+    expect(storedRoute().calculated).toBe(true);
+    expect(storedRoute().waypoints.at(-1)?.lon).toBeCloseTo(7.4115, 4);
+  }, 200000);
 });
