@@ -1,6 +1,6 @@
 // The driving assistant end to end: a route planned in the page (or given at start), "Driving
 // Assistant" ticked, the demo drive replayed, and the guidance window announcing the next
-// instruction, or the route calculated again from where the car is once it has left it.
+// instruction with its picture, chime and voice, or the route calculated again from where the car is once it has left it.
 import { spawnSync } from 'node:child_process';
 import { join, resolve } from 'node:path';
 import { afterEach, describe, expect, it } from 'vitest';
@@ -61,12 +61,22 @@ describe('the driving assistant', () => {
     await planner.locator('[data-action="calculate"]').click();
     await expect.poll(() => planner.locator('.route-summary').innerText()).toMatch(/ min$/);
 
+    // The voice is off until the options dialog switches it on.
+    await main.locator('.caption-bar').click();
+    await page.keyboard.press('3');
+    await main.locator('[data-control="cmdGuideOpt"]').click();
+    const options = page.locator('.panel[data-window="frmGuidanceOpt"]');
+    await options.locator('.tab', { hasText: 'Voice' }).click();
+    await options.locator('[data-control="chkGuideEnableTTS"]').click();
+    await options.locator('[data-control="cmdOK"]').click();
+    await options.waitFor({ state: 'detached' });
+
     const guide = await switchGuidanceOn(page, main);
     await expect.poll(() => guide.locator('[data-control="lblInstruction"]').innerText(), { timeout: 30000 }).toMatch(/\w{4,}/);
-    // The chime went to the page to be played.
-    await expect
-      .poll(() => page.evaluate(() => JSON.stringify((window as unknown as { orvoGuideAudio?: unknown }).orvoGuideAudio ?? null)), { timeout: 30000 })
-      .toMatch(/DEFAULT\.WAV/);
+    expect(await guide.locator('[data-control="imgAct"] img').getAttribute('src')).toMatch(/^\/data\/.+\.gif$/i);
+    // The chime and then the spoken instruction went to the page to be played.
+    const heard = () => page.evaluate(() => (window.orvoGuideAudio ?? []).map((event) => `${event.kind} ${event.src ?? ''}`));
+    await expect.poll(heard, { timeout: 30000 }).toEqual(expect.arrayContaining([expect.stringMatching(/^play .*DEFAULT\.WAV$/), expect.stringMatching(/^speech /)]));
   }, 120000);
 
   it('calculates the route again from where the car is once the drive has left it', async () => {
