@@ -1,6 +1,7 @@
 // The driving assistant end to end: a route planned in the page (or given at start), "Driving
 // Assistant" ticked, the demo drive replayed, and the guidance window announcing the next
-// instruction with its picture, chime and voice, or the route calculated again from where the car is once it has left it.
+// instruction with its picture, chime and voice, or the route calculated again from where the car
+// is once it has left it.
 import { spawnSync } from 'node:child_process';
 import { join, resolve } from 'node:path';
 import { afterEach, describe, expect, it } from 'vitest';
