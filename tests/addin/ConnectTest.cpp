@@ -43,19 +43,5 @@ TEST_F(ConnectFixture, MenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
   EXPECT_EQ(windowsMade, 1);
 }
 
-TEST_F(ConnectFixture, ClosingTheWindowAndOpeningItAgainReloadsIt) {
-  connect.AddinInstance_OnConnection();
-  connect.ShowCtrl();
-  frmAddIn* main = connect.MainWindow();
-  main->chkTrail.SetValue(0);
-  desktop.Dispatch({{"type", "close"}, {"window", "frmAddIn"}});
-  EXPECT_FALSE(main->IsLoaded());
-  EXPECT_EQ(store.GetSetting("Settings", "Trail", ""), "0");
-  connect.ShowCtrl();
-  EXPECT_TRUE(main->IsLoaded());
-  EXPECT_EQ(main->chkTrail.Value(), 0);
-  EXPECT_EQ(windowsMade, 1) << "the same window object is shown again";
-}
-
 }  // namespace
 }  // namespace orvo::addin

@@ -104,24 +104,6 @@ TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
   EXPECT_NE(window->Left(), 5000) << "beyond the viewport: left where ORVO put it";
 }
 
-TEST_F(Lifecycle, TheOneTimePortMigrationAddsOneToTheStoredNumber) {
-  const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
-      {std::nullopt, "2"}, {"1", "2"}, {" 3", "4"}, {"7 ", "8"}, {"COM", "COM"}};
-  for (const auto& [stored, migrated] : cases) {
-    settings::SettingsStore other(folder.Path() / "migrate.ini");
-    other.DeleteSetting("Settings", "CommaReset1");
-    other.DeleteSetting("Settings", "Port");
-    if (stored) other.SaveSetting("Settings", "Port", *stored);
-    std::string log;
-    settings::ApplyCommaReset(other, [&](std::string_view text) { log += text; });
-    EXPECT_EQ(other.GetSetting("Settings", "Port", ""), migrated) << stored.value_or("(none)");
-    EXPECT_EQ(other.GetSetting("Settings", "CommaReset1", ""), "True");
-    EXPECT_EQ(log.starts_with("ApplyCommaReset: "), migrated == "COM") << log;
-    settings::ApplyCommaReset(other);
-    EXPECT_EQ(other.GetSetting("Settings", "Port", ""), migrated) << "runs once only";
-  }
-}
-
 TEST_F(Lifecycle, ASettingsFileThatCannotBeWrittenIsShownAtUnload) {
   window->Show();
   window->receiver.cboPort.SetText("4");
