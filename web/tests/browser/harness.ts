@@ -7,6 +7,7 @@ import { createServer } from 'node:net';
 import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { chromium, type BrowserContext, type Page } from 'playwright-core';
+import { afterEach, beforeEach } from 'vitest';
 
 export const ORVO_BINARY = resolve(process.env.ORVO_BINARY ?? '../build/orvo');
 const CHROMIUM = process.env.ORVO_CHROMIUM ?? '/usr/bin/chromium';
@@ -129,4 +130,32 @@ export async function openBrowser(): Promise<Browser> {
       rmSync(profile, { recursive: true, force: true });
     },
   };
+}
+
+// A fresh browser for each test of a describe block; the orvos a test starts end with it, and
+// the folders it names are removed.
+export function browserPerTest() {
+  const orvos: Orvo[] = [];
+  const folders: string[] = [];
+  const session = {
+    browser: undefined as unknown as Browser,
+    async start(options: OrvoOptions = {}) {
+      const orvo = await startOrvo(options);
+      orvos.push(orvo);
+      folders.push(orvo.folder);
+      return orvo;
+    },
+    removeLater(folder: string) {
+      folders.push(folder);
+    },
+  };
+  beforeEach(async () => {
+    session.browser = await openBrowser();
+  });
+  afterEach(async () => {
+    await session.browser.close();
+    for (const orvo of orvos.splice(0)) await orvo.stop();
+    for (const folder of folders.splice(0)) removeFolder(folder);
+  });
+  return session;
 }
