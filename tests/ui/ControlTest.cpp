@@ -46,6 +46,13 @@ class TestWindow : public Window {
   std::vector<std::pair<int, int>> keys;
 };
 
+// A user's EVENT on a control, as a page sends it.
+Json Event(const char* window, const char* control, const char* event, Json value = nullptr) {
+  Json message{{"type", "event"}, {"window", window}, {"control", control}, {"event", event}};
+  if (!value.is_null()) message["value"] = std::move(value);
+  return message;
+}
+
 struct ControlFixture : ::testing::Test {
   ManualScheduler scheduler;
   ScriptedDialogs dialogs;
@@ -60,27 +67,26 @@ struct ControlFixture : ::testing::Test {
   }
   void TearDown() override { desktop.RemoveObserver(recorder); }
   void Send(Json event) { desktop.Dispatch(event); }
+  void User(const char* control, const char* event, Json value = nullptr) {
+    Send(Event("frmTest", control, event, std::move(value)));
+  }
 };
 
 TEST_F(ControlFixture, ValuesSetFromCodeRaiseTheSameHandlersAsTheUser) {
   window.check.SetValue(1);
   window.check.SetValue(1);  // no change, no click
-  Send({{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}, {"event", "click"}});
+  User("chkThing", "click");
   EXPECT_EQ(window.check.Value(), 0);
   EXPECT_EQ(window.clicks, 2);
 
   window.scroll.SetValue(4);
   window.scroll.SetValue(11);  // out of range: refused
-  Send({{"type", "event"},
-        {"window", "frmTest"},
-        {"control", "sclRate"},
-        {"event", "change"},
-        {"value", 6}});
+  User("sclRate", "change", 6);
   EXPECT_EQ(window.scroll.Value(), 6);
   EXPECT_EQ(window.changes, 2);
 
   window.check.SetEnabled(false);
-  Send({{"type", "event"}, {"window", "frmTest"}, {"control", "chkThing"}, {"event", "click"}});
+  User("chkThing", "click");
   EXPECT_EQ(window.clicks, 2) << "a disabled control ignores the user";
 }
 
@@ -104,11 +110,7 @@ TEST_F(ControlFixture, OptionButtonsExcludeEachOtherAndTabsClickOnChange) {
   EXPECT_FALSE(window.first.Value());
   int tabClicks = 0;
   window.tabs.onClick = [&] { ++tabClicks; };
-  Send({{"type", "event"},
-        {"window", "frmTest"},
-        {"control", "SSTab"},
-        {"event", "change"},
-        {"value", 1}});
+  User("SSTab", "change", 1);
   window.tabs.SetTab(5);
   EXPECT_EQ(window.tabs.Tab(), 1);
   EXPECT_EQ(tabClicks, 1);
@@ -116,14 +118,8 @@ TEST_F(ControlFixture, OptionButtonsExcludeEachOtherAndTabsClickOnChange) {
 
 TEST_F(ControlFixture, MalformedEventsAreReportedAndIgnored) {
   for (const Json& event :
-       {Json("text"), Json{{"type", 3}}, Json{{"type", "nonsense"}},
-        Json{{"type", "event"}, {"window", "frmNone"}, {"control", "x"}, {"event", "click"}},
-        Json{{"type", "event"}, {"window", "frmTest"}, {"control", "nothing"}, {"event", "click"}},
-        Json{{"type", "event"},
-             {"window", "frmTest"},
-             {"control", "sclRate"},
-             {"event", "change"},
-             {"value", "x"}},
+       {Json("text"), Json{{"type", 3}}, Json{{"type", "nonsense"}}, Event("frmNone", "x", "click"),
+        Event("frmTest", "nothing", "click"), Event("frmTest", "sclRate", "change", "x"),
         Json{{"type", "key"}, {"window", "frmTest"}}}) {
     Send(event);
   }

@@ -472,9 +472,10 @@ TEST_F(WebBridgeTest, ServesThePageAndTilesButNothingOutsideThem) {
   EXPECT_EQ(sound.body, "RIFF");
   EXPECT_EQ(sound.headers.at("Content-Type"), "audio/wav");
   for (const std::string& refused : std::vector<std::string>{
-           "/userfile?path=" + (web_ / "secret.txt").string(), "/userfile?path=my%20sounds/ding.WAV",
-        "/userfile?path=" + (web_ / "my%20sounds/leak.wav").string(),
-        "/userfile?path=" + (web_ / "my%20sounds/none.wav").string(), "/userfile"})
+           "/userfile?path=" + (web_ / "secret.txt").string(),
+           "/userfile?path=my%20sounds/ding.WAV",
+           "/userfile?path=" + (web_ / "my%20sounds/leak.wav").string(),
+           "/userfile?path=" + (web_ / "my%20sounds/none.wav").string(), "/userfile"})
     EXPECT_EQ(Get(port, refused).status, 404) << refused;
   // Another site's page cannot drive ORVO through the loopback address.
   EXPECT_EQ(Get(port, "/", {{"Host", "attacker.example:8080"}}).status, 403);
