@@ -99,9 +99,6 @@ TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
   desktop.Dispatch({{"type", "move"}, {"window", "frmAddIn"}, {"left", 300}, {"top", 60}});
   window->Unload();
   EXPECT_EQ(store.GetSetting("FormLoc", "frmAddIn-X", ""), "300") << "the user's place is saved";
-  store.SaveSetting("FormLoc", "frmAddIn-X", "5000");
-  window->Show();
-  EXPECT_NE(window->Left(), 5000) << "beyond the viewport: left where ORVO put it";
 }
 
 TEST_F(Lifecycle, ASettingsFileThatCannotBeWrittenIsShownAtUnload) {

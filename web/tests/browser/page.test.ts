@@ -48,15 +48,4 @@ describe('the page with a real orvo', () => {
     await expect.poll(() => page.evaluate(() => document.body.dataset.connection), { timeout: 15000 }).toBe('open');
     expect(await page.locator('#status').isHidden()).toBe(true);
   });
-
-  it('opens the main window with the host command Orvonet and its access key', async () => {
-    const orvo = await session.start();
-    const { page } = session.browser;
-    await page.goto(orvo.url);
-    await expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
-    expect(await page.locator('.host-menu-bar [data-command]').first().innerText()).toBe('Orvonet');
-    expect(await page.locator('.host-menu-bar [data-command] u').first().innerText()).toBe('n');
-    await page.keyboard.press('Alt+N');
-    await page.locator('.panel[data-window="frmAddIn"]').waitFor();
-  });
 });
