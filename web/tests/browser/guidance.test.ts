@@ -1,31 +1,17 @@
 // The driving assistant end to end: a route planned in the page, "Driving Assistant" ticked, the
 // demo drive replayed along it, and the guidance window announcing the next instruction.
 import { join, resolve } from 'node:path';
-import { afterAll, beforeAll, describe, expect, it } from 'vitest';
-import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { describe, expect, it } from 'vitest';
+import { orvoWithRegions } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 
 describe('the driving assistant', () => {
-  let browser: Browser;
-  let orvo: Orvo & { folder: string };
-  let dataHome: string;
-
-  beforeAll(async () => {
-    dataHome = dataHomeWithRegions();
-    orvo = await startOrvo({ dataHome, arguments: ['--replay', DEMO, '--map', join(dataHome, 'orvo/drive.orvomap')] });
-    browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-    removeFolder(dataHome);
-  });
+  const session = orvoWithRegions((dataHome) => ['--replay', DEMO, '--map', join(dataHome, 'orvo/drive.orvomap')]);
 
   it('announces the instructions of a planned route while the drive goes along it', async () => {
-    const { page } = browser;
-    await page.goto(orvo.url);
+    const { page } = session.browser;
+    await page.goto(session.orvo.url);
     const main = page.locator('.panel[data-window="frmAddIn"]');
     await main.waitFor();
     // The drive's way through Monaco: from Avenue Albert II up to Place Moulins.

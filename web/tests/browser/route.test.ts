@@ -2,30 +2,15 @@
 // by right-clicks on the map, the route calculated by Routino and drawn with its directions, the preference
 // and the order changed, a point at sea refused with a message, the route kept over a reload.
 import { join } from 'node:path';
-import { afterAll, beforeAll, describe, expect, it } from 'vitest';
-import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
-
+import { describe, expect, it } from 'vitest';
+import { orvoWithRegions } from './harness';
 
 describe('the route planner', () => {
-  let browser: Browser;
-  let orvo: Orvo & { folder: string };
-  let dataHome: string;
-
-  beforeAll(async () => {
-    dataHome = dataHomeWithRegions();
-    orvo = await startOrvo({ dataHome, arguments: ['--map', join(dataHome, 'orvo/route.orvomap')] });
-    browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-    removeFolder(dataHome);
-  });
+  const session = orvoWithRegions((dataHome) => ['--map', join(dataHome, 'orvo/route.orvomap')]);
 
   it('plans, calculates, reorders and keeps a route, and says why a point at sea cannot be reached', async () => {
-    const { page } = browser;
-    await page.goto(orvo.url);
+    const { page } = session.browser;
+    await page.goto(session.orvo.url);
     await expect.poll(() => page.evaluate(() => document.body.dataset.route)).toBe('0:0');
     const stage = (await page.locator('#map').boundingBox())!;
     // Near the region's centre, right of the planner: streets of Monaco at zoom 14.
