@@ -1,5 +1,6 @@
-// The main window's load, unload and refresh tick on the real settings file: closing and opening
-// the same window again, saved places, and failures that must neither stop ORVO nor go unseen.
+// The main window's load, unload and refresh tick on the real settings file: the host's command
+// that opens it, closing and opening the same window again, saved places, and failures that must
+// neither stop ORVO nor go unseen.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -77,6 +78,40 @@ TEST(MainWindowLifecycle, ClosingAndReopeningTheSameWindowKeepsTheReceiverRunnin
 }
 
 struct Lifecycle : ::testing::Test, MainWindowFixture {};
+
+TEST_F(Lifecycle, TheMenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
+  int windowsMade = 0;
+  Connect connect(desktop, store, [&] {
+    ++windowsMade;
+    return std::move(window);
+  });
+  connect.AddinInstance_OnConnection();
+  connect.AddinInstance_OnStartupComplete();
+  EXPECT_EQ(connect.MainWindow(), nullptr) << "not shown at the last disconnection";
+  const auto commands = desktop.Snapshot()["commands"];
+  ASSERT_EQ(commands.size(), 1u);
+  EXPECT_EQ(commands[0]["caption"], "Orvo&net");
+
+  desktop.Dispatch({{"type", "command"}, {"id", commands[0]["id"]}});
+  ASSERT_NE(connect.MainWindow(), nullptr);
+  EXPECT_TRUE(connect.MainWindow()->Visible());
+  EXPECT_TRUE(connect.DisplayOnConnect());
+  connect.MainWindow()->receiver.cboPort.SetText("6");
+
+  connect.AddinInstance_OnDisconnection();
+  EXPECT_FALSE(connect.MainWindow()->IsLoaded());
+  EXPECT_EQ(store.GetSetting("Settings", "DisplayOnConnect", ""), "1");
+  EXPECT_EQ(store.GetSetting("Settings", "Port", ""), "6") << "the unload saved the settings";
+
+  // The next start opens the window by itself.
+  Make();
+  Connect next(desktop, store, [this] { return std::move(window); });
+  next.AddinInstance_OnConnection();
+  next.AddinInstance_OnStartupComplete();
+  ASSERT_NE(next.MainWindow(), nullptr);
+  EXPECT_EQ(next.MainWindow()->receiver.cboPort.Text(), "6");
+  EXPECT_EQ(windowsMade, 1);
+}
 
 // Places are checked against a viewport a page reported, never against a guess; a place nobody
 // moved is never written back.
