@@ -163,7 +163,6 @@ TEST_F(MainWindow, RefreshRateDrivesTheTimer) {
   window->Show();
   int& ticks = map.ticks;
   window->sclRefreshRate.SetValue(3);
-  EXPECT_EQ(window->Timer1.Interval(), 3000);
   scheduler.Advance(Milliseconds(9000));
   EXPECT_EQ(ticks, 3);
   window->sclRefreshRate.SetValue(0);
