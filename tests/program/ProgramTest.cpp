@@ -12,21 +12,15 @@
 #include <sstream>
 #include <thread>
 
-#include <boost/asio/connect.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/websocket.hpp>
-
 #include "settings/SettingsStore.hpp"
 #include "tests/BuildPaths.hpp"
+#include "tests/PageClient.hpp"
 #include "tests/TestSupport.hpp"
 
 namespace orvo {
 namespace {
 
 using namespace std::chrono_literals;
-namespace asio = boost::asio;
-namespace beast = boost::beast;
 
 // `orvo ARGUMENTS...` in the background, its output going to a file.
 class RunningOrvo {
@@ -162,23 +156,13 @@ TEST_F(OrvoProgram, ASecondCtrlCAnswersTheQuestionsOfTheClosingItself) {
   const auto port = orvo.WaitUntilRunning();
   ASSERT_TRUE(port) << orvo.Output();
 
-  asio::io_context io;
-  beast::websocket::stream<asio::ip::tcp::socket> page(io);
-  page.next_layer().connect({asio::ip::make_address("127.0.0.1"), *port});
-  const std::string host = "127.0.0.1:" + std::to_string(*port);
-  page.set_option(
-      beast::websocket::stream_base::decorator([host](beast::websocket::request_type& request) {
-        request.set(beast::http::field::origin, "http://" + host);
-      }));
-  page.handshake(host, "/ws");
+  testing::PageClient page(*port, "/ws", {{"Origin", "http://127.0.0.1:" + std::to_string(*port)}});
+  ASSERT_TRUE(page.Connected());
   std::string seen;
   std::thread reader([&] {
-    beast::flat_buffer buffer;
-    beast::error_code error;
-    while (!error) {
-      page.read(buffer, error);
-      seen += beast::buffers_to_string(buffer.data()) + "\n";
-      buffer.consume(buffer.size());
+    try {
+      for (;;) seen += page.Next().dump() + "\n";
+    } catch (const std::exception&) {  // the page is closed when orvo ends
     }
   });
 

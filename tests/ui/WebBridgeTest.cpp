@@ -6,7 +6,6 @@
 
 #include <unistd.h>
 
-#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -18,12 +17,12 @@
 #include <boost/asio/post.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
-#include <boost/beast/websocket.hpp>
 
 #include "host/ui/Desktop.hpp"
 #include "host/ui/PageDialogs.hpp"
 #include "host/ui/WebBridge.hpp"
 #include "host/ui/Window.hpp"
+#include "tests/PageClient.hpp"
 
 namespace orvo::host::ui {
 namespace {
@@ -31,7 +30,6 @@ namespace {
 namespace asio = boost::asio;
 namespace beast = boost::beast;
 namespace http = beast::http;
-namespace websocket = beast::websocket;
 namespace fs = std::filesystem;
 using tcp = asio::ip::tcp;
 
@@ -82,58 +80,7 @@ HttpResult Get(unsigned short port, const std::string& target,
   return result;
 }
 
-// One page: a WebSocket client.
-class Page {
- public:
-  explicit Page(unsigned short port, const std::string& target = "/ws",
-                const std::map<std::string, std::string>& headers = {}) {
-    tcp::socket& socket = ws_.next_layer();
-    socket.connect(tcp::endpoint(asio::ip::make_address("127.0.0.1"), port));
-    ws_.set_option(websocket::stream_base::decorator([headers](websocket::request_type& request) {
-      for (const auto& [name, value] : headers) request.set(name, value);
-    }));
-    ws_.handshake("127.0.0.1:" + std::to_string(port), target, error_);
-  }
-  bool Connected() const { return !error_; }
-
-  // The next message; a frame carries the messages of one turn.
-  Json Next() {
-    while (pending_.empty()) {
-      beast::flat_buffer buffer;
-      ws_.read(buffer);
-      ++frames;
-      for (Json& message : Json::parse(beast::buffers_to_string(buffer.data())))
-        pending_.push_back(std::move(message));
-    }
-    Json message = std::move(pending_.front());
-    pending_.pop_front();
-    return message;
-  }
-  int frames = 0;
-  // The next message of TYPE; others on the way are skipped.
-  Json Next(const std::string& type) {
-    for (;;) {
-      Json message = Next();
-      if (message.at("type") == type) return message;
-    }
-  }
-  void Send(const Json& message) { SendText(message.dump()); }
-  void SendText(const std::string& text) { ws_.write(asio::buffer(text)); }
-  void Close() { ws_.close(websocket::close_code::normal); }
-  // Whether the server has closed this page (reads until it does).
-  bool ClosedByServer() {
-    beast::flat_buffer buffer;
-    beast::error_code error;
-    while (!error) ws_.read(buffer, error);
-    return true;
-  }
-
- private:
-  asio::io_context io_;
-  std::deque<Json> pending_;
-  websocket::stream<tcp::socket> ws_{io_};
-  beast::error_code error_;
-};
+using Page = orvo::testing::PageClient;
 
 class WebBridgeTest : public ::testing::Test {
  protected:
