@@ -18,7 +18,7 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
     window->receiver.chkRecord.SetValue(1);
   }
   std::filesystem::path Write(const std::string& name, const std::string& text) {
-    const auto path = folder.Path() / name;
+    auto path = folder.Path() / name;
     std::ofstream(path, std::ios::binary) << text;
     return path;
   }
