@@ -69,7 +69,7 @@ TEST(SettingsStore, BooleansReadTheWayTheOldStoreWroteThem) {
 TEST(SettingsStore, SurvivesAProcessKilledWhileSaving) {
   orvo::testing::TempFolder folder;
   const fs::path file = folder.Path() / "ORVO.ini";
-  const std::string big(64 * 1024, 'x');
+  const std::string big(std::size_t{64} * 1024, 'x');
   for (int round = 0; round < 12; ++round) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);

@@ -65,7 +65,7 @@ struct ControlFixture : ::testing::Test {
     window.Show();
   }
   void TearDown() override { desktop.RemoveObserver(recorder); }
-  void Send(Json event) { desktop.Dispatch(event); }
+  void Send(const Json& event) { desktop.Dispatch(event); }
   void User(const char* control, const char* event, Json value = nullptr) {
     Send(Event("frmTest", control, event, std::move(value)));
   }
