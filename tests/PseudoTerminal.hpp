@@ -10,7 +10,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -55,16 +54,6 @@ struct PseudoTerminal {
     std::array<char, 256> buffer{};
     for (ssize_t n; (n = read(master, buffer.data(), buffer.size())) > 0;)
       text.append(buffer.data(), static_cast<std::size_t>(n));
-    return text;
-  }
-  // What the program wrote, once `byteCount` bytes are there or a guard deadline passes.
-  std::string Receive(std::size_t byteCount) const {
-    std::string text;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (text.size() < byteCount && std::chrono::steady_clock::now() < deadline) {
-      pollfd readable{master, POLLIN, 0};
-      if (poll(&readable, 1, 100) > 0) text += Received();
-    }
     return text;
   }
   // The receiver goes away, as an unplugged USB receiver does.

@@ -2,6 +2,9 @@
 
 #include <sys/wait.h>
 
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -40,6 +43,17 @@ ScopedEnvironment::~ScopedEnvironment() {
   } else {
     ::unsetenv(name_.c_str());
   }
+}
+
+bool RunUntil(boost::asio::io_context& io, const std::function<bool()>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  const auto work = boost::asio::make_work_guard(io);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    if (io.stopped()) io.restart();
+    io.run_one_for(std::chrono::milliseconds(10));
+  }
+  return true;
 }
 
 std::string ShellQuote(std::string_view text) {

@@ -2,11 +2,16 @@
 // What many tests need: a fresh folder, an environment variable set for a while, and the built
 // `orvo` run as a program with its exit code and both outputs.
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+namespace boost::asio {
+class io_context;
+}
 
 namespace orvo::testing {
 
@@ -51,6 +56,9 @@ OrvoRun RunOrvo(const std::vector<std::string>& arguments, const Environment& en
 // The same with the arguments as shell words, quoted where needed (see ShellQuote).
 OrvoRun RunOrvoCommandLine(std::string_view arguments, const Environment& environment = {},
                            std::string_view input = {});
+
+// Runs the event loop until `done` holds; the deadline only stops a broken test from hanging.
+bool RunUntil(boost::asio::io_context& io, const std::function<bool()>& done);
 
 // `text` as one word for /bin/sh.
 std::string ShellQuote(std::string_view text);

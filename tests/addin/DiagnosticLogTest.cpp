@@ -78,12 +78,5 @@ TEST_F(DiagnosticLog, AFileThatCannotBeWrittenDoesNotDisturbTheWindow) {
   EXPECT_TRUE(std::filesystem::is_directory(file));
 }
 
-TEST_F(DiagnosticLog, TextBoxKeepsItsMarginsWhenTheWindowIsResized) {
-  log.Resize(600, 400);
-  log.FormResize();
-  EXPECT_EQ(log.txtLog.Width(), 600 * 15 - 180);
-  EXPECT_EQ(log.txtLog.Height(), 400 * 15 - 690);
-}
-
 }  // namespace
 }  // namespace orvo::addin

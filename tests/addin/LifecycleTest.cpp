@@ -1,5 +1,6 @@
-// The main window's load, unload and refresh tick on the real settings file: closing and opening
-// the same window again, saved places, and failures that must neither stop ORVO nor go unseen.
+// The main window's load, unload and refresh tick on the real settings file: the host's command
+// that opens it, closing and opening the same window again, saved places, and failures that must
+// neither stop ORVO nor go unseen.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -78,6 +79,40 @@ TEST(MainWindowLifecycle, ClosingAndReopeningTheSameWindowKeepsTheReceiverRunnin
 
 struct Lifecycle : ::testing::Test, MainWindowFixture {};
 
+TEST_F(Lifecycle, TheMenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
+  int windowsMade = 0;
+  Connect connect(desktop, store, [&] {
+    ++windowsMade;
+    return std::move(window);
+  });
+  connect.AddinInstance_OnConnection();
+  connect.AddinInstance_OnStartupComplete();
+  EXPECT_EQ(connect.MainWindow(), nullptr) << "not shown at the last disconnection";
+  const auto commands = desktop.Snapshot()["commands"];
+  ASSERT_EQ(commands.size(), 1u);
+  EXPECT_EQ(commands[0]["caption"], "Orvo&net");
+
+  desktop.Dispatch({{"type", "command"}, {"id", commands[0]["id"]}});
+  ASSERT_NE(connect.MainWindow(), nullptr);
+  EXPECT_TRUE(connect.MainWindow()->Visible());
+  EXPECT_TRUE(connect.DisplayOnConnect());
+  connect.MainWindow()->receiver.cboPort.SetText("6");
+
+  connect.AddinInstance_OnDisconnection();
+  EXPECT_FALSE(connect.MainWindow()->IsLoaded());
+  EXPECT_EQ(store.GetSetting("Settings", "DisplayOnConnect", ""), "1");
+  EXPECT_EQ(store.GetSetting("Settings", "Port", ""), "6") << "the unload saved the settings";
+
+  // The next start opens the window by itself.
+  Make();
+  Connect next(desktop, store, [this] { return std::move(window); });
+  next.AddinInstance_OnConnection();
+  next.AddinInstance_OnStartupComplete();
+  ASSERT_NE(next.MainWindow(), nullptr);
+  EXPECT_EQ(next.MainWindow()->receiver.cboPort.Text(), "6");
+  EXPECT_EQ(windowsMade, 1);
+}
+
 // Places are checked against a viewport a page reported, never against a guess; a place nobody
 // moved is never written back.
 TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
@@ -99,27 +134,6 @@ TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
   desktop.Dispatch({{"type", "move"}, {"window", "frmAddIn"}, {"left", 300}, {"top", 60}});
   window->Unload();
   EXPECT_EQ(store.GetSetting("FormLoc", "frmAddIn-X", ""), "300") << "the user's place is saved";
-  store.SaveSetting("FormLoc", "frmAddIn-X", "5000");
-  window->Show();
-  EXPECT_NE(window->Left(), 5000) << "beyond the viewport: left where ORVO put it";
-}
-
-TEST_F(Lifecycle, TheOneTimePortMigrationAddsOneToTheStoredNumber) {
-  const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
-      {std::nullopt, "2"}, {"1", "2"}, {" 3", "4"}, {"7 ", "8"}, {"COM", "COM"}};
-  for (const auto& [stored, migrated] : cases) {
-    settings::SettingsStore other(folder.Path() / "migrate.ini");
-    other.DeleteSetting("Settings", "CommaReset1");
-    other.DeleteSetting("Settings", "Port");
-    if (stored) other.SaveSetting("Settings", "Port", *stored);
-    std::string log;
-    settings::ApplyCommaReset(other, [&](std::string_view text) { log += text; });
-    EXPECT_EQ(other.GetSetting("Settings", "Port", ""), migrated) << stored.value_or("(none)");
-    EXPECT_EQ(other.GetSetting("Settings", "CommaReset1", ""), "True");
-    EXPECT_EQ(log.starts_with("ApplyCommaReset: "), migrated == "COM") << log;
-    settings::ApplyCommaReset(other);
-    EXPECT_EQ(other.GetSetting("Settings", "Port", ""), migrated) << "runs once only";
-  }
 }
 
 TEST_F(Lifecycle, ASettingsFileThatCannotBeWrittenIsShownAtUnload) {

@@ -21,10 +21,6 @@ const std::string kCrLf = "\r\n";
 // Records what the framing tells its window.
 class RecordingListener final : public IntakeListener {
  public:
-  void OnChunkReceived(std::string_view chunk) override {
-    chunks.emplace_back(chunk);
-    if (failCapture) throw std::runtime_error("disk full");
-  }
   void OnSentence(std::string_view sentence) override { sentences.emplace_back(sentence); }
   bool IsRefreshAutomatic() const override { return automatic; }
   void OnRefreshTick() override {
@@ -32,10 +28,8 @@ class RecordingListener final : public IntakeListener {
     if (failTick) throw std::runtime_error("tick failed");
   }
 
-  std::vector<std::string> chunks;
   std::vector<std::string> sentences;
   bool automatic = false;
-  bool failCapture = false;
   bool failTick = false;
   int ticks = 0;
 };
@@ -184,16 +178,6 @@ TEST_F(IntakeTest, AutomaticRefreshRunsTheTickOncePerNewPositionTimedLeavesItToT
   EXPECT_EQ(listener_.ticks, 1) << "a GGA cut short and a GSA bring no new position";
   intake_.ProcessData(kRmc + kCrLf);
   EXPECT_EQ(listener_.ticks, 2);
-}
-
-TEST_F(IntakeTest, EveryChunkGoesToTheListenerAndCaptureErrorsAreIgnored) {
-  listener_.failCapture = true;
-  EXPECT_FALSE(intake_.ProcessData("no sentence here"));
-  EXPECT_TRUE(intake_.ProcessData(kRmc.substr(0, 10)));
-  EXPECT_TRUE(intake_.ProcessData(kRmc.substr(10) + kCrLf));
-  EXPECT_EQ(listener_.chunks, (std::vector<std::string>{"no sentence here", kRmc.substr(0, 10),
-                                                        kRmc.substr(10) + kCrLf}));
-  EXPECT_EQ(listener_.sentences, std::vector<std::string>{kRmc});
 }
 
 TEST_F(IntakeTest, AFailureEmptiesTheBufferAndReturnsFalse) {

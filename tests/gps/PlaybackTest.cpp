@@ -18,7 +18,7 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
     window->receiver.chkRecord.SetValue(1);
   }
   std::filesystem::path Write(const std::string& name, const std::string& text) {
-    const auto path = folder.Path() / name;
+    auto path = folder.Path() / name;
     std::ofstream(path, std::ios::binary) << text;
     return path;
   }
@@ -109,27 +109,9 @@ TEST_F(Playback, AFileThatCannotBeOpenedIsReportedAndPlaysNothing) {
   Write("drive.nmea", "abc");
   playback.cmdOpen.UserClick();
   EXPECT_EQ(playback.Length(), 3);
-  EXPECT_EQ(dialogs.FileRequests().back().filter,
-            "NMEA (*.nmea)|*.nmea|Text (*.txt)| *.txt|All (*.*)|*.*");
 }
 
-}  // namespace
-}  // namespace orvo::gps
-
-namespace orvo::gps {
-namespace {
-
-struct PlaybackWindow : ::testing::Test, orvo::testing::MainWindowFixture {
-  PlaybackWindow() { window->Show(); }
-  std::filesystem::path Write(const std::string& name, const std::string& text) {
-    const auto path = folder.Path() / name;
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-  }
-  frmPlayback& playback = window->Playback();
-};
-
-TEST_F(PlaybackWindow, OpeningAFileWhilePlayingPlaysTheNewFileFromItsStart) {
+TEST_F(Playback, OpeningAFileWhilePlayingPlaysTheNewFileFromItsStart) {
   ASSERT_TRUE(playback.OpenFile(Write("first.nmea", std::string(1000, 'a'))));
   playback.cmdPlay.UserClick();
   scheduler.Advance(Milliseconds(400));
@@ -150,7 +132,7 @@ TEST_F(PlaybackWindow, OpeningAFileWhilePlayingPlaysTheNewFileFromItsStart) {
   EXPECT_TRUE(playback.cmdPlay.Enabled());
 }
 
-TEST_F(PlaybackWindow, FollowsTheMainWindowsAlwaysOnTop) {
+TEST_F(Playback, FollowsTheMainWindowsAlwaysOnTop) {
   playback.Start();
   EXPECT_TRUE(playback.TopMost()) << "copied when it opens (on by default)";
   for (const int value : {0, 1, 0}) {

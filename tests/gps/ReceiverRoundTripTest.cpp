@@ -26,17 +26,6 @@ namespace {
 using orvo::testing::PseudoTerminal;
 
 struct ReceiverRoundTrip : ::testing::Test {
-  // Runs the loop until `done`; the deadline only guards against a hang.
-  template <class Done>
-  bool RunUntil(Done done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done() && std::chrono::steady_clock::now() < deadline) {
-      io.run_for(std::chrono::milliseconds(10));
-      io.restart();
-    }
-    return done();
-  }
-
   boost::asio::io_context io;
   host::ui::AsioScheduler scheduler{io};
   host::ui::ScriptedDialogs dialogs;
@@ -59,15 +48,15 @@ TEST_F(ReceiverRoundTrip, SentencesArriveAndAnAstralReceiverIsAnswered) {
   ASSERT_TRUE(window.GpsRunning()) << verbose.txtLog.Text();
 
   ASSERT_TRUE(terminal.Send("$GPGGA,120000,4344.3820,N,00725.4500,E,1,07,1.1,42.0,M,,M,,*00\r\n"));
-  ASSERT_TRUE(RunUntil([&] { return window.Fix().FixMode == 3; }));
+  ASSERT_TRUE(orvo::testing::RunUntil(io, [&] { return window.Fix().FixMode == 3; }));
   EXPECT_NEAR(window.Fix().Latitude, 43.73970, 1e-5);
   EXPECT_NEAR(window.Fix().Longitude, 7.42417, 1e-5);
   EXPECT_DOUBLE_EQ(window.Fix().Elevation, 42.0);
 
   ASSERT_TRUE(terminal.Send("ASTRAL GPS v1.0 "));
   std::string answer;
-  ASSERT_TRUE(
-      RunUntil([&] { return (answer += terminal.Received()).find("\r\n") != std::string::npos; }));
+  ASSERT_TRUE(orvo::testing::RunUntil(
+      io, [&] { return (answer += terminal.Received()).find("\r\n") != std::string::npos; }));
   EXPECT_EQ(answer, "ASTRAL\r\n");
 
   window.receiver.cmdGPSAction.Press();

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 #include <termios.h>
 
-#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -28,17 +26,7 @@ class AsioSerialPortTest : public ::testing::Test {
  protected:
   AsioSerialPortTest() { port_->SetDevicePathOverride(kPort, pty_.path); }
 
-  // Runs the event loop until `done` holds. The deadline only stops a broken test from hanging.
-  bool RunUntil(const std::function<bool()>& done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    const auto work = boost::asio::make_work_guard(io_);
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      if (io_.stopped()) io_.restart();
-      io_.run_one_for(std::chrono::milliseconds(50));
-    }
-    return true;
-  }
+  bool RunUntil(const std::function<bool()>& done) { return orvo::testing::RunUntil(io_, done); }
 
   // Runs every handler queued so far, including the completions a close has cancelled.
   void RunQueuedHandlers() {
@@ -82,7 +70,9 @@ TEST_F(AsioSerialPortTest, OpensByOverrideSetsTheLineUpAndWrites) {
               ::testing::ThrowsMessage<SerialError>(HasSubstr("serial port 3: it is not open")));
   ASSERT_NO_THROW(port_->Open());
   port_->Write("ASTRAL\r\n");
-  EXPECT_EQ(pty_.Receive(8), "ASTRAL\r\n");
+  std::string written;
+  EXPECT_TRUE(RunUntil([&] { return (written += pty_.Received()).size() >= 8; }));
+  EXPECT_EQ(written, "ASTRAL\r\n");
   EXPECT_TRUE(port_->IsOpen());
   EXPECT_EQ(port_->DevicePath(), pty_.path);
   EXPECT_EQ(port_->CommEvent(), kEventNone);
@@ -216,8 +206,7 @@ TEST_F(AsioSerialPortTest, ADeviceThatGoesAwayStopsReceivingWithANote) {
   ASSERT_TRUE(RunUntil([&] { return received_ == "last words\r\n"; }));
   pty_.HangUp();
   ASSERT_TRUE(RunUntil([&] { return !diagnostics_.empty(); }));
-  EXPECT_THAT(diagnostics_[0],
-              HasSubstr("serial port 3 (" + pty_.path + "): receiving stopped: "));
+  EXPECT_THAT(diagnostics_[0], HasSubstr("serial port 3 (" + pty_.path + "): receiving stopped: "));
   EXPECT_TRUE(port_->IsOpen());
   EXPECT_NO_THROW(port_->Close());
 }

@@ -33,8 +33,8 @@ std::string ResolveError(const DevicePathMap& map, int portNumber) {
   return "resolved";
 }
 
-TEST_F(DevicePathMapTest, PrefersUsbThenAcmThenBuiltInPort) {
-  const DevicePathMap map(folder_);
+TEST_F(DevicePathMapTest, AnOverrideWinsThenUsbThenAcmThenTheBuiltInPort) {
+  DevicePathMap map(folder_);
   EXPECT_EQ(ResolveError(map, 2),
             "serial port 2: no device found (looked for " + (folder_ / "ttyUSB1").string() + ", " +
                 (folder_ / "ttyACM1").string() + ", " + (folder_ / "ttyS1").string() + ")");
@@ -44,14 +44,11 @@ TEST_F(DevicePathMapTest, PrefersUsbThenAcmThenBuiltInPort) {
   }
   // Port N is device N-1: port 1 does not take port 2's devices.
   EXPECT_NE(ResolveError(map, 1).find("no device found"), std::string::npos);
-}
 
-TEST_F(DevicePathMapTest, OverrideWinsAndPortNumbersStartAtOne) {
-  DevicePathMap map(folder_);
+  // An override wins, for its own port only.
   const fs::path usb = Device("ttyUSB0");
   map.SetOverride(1, "/dev/orvo-receiver");
   EXPECT_EQ(map.Resolve(1), "/dev/orvo-receiver");
-  // The override is for port 1 only.
   EXPECT_NE(ResolveError(map, 3).find("no device found"), std::string::npos);
   map.SetOverride(1, {});
   EXPECT_EQ(map.Resolve(1), usb);

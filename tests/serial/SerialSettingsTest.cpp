@@ -34,8 +34,6 @@ TEST(SerialSettings, ParsesEveryValidForm) {
 // The list the parser accepts and the termios speeds must never drift apart.
 TEST(SerialSettings, EveryStandardRateParsesAndHasATermiosSpeed) {
   ASSERT_FALSE(StandardBaudRates().empty());
-  EXPECT_EQ(StandardBaudRates().front(), 110);
-  EXPECT_EQ(StandardBaudRates().back(), 921600);
   for (const int rate : StandardBaudRates()) {
     SCOPED_TRACE(rate);
     EXPECT_EQ(ParseSerialSettings(std::to_string(rate) + ",n,8,1").baudRate, rate);

@@ -69,7 +69,7 @@ TEST(SettingsStore, BooleansReadTheWayTheOldStoreWroteThem) {
 TEST(SettingsStore, SurvivesAProcessKilledWhileSaving) {
   orvo::testing::TempFolder folder;
   const fs::path file = folder.Path() / "ORVO.ini";
-  const std::string big(64 * 1024, 'x');
+  const std::string big(std::size_t{64} * 1024, 'x');
   for (int round = 0; round < 12; ++round) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);
@@ -125,17 +125,21 @@ TEST_F(PlacementFixture, SavedPlaceIsUsedOnlyWhenItLiesOnTheDesktop) {
   }
 }
 
-TEST_F(PlacementFixture, CommaResetRunsOncePerUser) {
-  ApplyCommaReset(store);
-  EXPECT_EQ(store.GetSetting("Settings", "Port", ""), "2");
-  EXPECT_EQ(store.GetSetting("Settings", "CommaReset1", ""), "True");
-  ApplyCommaReset(store);
-  EXPECT_EQ(store.GetSetting("Settings", "Port", ""), "2");
-
-  SettingsStore other(folder.Path() / "other.ini");
-  other.SaveSetting("Settings", "Port", "4");
-  ApplyCommaReset(other);
-  EXPECT_EQ(other.GetSetting("Settings", "Port", ""), "5");
+TEST_F(PlacementFixture, TheOneTimePortMigrationAddsOneToTheStoredNumber) {
+  const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
+      {std::nullopt, "2"}, {"1", "2"}, {" 3", "4"}, {"7 ", "8"}, {"COM", "COM"}};
+  for (const auto& [stored, migrated] : cases) {
+    store.DeleteSetting("Settings", "CommaReset1");
+    store.DeleteSetting("Settings", "Port");
+    if (stored) store.SaveSetting("Settings", "Port", *stored);
+    std::string log;
+    ApplyCommaReset(store, [&](std::string_view text) { log += text; });
+    EXPECT_EQ(store.GetSetting("Settings", "Port", ""), migrated) << stored.value_or("(none)");
+    EXPECT_EQ(store.GetSetting("Settings", "CommaReset1", ""), "True");
+    EXPECT_EQ(log.starts_with("ApplyCommaReset: "), migrated == "COM") << log;
+    ApplyCommaReset(store);
+    EXPECT_EQ(store.GetSetting("Settings", "Port", ""), migrated) << "runs once only";
+  }
 }
 
 }  // namespace

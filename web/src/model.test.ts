@@ -2,22 +2,9 @@ import { describe, expect, it } from 'vitest';
 import { applyMessage, emptyModel, keepLastLines, keyTarget } from './model';
 import type { ServerMessage, WindowSnapshot } from './protocol';
 
-function window(name: string, extra: Partial<WindowSnapshot> = {}): WindowSnapshot {
-  return {
-    name,
-    caption: name,
-    left: 0,
-    top: 0,
-    width: 100,
-    height: 100,
-    visible: true,
-    topMost: false,
-    borderless: false,
-    controls: [
-      { id: 'lblSpeed(0)', properties: { kind: 'Label', caption: '0' } },
-    ],
-    ...extra,
-  };
+function window(name: string): WindowSnapshot {
+  const controls = [{ id: 'lblSpeed(0)', properties: { kind: 'Label', caption: '0' } }];
+  return { name, caption: name, left: 0, top: 0, width: 100, height: 100, visible: true, topMost: false, borderless: false, controls };
 }
 
 function snapshot(...windows: WindowSnapshot[]): ServerMessage {

@@ -4,34 +4,27 @@
 // is once it has left it.
 import { spawnSync } from 'node:child_process';
 import { join, resolve } from 'node:path';
-import { afterEach, describe, expect, it } from 'vitest';
+import { describe, expect, it } from 'vitest';
 import type { Page } from 'playwright';
-import { dataHomeWithRegions, openBrowser, ORVO_BINARY, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { browserPerTest, dataHomeWithRegions, ORVO_BINARY } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 
 describe('the driving assistant', () => {
-  let browser: Browser | undefined;
-  let orvo: (Orvo & { folder: string }) | undefined;
+  const session = browserPerTest();
   let dataHome = '';
   const mapFile = () => join(dataHome, 'orvo/drive.orvomap');
 
   async function start(extra: string[] = []) {
     dataHome = dataHomeWithRegions();
-    orvo = await startOrvo({ dataHome, arguments: ['--replay', DEMO, '--map', mapFile(), ...extra] });
-    browser = await openBrowser();
-    const { page } = browser;
+    session.removeLater(dataHome);
+    const orvo = await session.start({ dataHome, arguments: ['--replay', DEMO, '--map', mapFile(), ...extra] });
+    const { page } = session.browser;
     await page.goto(orvo.url);
     const main = page.locator('.panel[data-window="frmAddIn"]');
     await main.waitFor();
     return { page, main };
   }
-  afterEach(async () => {
-    await browser?.close();
-    await orvo?.stop();
-    if (orvo) removeFolder(orvo.folder);
-    removeFolder(dataHome);
-  });
 
   async function switchGuidanceOn(page: Page, main: ReturnType<Page['locator']>) {
     await main.locator('.caption-bar').click();

@@ -5,41 +5,25 @@ import { copyFileSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import type { Page } from 'playwright-core';
-import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
-import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { beforeEach, describe, expect, it } from 'vitest';
 import { snapshot } from './fixtures';
-import { FakeOrvo } from './scriptedOrvo';
+import { scriptedPages, type FakeOrvo } from './scriptedOrvo';
 
 const CHIME = fileURLToPath(new URL('../../../data/DEFAULT.WAV', import.meta.url));
 
 describe('the guidance window in the page', () => {
-  let orvo: Orvo & { folder: string };
-  let browser: Browser;
+  const session = scriptedPages(snapshot(), (page) => page.locator('.panel[data-window="frmAddIn"]').waitFor());
   let page: Page;
   let fake: FakeOrvo;
-
-  beforeAll(async () => {
-    orvo = await startOrvo();
-    browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-  });
-  beforeEach(async () => {
-    page = await browser.context.newPage();
-    fake = new FakeOrvo();
-    await fake.attach(page, snapshot());
-    await page.goto(orvo.url);
-    await page.locator('.panel[data-window="frmAddIn"]').waitFor();
+  beforeEach(() => {
+    ({ page, fake } = session);
   });
 
   const played = () =>
     page.evaluate(() => (window.orvoGuideAudio ?? []).map((e) => `${e.kind} ${e.src ?? ''}`.trim()));
 
   it('plays the sounds one after the other and beeps for one it cannot play', async () => {
-    const own = join(orvo.folder, 'my chime.wav');
+    const own = join(session.orvo.folder, 'my chime.wav');
     copyFileSync(CHIME, own);
     const ownAddress = `/userfile?path=${encodeURIComponent(own)}`;
     fake.send({ type: 'sound', sounds: ['/data/DEFAULT.WAV', '/data/NOSUCH.WAV', ownAddress] });

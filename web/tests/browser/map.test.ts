@@ -5,8 +5,8 @@ import { spawnSync } from 'node:child_process';
 import { existsSync } from 'node:fs';
 import { join, resolve } from 'node:path';
 import type { Page } from 'playwright-core';
-import { afterEach, beforeEach, describe, expect, it } from 'vitest';
-import { dataHomeWithRegions, ORVO_BINARY, openBrowser, removeFolder, startOrvo, type Browser } from './harness';
+import { beforeEach, describe, expect, it } from 'vitest';
+import { browserPerTest, dataHomeWithRegions, ORVO_BINARY } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 
@@ -19,21 +19,11 @@ interface StoredPin {
 }
 
 describe('the map with a replayed drive', () => {
-  let browser: Browser;
+  const session = browserPerTest();
   let dataHome: string;
-  const started: { stop(): Promise<unknown>; folder: string }[] = [];
-
-  beforeEach(async () => {
-    browser = await openBrowser();
+  beforeEach(() => {
     dataHome = dataHomeWithRegions();
-  });
-  afterEach(async () => {
-    await browser.close();
-    for (const orvo of started.splice(0)) {
-      await orvo.stop();
-      removeFolder(orvo.folder);
-    }
-    removeFolder(dataHome);
+    session.removeLater(dataHome);
   });
 
   const mapFile = () => join(dataHome, 'orvo/drive.orvomap');
@@ -55,9 +45,8 @@ describe('the map with a replayed drive', () => {
   const pageCount = (page: Page) => page.evaluate(() => Number(document.body.dataset.pins ?? -1));
 
   async function start(folder?: string) {
-    const orvo = await startOrvo({ dataHome, folder, arguments: ['--replay', DEMO, '--map', mapFile()] });
-    started.push(orvo);
-    const { page } = browser;
+    const orvo = await session.start({ dataHome, folder, arguments: ['--replay', DEMO, '--map', mapFile()] });
+    const { page } = session.browser;
     await page.goto(orvo.url);
     const main = page.locator('.panel[data-window="frmAddIn"]');
     await main.waitFor();

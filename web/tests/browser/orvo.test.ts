@@ -3,30 +3,17 @@
 import { mkdtempSync } from 'node:fs';
 import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
-import { afterEach, beforeEach, describe, expect, it } from 'vitest';
-import { openBrowser, removeFolder, startOrvo, type Browser } from './harness';
+import { describe, expect, it } from 'vitest';
+import { browserPerTest } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 
 describe('ORVO in the page', () => {
-  let browser: Browser;
-  const started: { stop(): Promise<unknown>; folder: string }[] = [];
-
-  beforeEach(async () => {
-    browser = await openBrowser();
-  });
-  afterEach(async () => {
-    await browser.close();
-    for (const orvo of started.splice(0)) {
-      await orvo.stop();
-      removeFolder(orvo.folder);
-    }
-  });
+  const session = browserPerTest();
 
   async function openMainWindow(args: string[] = [], dataHome?: string) {
-    const orvo = await startOrvo({ arguments: args, dataHome });
-    started.push(orvo);
-    const { page } = browser;
+    const orvo = await session.start({ arguments: args, dataHome });
+    const { page } = session.browser;
     await page.goto(orvo.url);
     const main = page.locator('.panel[data-window="frmAddIn"]');
     if (!(await main.isVisible())) {
@@ -86,8 +73,7 @@ describe('ORVO in the page', () => {
 
     // The position is saved when ORVO closes and used at the next start.
     await orvo.stop();
-    const again = await startOrvo({ folder: orvo.folder, port: orvo.port });
-    started.push({ stop: () => again.stop(), folder: again.folder });
+    await session.start({ folder: orvo.folder, port: orvo.port });
     await page.reload();
     await page.locator('.panel[data-window="frmAddIn"]').waitFor({ timeout: 15000 });
     expect(await placed()).toEqual(expected);
@@ -98,7 +84,7 @@ describe('ORVO in the page', () => {
     const dataHome = process.env.XDG_DATA_HOME ?? join(homedir(), '.local/share');
     // A map of its own: the drive's pins stay out of the user's default map.
     const mapFolder = mkdtempSync(join(tmpdir(), 'orvo-drive-'));
-    started.push({ stop: async () => undefined, folder: mapFolder });
+    session.removeLater(mapFolder);
     const { page, main } = await openMainWindow(['--replay', DEMO, '--map', join(mapFolder, 'drive.orvomap')], dataHome);
     await page.locator('.panel[data-window="frmPlayback"]').waitFor();
     const state = main.locator('[data-control="lblGPSState(0)"]');

@@ -1,32 +1,14 @@
 // The page against a real orvo: it loads, shows the map and its attribution, offers the host's
 // menu, ends orvo from File > Exit, and finds orvo again after a restart.
-import { afterEach, beforeEach, describe, expect, it } from 'vitest';
-import { openBrowser, removeFolder, startOrvo, type Browser } from './harness';
+import { describe, expect, it } from 'vitest';
+import { browserPerTest } from './harness';
 
 describe('the page with a real orvo', () => {
-  let browser: Browser;
-  const folders: string[] = [];
-  const orvos: { stop(): Promise<unknown> }[] = [];
-
-  beforeEach(async () => {
-    browser = await openBrowser();
-  });
-  afterEach(async () => {
-    await browser.close();
-    for (const orvo of orvos.splice(0)) await orvo.stop();
-    for (const folder of folders.splice(0)) removeFolder(folder);
-  });
-
-  async function start(options = {}) {
-    const orvo = await startOrvo(options);
-    orvos.push(orvo);
-    folders.push(orvo.folder);
-    return orvo;
-  }
+  const session = browserPerTest();
 
   it('shows the map, the attribution and the host menu, and says a missing region', async () => {
-    const orvo = await start();
-    const { page } = browser;
+    const orvo = await session.start();
+    const { page } = session.browser;
     await page.goto(orvo.url);
     await page.locator('#map .ol-viewport canvas').first().waitFor({ state: 'attached' });
     const map = await page.locator('#map').boundingBox();
@@ -42,8 +24,8 @@ describe('the page with a real orvo', () => {
   });
 
   it('ends orvo from File > Exit reached with Alt+F and X', async () => {
-    const orvo = await start();
-    const { page } = browser;
+    const orvo = await session.start();
+    const { page } = session.browser;
     await page.goto(orvo.url);
     await expect.poll(() => page.evaluate(() => document.body.dataset.connection)).toBe('open');
     await page.keyboard.press('Alt+F');
@@ -55,26 +37,15 @@ describe('the page with a real orvo', () => {
   });
 
   it('reconnects by itself when orvo comes back', async () => {
-    const first = await start();
-    const { page } = browser;
+    const first = await session.start();
+    const { page } = session.browser;
     await page.goto(first.url);
     await expect.poll(() => page.evaluate(() => document.body.dataset.connection)).toBe('open');
     await first.stop();
     await expect.poll(() => page.locator('#status').isVisible()).toBe(true);
     expect(await page.locator('#status').innerText()).toMatch(/Reconnecting|ended/);
-    await start({ port: first.port, folder: first.folder });
+    await session.start({ port: first.port, folder: first.folder });
     await expect.poll(() => page.evaluate(() => document.body.dataset.connection), { timeout: 15000 }).toBe('open');
     expect(await page.locator('#status').isHidden()).toBe(true);
-  });
-
-  it('opens the main window with the host command Orvonet and its access key', async () => {
-    const orvo = await start();
-    const { page } = browser;
-    await page.goto(orvo.url);
-    await expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
-    expect(await page.locator('.host-menu-bar [data-command]').first().innerText()).toBe('Orvonet');
-    expect(await page.locator('.host-menu-bar [data-command] u').first().innerText()).toBe('n');
-    await page.keyboard.press('Alt+N');
-    await page.locator('.panel[data-window="frmAddIn"]').waitFor();
   });
 });

@@ -2,10 +2,9 @@
 // drawn by the WebGL layer from the symbol atlas, and clicks, right-clicks and the balloon's
 // close box come back as `pin` messages.
 import type { Page } from 'playwright-core';
-import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
+import { beforeEach, describe, expect, it } from 'vitest';
 import { snapshot } from './fixtures';
-import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
-import { FakeOrvo } from './scriptedOrvo';
+import { scriptedPages, type FakeOrvo } from './scriptedOrvo';
 
 const VIEW = { lat: 43.7384, lon: 7.4246, zoom: 15 };
 const R = 6378137;
@@ -57,27 +56,14 @@ function colourKind([r, g, b]: number[]): string {
 }
 
 describe('pushpins in the page', () => {
-  let orvo: Orvo & { folder: string };
-  let browser: Browser;
+  const session = scriptedPages({ ...snapshot([]), mapView: VIEW }, (page) =>
+    expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1'),
+  );
   let page: Page;
   let fake: FakeOrvo;
   let stage: Stage;
-
-  beforeAll(async () => {
-    orvo = await startOrvo();
-    browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-  });
   beforeEach(async () => {
-    page = await browser.context.newPage();
-    fake = new FakeOrvo();
-    await fake.attach(page, { ...snapshot([]), mapView: VIEW });
-    await page.goto(orvo.url);
-    await expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
+    ({ page, fake } = session);
     stage = (await page.locator('#map').boundingBox()) as Stage;
   });
 

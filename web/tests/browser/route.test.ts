@@ -4,30 +4,15 @@
 // route imported from GPX.
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { afterAll, beforeAll, describe, expect, it } from 'vitest';
-import { dataHomeWithRegions, openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
-
+import { describe, expect, it } from 'vitest';
+import { orvoWithRegions } from './harness';
 
 describe('the route planner', () => {
-  let browser: Browser;
-  let orvo: Orvo & { folder: string };
-  let dataHome: string;
-
-  beforeAll(async () => {
-    dataHome = dataHomeWithRegions();
-    orvo = await startOrvo({ dataHome, arguments: ['--map', join(dataHome, 'orvo/route.orvomap')] });
-    browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-    removeFolder(dataHome);
-  });
+  const session = orvoWithRegions((dataHome) => ['--map', join(dataHome, 'orvo/route.orvomap')]);
 
   it('plans, calculates, reorders and keeps a route, and says why a point at sea cannot be reached', async () => {
-    const { page } = browser;
-    await page.goto(orvo.url);
+    const { page } = session.browser;
+    await page.goto(session.orvo.url);
     await expect.poll(() => page.evaluate(() => document.body.dataset.route)).toBe('0:0');
     const stage = (await page.locator('#map').boundingBox())!;
     // Near the region's centre, right of the planner: streets of Monaco at zoom 14.
@@ -88,10 +73,10 @@ describe('the route planner', () => {
     // File > Import GPX...: another program's route becomes the map's; a broken file is refused.
     const gpx = (body: string) => `<?xml version="1.0"?><gpx version="1.1" xmlns="http://www.topografix.com/GPX/1/1">${body}</gpx>`;
     writeFileSync(
-      join(dataHome, 'orvo/trip.gpx'),
+      join(session.dataHome, 'orvo/trip.gpx'),
       gpx('<rte><rtept lat="43.7397" lon="7.4275"><name>Casino</name></rtept><rtept lat="43.7285" lon="7.4150"><name>Fontvieille</name></rtept></rte>'),
     );
-    writeFileSync(join(dataHome, 'orvo/broken.gpx'), gpx('<rte><rtept lat="north" lon="7"/></rte>'));
+    writeFileSync(join(session.dataHome, 'orvo/broken.gpx'), gpx('<rte><rtept lat="north" lon="7"/></rte>'));
     const importGpx = async (file: string) => {
       await page.keyboard.press('Alt+F');
       await page.locator('.host-file-menu .menu-item', { hasText: 'Import GPX...' }).click();

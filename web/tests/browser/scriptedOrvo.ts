@@ -1,7 +1,8 @@
 // The test plays orvo on the page's WebSocket (the page itself still comes from a real orvo), so
 // every message both ways can be sent and checked.
 import type { Page, WebSocketRoute } from 'playwright-core';
-import { expect } from 'vitest';
+import { afterAll, beforeAll, beforeEach, expect } from 'vitest';
+import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
 
 export type Message = Record<string, unknown>;
 
@@ -33,4 +34,28 @@ export class FakeOrvo {
     this.received.splice(this.received.indexOf(found as Message), 1);
     return found as Message;
   }
+}
+
+// One orvo (it serves the page) and one browser for a describe block; each test gets a new page
+// whose WebSocket the test plays, opened with FIRST, once READY has seen the page take it.
+export function scriptedPages(first: Message, ready: (page: Page) => Promise<unknown>) {
+  const session = {} as { orvo: Orvo & { folder: string }; page: Page; fake: FakeOrvo };
+  let browser: Browser;
+  beforeAll(async () => {
+    session.orvo = await startOrvo();
+    browser = await openBrowser();
+  });
+  afterAll(async () => {
+    await browser.close();
+    await session.orvo.stop();
+    removeFolder(session.orvo.folder);
+  });
+  beforeEach(async () => {
+    session.page = await browser.context.newPage();
+    session.fake = new FakeOrvo();
+    await session.fake.attach(session.page, first);
+    await session.page.goto(session.orvo.url);
+    await ready(session.page);
+  });
+  return session;
 }

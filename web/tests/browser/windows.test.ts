@@ -4,32 +4,16 @@
 import { mkdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import type { Page } from 'playwright-core';
-import { afterAll, beforeAll, beforeEach, describe, expect, it } from 'vitest';
-import { openBrowser, removeFolder, startOrvo, type Browser, type Orvo } from './harness';
+import { beforeEach, describe, expect, it } from 'vitest';
 import { snapshot } from './fixtures';
-import { FakeOrvo } from './scriptedOrvo';
+import { scriptedPages, type FakeOrvo } from './scriptedOrvo';
 
 describe('ORVO windows in the page', () => {
-  let orvo: Orvo & { folder: string };
-  let browser: Browser;
+  const session = scriptedPages(snapshot(), (page) => page.locator('.panel[data-window="frmAddIn"]').waitFor());
   let page: Page;
   let fake: FakeOrvo;
-
-  beforeAll(async () => {
-    orvo = await startOrvo();
-    browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await browser.close();
-    await orvo.stop();
-    removeFolder(orvo.folder);
-  });
-  beforeEach(async () => {
-    page = await browser.context.newPage();
-    fake = new FakeOrvo();
-    await fake.attach(page, snapshot());
-    await page.goto(orvo.url);
-    await page.locator('.panel[data-window="frmAddIn"]').waitFor();
+  beforeEach(() => {
+    ({ page, fake } = session);
   });
 
   it('draws the windows and controls of the snapshot', async () => {
@@ -147,7 +131,7 @@ describe('ORVO windows in the page', () => {
   });
 
   it('chooses a file on the machine orvo runs on', async () => {
-    const folder = join(orvo.folder, 'trips');
+    const folder = join(session.orvo.folder, 'trips');
     mkdirSync(join(folder, 'Monaco'), { recursive: true });
     writeFileSync(join(folder, 'drive.nmea'), '$GPRMC\n');
     writeFileSync(join(folder, 'notes.txt'), 'notes');
