@@ -5,7 +5,7 @@
 import { spawnSync } from 'node:child_process';
 import { join, resolve } from 'node:path';
 import { describe, expect, it } from 'vitest';
-import type { Page } from 'playwright';
+import type { Locator, Page } from 'playwright-core';
 import { browserPerTest, dataHomeWithRegions, ORVO_BINARY } from './harness';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
@@ -26,7 +26,7 @@ describe('the driving assistant', () => {
     return { page, main };
   }
 
-  async function switchGuidanceOn(page: Page, main: ReturnType<Page['locator']>) {
+  async function switchGuidanceOn(page: Page, main: Locator) {
     await main.locator('.caption-bar').click();
     await page.keyboard.press('3');
     await main.locator('[data-control="chkGuidance"]').click();
