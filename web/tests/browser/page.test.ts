@@ -30,7 +30,7 @@ describe('the page with a real orvo', () => {
     await expect.poll(() => page.evaluate(() => document.body.dataset.connection)).toBe('open');
     await page.keyboard.press('Alt+F');
     await expect.poll(() => page.locator('.host-file-menu').isVisible()).toBe(true);
-    expect(await page.locator('.host-file-menu u').allInnerTexts()).toEqual(['N', 'O', 'A', 'C', 'E', 'x']);
+    expect(await page.locator('.host-file-menu u').allInnerTexts()).toEqual(['N', 'O', 'A', 'C', 'I', 'E', 'x']);
     await page.keyboard.press('x');
     expect(await orvo.exited).toBe(0);
     await expect.poll(() => page.locator('#status').innerText()).toContain('ORVO has ended');
