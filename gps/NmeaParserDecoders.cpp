@@ -1,6 +1,6 @@
 #include "gps/NmeaParserDecoders.hpp"
 
-#include <charconv>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -19,12 +19,13 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// The value of a numeric text, as IsNumeric and ToDouble read it. Receiver fields are nearly
-// always plain decimals ("4807.038", "-12.0", "45"), which std::from_chars reads as they stand;
-// anything else (blanks, a sign "+", an exponent) takes the general reading.
-std::optional<double> NumberIn(std::string_view text) {
+// The value of a numeric text, as IsNumeric and ToDouble read it, into VALUE; false when the
+// text is not a number. Receiver fields are nearly always plain decimals ("4807.038", "-12.0",
+// "45"), read here digit by digit; anything else (blanks, a sign "+", an exponent) takes the
+// general reading. Out of line, so that NumberIn below stays small enough to be inlined.
+[[gnu::noinline]] bool ReadNumber(std::string_view text, double& value) {
   if (text.empty()) {
-    return std::nullopt;  // the commonest field of all
+    return false;  // the commonest field of all
   }
   constexpr std::size_t kPlainLimit = 15;  // whole numbers stay exact, decimals far from range
   if (text.size() <= kPlainLimit) {
@@ -33,31 +34,43 @@ std::optional<double> NumberIn(std::string_view text) {
     bool point = false;
     bool plain = true;
     std::int64_t whole = 0;
+    std::size_t decimals = 0;
     for (std::size_t i = negative ? 1 : 0; i < text.size() && plain; ++i) {
       if (IsDigit(text[i])) {
         digit = true;
         whole = whole * 10 + (text[i] - '0');
+        decimals += point ? 1 : 0;
       } else if (text[i] == '.' && !point) {
         point = true;
       } else {
         plain = false;
       }
     }
-    if (plain && digit && !point) {
-      // Satellite numbers, angles, counts: exact in a double.
-      const double value = static_cast<double>(whole);
-      return negative ? -value : value;
-    }
     if (plain && digit) {
-      double value = 0;
-      std::from_chars(text.data(), text.data() + text.size(), value);
-      return value;
+      // At most 15 digits: the digits and the power of ten are exact doubles, so the one
+      // division is the correctly rounded value, as a full decimal reading gives. Satellite
+      // numbers, angles and counts need none.
+      static constexpr std::array<double, kPlainLimit> kPowersOfTen = {
+          1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+      value = static_cast<double>(whole);
+      if (decimals > 0) value /= kPowersOfTen[decimals];
+      if (negative) value = -value;
+      return true;
     }
   }
   if (!host::platform::IsNumeric(text)) {
-    return std::nullopt;
+    return false;
   }
-  return host::platform::ToDouble(text);  // throws only when the number overflows
+  value = host::platform::ToDouble(text);  // throws only when the number overflows
+  return true;
+}
+
+// The same as an optional. Inlined: an optional<double> returned from a call is written a byte
+// and a double at a time and read back whole, which stalls the processor on every field.
+[[gnu::always_inline]] inline std::optional<double> NumberIn(std::string_view text) {
+  double value = 0;
+  if (!ReadNumber(text, value)) return std::nullopt;
+  return value;
 }
 
 std::string_view BeforeChecksum(std::string_view sentence) {
@@ -270,7 +283,13 @@ bool SentenceDecoder::RMC(std::string_view sentence) {
     if (!Whole(ddmmyy.substr(2, 2), month) || !Whole(ddmmyy.substr(0, 2), day)) {
       return false;
     }
-    date = DateValue::FromCivil(1900, 1, 1).AddYears(years).AddMonths(month - 1).AddDays(day - 1);
+    // A real date straight from the calendar; a month 13 or a 31st of a short month is read
+    // step by step, rolling over into the next month or year as it always did.
+    date = DateValue::TryCivilDate(1900 + years, month, day);
+    if (!date) {
+      date =
+          DateValue::FromCivil(1900, 1, 1).AddYears(years).AddMonths(month - 1).AddDays(day - 1);
+    }
     fix_.GpsDateTime = *date;
   }
   if (fix_.UtcTimeText.size() == 6) {

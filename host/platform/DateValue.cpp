@@ -208,15 +208,23 @@ std::vector<PatternPart> Tokenise(std::string_view pattern) {
 }  // namespace
 
 DateValue DateValue::FromCivil(int year, int month, int day, int hour, int minute, int second) {
-  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 ||
-      static_cast<unsigned>(day) > DaysInMonth(year, static_cast<unsigned>(month))) {
+  const std::optional<DateValue> date = TryCivilDate(year, month, day);
+  if (!date) {
     throw ConversionError("Type mismatch: no such date " + std::to_string(year) + "-" +
                           std::to_string(month) + "-" + std::to_string(day));
   }
   const DateValue time = FromTimeOfDay(hour, minute, second);
-  const std::int64_t dayNumber =
-      DaysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) + kUnixEpochDay;
-  return Join(dayNumber, time.OleDays() * kSecondsPerDay);
+  return Join(Split(date->OleDays()).day, time.OleDays() * kSecondsPerDay);
+}
+
+std::optional<DateValue> DateValue::TryCivilDate(int year, int month, int day) {
+  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 ||
+      static_cast<unsigned>(day) > DaysInMonth(year, static_cast<unsigned>(month))) {
+    return std::nullopt;
+  }
+  return Join(DaysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) +
+                  kUnixEpochDay,
+              0.0);
 }
 
 DateValue DateValue::FromCivil(const CivilDateTime& civil) {

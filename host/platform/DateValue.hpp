@@ -6,6 +6,7 @@
 // both sides of the zero date.
 #include <compare>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,9 @@ class DateValue {
   static DateValue FromCivil(int year, int month, int day, int hour = 0, int minute = 0,
                              int second = 0);
   static DateValue FromCivil(const CivilDateTime& civil);
+  // The day, at midnight, when it is one of the calendar (as FromCivil takes it); nothing
+  // otherwise.
+  static std::optional<DateValue> TryCivilDate(int year, int month, int day);
   // A time of day on the zero date (a value in [0, 1)).
   static DateValue FromTimeOfDay(int hour, int minute, int second);
   // "h:mm:ss" or "h:mm" (one or two digits each, hours 0..23); ConversionError otherwise.
