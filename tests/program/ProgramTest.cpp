@@ -113,6 +113,10 @@ TEST_F(OrvoProgram, UsageErrorsExitWithTwoAndSayWhatIsWrong) {
       {{"--region", ".hidden"}, "is not a region name"},
       {{"--region", ""}, "is not a region name"},
       {{"--region", "/etc"}, "is not a region name"},
+      {{"--waypoints", "43.73,7.42"}, "a route needs at least two points"},
+      {{"--waypoints", "43.73,7.42;91,7"}, "\"91,7\" is not a point LAT,LON"},
+      {{"--waypoints", "43.73,7.42;;43.74,7.43"}, "\"\" is not a point LAT,LON"},
+      {{"--waypoints", "43.73;7.42"}, "\"43.73\" is not a point"},
   };
   for (const Case& c : cases) {
     RunningOrvo orvo(c.arguments, output);
