@@ -18,12 +18,20 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
+#include "host/map/RoutePlan.hpp"
 #include "tests/BuildPaths.hpp"
 #include "tests/TestSupport.hpp"
 
 namespace orvo::host::map::testing {
 
 namespace fs = std::filesystem;
+
+// The route's waypoints by name, in order.
+inline std::vector<std::string> Names(const RoutePlan& plan) {
+  std::vector<std::string> names;
+  for (const Waypoint& waypoint : plan.Waypoints()) names.push_back(waypoint.name);
+  return names;
+}
 
 using orvo::testing::Environment;
 using orvo::testing::ReadFile;

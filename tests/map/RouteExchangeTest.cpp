@@ -26,11 +26,7 @@ std::string Gpx(const std::string& body) {
          body + "</gpx>\n";
 }
 
-std::vector<std::string> Names(const RoutePlan& plan) {
-  std::vector<std::string> names;
-  for (const Waypoint& waypoint : plan.Waypoints()) names.push_back(waypoint.name);
-  return names;
-}
+using testing::Names;
 
 TEST(GpxRoute, ImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRouteOnBadInput) {
   struct Case {

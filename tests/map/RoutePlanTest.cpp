@@ -7,17 +7,14 @@
 #include "host/map/MapHost.hpp"
 #include "host/map/RouteDirections.hpp"
 #include "tests/TestSupport.hpp"
+#include "tests/map/MapTestSupport.hpp"
 
 namespace orvo::host::map {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> Names(const RoutePlan& plan) {
-  std::vector<std::string> names;
-  for (const Waypoint& waypoint : plan.Waypoints()) names.push_back(waypoint.name);
-  return names;
-}
+using testing::Names;
 
 TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
   struct Case {
