@@ -62,12 +62,13 @@ MapArguments ParseArguments(const Arguments& arguments) {
 int PrintPins(const MapDocument& map) {
   for (const auto& [id, pin] : map.Pins()) {
     const nlohmann::ordered_json line = {{"name", pin.name},
-                                 {"lat", pin.location.latitudeDegrees},
-                                 {"lon", pin.location.longitudeDegrees},
-                                 {"symbol", pin.symbol},
-                                 {"note", pin.note},
-                                 {"balloon", pin.balloonState}};
-    std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+                                         {"lat", pin.location.latitudeDegrees},
+                                         {"lon", pin.location.longitudeDegrees},
+                                         {"symbol", pin.symbol},
+                                         {"note", pin.note},
+                                         {"balloon", pin.balloonState}};
+    std::cout << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+              << '\n';
   }
   std::cout.flush();
   return std::cout ? 0 : kFailed;
@@ -91,8 +92,8 @@ int RunMap(const Arguments& arguments) {
     const MapDocument map(file, MapDocument::Access::ReadOnly);
     if (command == "pins") return PrintPins(map);
     if (command == "route") {
-      std::cout << PlanToJson(map.Plan()).dump(2, ' ', false,
-                                               nlohmann::ordered_json::error_handler_t::replace)
+      std::cout << PlanToJson(map.Plan())
+                       .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
                 << '\n';
       return std::cout ? 0 : kFailed;
     }

@@ -56,10 +56,10 @@ std::size_t SentenceBytes(std::string_view capture) {
     const std::size_t end = capture.find('\n', at);
     if (end == std::string_view::npos) break;
     const std::string_view line = capture.substr(at, end + 1 - at);
-    const bool text = line.size() <= kLongestLine &&
-                      std::all_of(line.begin(), line.end(), [](char c) {
-                        return (c >= ' ' && c <= '~') || c == '\r' || c == '\n';
-                      });
+    const bool text =
+        line.size() <= kLongestLine && std::all_of(line.begin(), line.end(), [](char c) {
+          return (c >= ' ' && c <= '~') || c == '\r' || c == '\n';
+        });
     if (text) total += line.size();
     at = capture.find('$', text ? end : at + 1);
   }
@@ -95,17 +95,17 @@ void ProcessCapture(benchmark::State& state, const std::string& capture) {
 // One benchmark per capture, in name order, registered before main runs.
 const bool kCapturesRegistered = [] {
   std::vector<fs::path> captures;
-  for (const auto& entry : fs::directory_iterator(fs::path(ORVO_SOURCE_DIR) / "tests/data/receivers")) {
+  for (const auto& entry :
+       fs::directory_iterator(fs::path(ORVO_SOURCE_DIR) / "tests/data/receivers")) {
     if (entry.path().extension() == ".log") {
       captures.push_back(entry.path());
     }
   }
   std::sort(captures.begin(), captures.end());
   for (const fs::path& path : captures) {
-    benchmark::RegisterBenchmark(("BM_ProcessData/" + path.stem().string()).c_str(),
-                                 [capture = ReadCapture(path)](benchmark::State& state) {
-                                   ProcessCapture(state, capture);
-                                 });
+    benchmark::RegisterBenchmark(
+        ("BM_ProcessData/" + path.stem().string()).c_str(),
+        [capture = ReadCapture(path)](benchmark::State& state) { ProcessCapture(state, capture); });
   }
   return true;
 }();

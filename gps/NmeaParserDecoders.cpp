@@ -287,8 +287,7 @@ bool SentenceDecoder::RMC(std::string_view sentence) {
     // step by step, rolling over into the next month or year as it always did.
     date = DateValue::TryCivilDate(1900 + years, month, day);
     if (!date) {
-      date =
-          DateValue::FromCivil(1900, 1, 1).AddYears(years).AddMonths(month - 1).AddDays(day - 1);
+      date = DateValue::FromCivil(1900, 1, 1).AddYears(years).AddMonths(month - 1).AddDays(day - 1);
     }
     fix_.GpsDateTime = *date;
   }

@@ -115,8 +115,9 @@ std::string Number(double value) {
 }
 
 constexpr std::array<const char*, 13> kActionNames = {
-    "other", "depart",      "arrive", "turn left", "turn right",      "bear left",      "bear right",
-    "merge", "continue",    "cross border", "U-turn", "enter roundabout", "exit roundabout"};
+    "other",     "depart",           "arrive",         "turn left", "turn right",
+    "bear left", "bear right",       "merge",          "continue",  "cross border",
+    "U-turn",    "enter roundabout", "exit roundabout"};
 
 std::string Point(const char* element, const GeoPoint& point) {
   return "<" + std::string(element) + " lat=\"" + Number(point.latitudeDegrees) + "\" lon=\"" +
@@ -129,8 +130,8 @@ void AddDirections(const std::vector<Direction>& directions, std::string& gpx) {
     gpx += "    " + Point("rtept", direction.location) + ">\n";
     gpx += "      <name>" + Escaped(direction.text) + "</name>\n";
     if (!direction.target.empty()) gpx += "      <desc>" + Escaped(direction.target) + "</desc>\n";
-    gpx += std::string("      <type>") + (action < kActionNames.size() ? kActionNames[action] : "other") +
-           "</type>\n";
+    gpx += std::string("      <type>") +
+           (action < kActionNames.size() ? kActionNames[action] : "other") + "</type>\n";
     gpx += "    </rtept>\n";
     AddDirections(direction.nested, gpx);
   }

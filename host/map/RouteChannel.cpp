@@ -74,8 +74,7 @@ Json RouteChannel::State() {
                                   {"lon", waypoint.location.longitudeDegrees},
                                   {"type", WaypointTypeName(waypoint.type)}});
   }
-  if (!waypoints.empty())
-    state["preference"] = PreferenceName(waypoints.front().preference);
+  if (!waypoints.empty()) state["preference"] = PreferenceName(waypoints.front().preference);
   state["optimized"] = route_.IsOptimized();
   if (!route_.IsCalculated()) return state;
   state["calculated"] = true;

@@ -222,9 +222,9 @@ std::optional<DateValue> DateValue::TryCivilDate(int year, int month, int day) {
       static_cast<unsigned>(day) > DaysInMonth(year, static_cast<unsigned>(month))) {
     return std::nullopt;
   }
-  return Join(DaysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) +
-                  kUnixEpochDay,
-              0.0);
+  return Join(
+      DaysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) + kUnixEpochDay,
+      0.0);
 }
 
 DateValue DateValue::FromCivil(const CivilDateTime& civil) {

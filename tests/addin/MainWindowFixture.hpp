@@ -88,15 +88,14 @@ struct MainWindowFixture {
 
   void Make() {
     window.reset();
-    window = std::make_unique<addin::frmAddIn>(
-        addin::MainWindowServices{.desktop = desktop,
-                                  .settings = store,
-                                  .verbose = verbose,
-                                  .clock = clock,
-                                  .timeZone = timeZone,
-                                  .serialPort = port,
-                                  .declination = declination,
-                                  .mapView = &view});
+    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{.desktop = desktop,
+                                                                         .settings = store,
+                                                                         .verbose = verbose,
+                                                                         .clock = clock,
+                                                                         .timeZone = timeZone,
+                                                                         .serialPort = port,
+                                                                         .declination = declination,
+                                                                         .mapView = &view});
     window->UseMapActions(map);
     window->UseMapTracking(map);
   }

@@ -40,9 +40,11 @@ TEST(GpxRoute, ImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRouteOnBadInpu
       "<rtept lat=\" 43.74 \" lon=\"7.43\"/><rtept lat=\"-43.75\" lon=\"-7.44\">"
       "<name>End</name></rtept></rte>";
   const std::vector<Case> cases = {
-      {"a route before waypoints", Gpx("<wpt lat=\"1\" lon=\"2\"><name>W</name></wpt>" + rte),
+      {"a route before waypoints",
+       Gpx("<wpt lat=\"1\" lon=\"2\"><name>W</name></wpt>" + rte),
        {"Fish & Chips", "Waypoint 1", "End"}},
-      {"an empty route is passed over", Gpx("<rte><name>empty</name></rte>" + rte),
+      {"an empty route is passed over",
+       Gpx("<rte><name>empty</name></rte>" + rte),
        {"Fish & Chips", "Waypoint 1", "End"}},
       {"waypoints without a route",
        Gpx("<wpt lat=\"43.7\" lon=\"7.4\"><name>A</name></wpt><wpt lat=\"43.8\" "
@@ -52,7 +54,8 @@ TEST(GpxRoute, ImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRouteOnBadInpu
       {"not GPX", "<kml><Placemark/></kml>", {}, "not a GPX file"},
       {"nothing in it", Gpx("<trk/>"), {}, "no route and no waypoints"},
       {"a latitude off the globe",
-       Gpx("<rte><rtept lat=\"43\" lon=\"7\"/><rtept lat=\"95\" lon=\"7\"/></rte>"), {},
+       Gpx("<rte><rtept lat=\"43\" lon=\"7\"/><rtept lat=\"95\" lon=\"7\"/></rte>"),
+       {},
        "point 2 (lat \"95\", lon \"7\") is not a place on the globe"},
       {"a point without its longitude", Gpx("<wpt lat=\"43\"/>"), {}, "point 1"},
   };
