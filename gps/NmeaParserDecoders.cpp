@@ -441,7 +441,7 @@ bool SentenceDecoder::GSV(std::string_view sentence) {
   }
   // Message 1 fills slots 0..3, message 2 slots 4..7, message 3 slots 8..11.
   auto slotAt = [this, message](std::size_t i, std::size_t& slot) {
-    const std::int64_t at = static_cast<std::int64_t>(i / 4) + (message - 1) * 4 - 1;
+    const std::int64_t at = static_cast<std::int64_t>(i / 4) + (std::int64_t{message} - 1) * 4 - 1;
     if (at < 0 || at >= static_cast<std::int64_t>(kSatelliteSlots)) {
       stop_.reason = DecodeStop::Reason::kSlotOutOfRange;
       stop_.index = at;
