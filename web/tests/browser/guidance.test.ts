@@ -6,7 +6,8 @@ import { spawnSync } from 'node:child_process';
 import { join, resolve } from 'node:path';
 import { describe, expect, it } from 'vitest';
 import type { Locator, Page } from 'playwright-core';
-import { browserPerTest, dataHomeWithRegions, ORVO_BINARY } from './harness';
+import { dataHomeWithRegions, ORVO_BINARY } from './harness';
+import { browserPerTest } from './sessions';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 

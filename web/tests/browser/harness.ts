@@ -7,7 +7,6 @@ import { createServer } from 'node:net';
 import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { chromium, type BrowserContext, type Page } from 'playwright-core';
-import { afterAll, afterEach, beforeAll, beforeEach } from 'vitest';
 
 export const ORVO_BINARY = resolve(process.env.ORVO_BINARY ?? '../build/orvo');
 const CHROMIUM = process.env.ORVO_CHROMIUM ?? '/usr/bin/chromium';
@@ -130,50 +129,4 @@ export async function openBrowser(): Promise<Browser> {
       rmSync(profile, { recursive: true, force: true });
     },
   };
-}
-
-// A fresh browser for each test of a describe block; the orvos a test starts end with it, and
-// the folders it names are removed.
-export function browserPerTest() {
-  const orvos: Orvo[] = [];
-  const folders: string[] = [];
-  const session = {
-    browser: undefined as unknown as Browser,
-    async start(options: OrvoOptions = {}) {
-      const orvo = await startOrvo(options);
-      orvos.push(orvo);
-      folders.push(orvo.folder);
-      return orvo;
-    },
-    removeLater(folder: string) {
-      folders.push(folder);
-    },
-  };
-  beforeEach(async () => {
-    session.browser = await openBrowser();
-  });
-  afterEach(async () => {
-    await session.browser.close();
-    for (const orvo of orvos.splice(0)) await orvo.stop();
-    for (const folder of folders.splice(0)) removeFolder(folder);
-  });
-  return session;
-}
-
-// One orvo, on a data folder of its own with the built regions, and one browser for all the tests
-// of a describe block; ARGS are orvo's, given that data folder.
-export function orvoWithRegions(args: (dataHome: string) => string[]) {
-  const session = {} as { orvo: Orvo & { folder: string }; browser: Browser; dataHome: string };
-  beforeAll(async () => {
-    session.dataHome = dataHomeWithRegions();
-    session.orvo = await startOrvo({ dataHome: session.dataHome, arguments: args(session.dataHome) });
-    session.browser = await openBrowser();
-  });
-  afterAll(async () => {
-    await session.browser.close();
-    await session.orvo.stop();
-    removeFolder(session.orvo.folder);
-    removeFolder(session.dataHome);
-  });
-  return session;
 }

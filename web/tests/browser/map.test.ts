@@ -6,7 +6,8 @@ import { existsSync } from 'node:fs';
 import { join, resolve } from 'node:path';
 import type { Page } from 'playwright-core';
 import { beforeEach, describe, expect, it } from 'vitest';
-import { browserPerTest, dataHomeWithRegions, ORVO_BINARY } from './harness';
+import { dataHomeWithRegions, ORVO_BINARY } from './harness';
+import { browserPerTest } from './sessions';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 

@@ -4,7 +4,7 @@ import { mkdtempSync } from 'node:fs';
 import { homedir, tmpdir } from 'node:os';
 import { join, resolve } from 'node:path';
 import { describe, expect, it } from 'vitest';
-import { browserPerTest } from './harness';
+import { browserPerTest } from './sessions';
 
 const DEMO = resolve(__dirname, '../../../data/demo/monaco-drive.nmea');
 

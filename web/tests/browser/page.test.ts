@@ -1,7 +1,7 @@
 // The page against a real orvo: it loads, shows the map and its attribution, offers the host's
 // menu, ends orvo from File > Exit, and finds orvo again after a restart.
 import { describe, expect, it } from 'vitest';
-import { browserPerTest } from './harness';
+import { browserPerTest } from './sessions';
 
 describe('the page with a real orvo', () => {
   const session = browserPerTest();

@@ -5,7 +5,7 @@
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { describe, expect, it } from 'vitest';
-import { orvoWithRegions } from './harness';
+import { orvoWithRegions } from './sessions';
 
 describe('the route planner', () => {
   const session = orvoWithRegions((dataHome) => ['--map', join(dataHome, 'orvo/route.orvomap')]);
