@@ -2,6 +2,7 @@
 // its directions written as GPX that gpsbabel reads back, and `orvo map route`.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdio>
 #include <sstream>
 
@@ -94,8 +95,10 @@ std::vector<std::string> GpsbabelLines(const std::string& kind, const std::files
       ("gpsbabel " + kind + " -i gpx -f " + ShellQuote(gpx.string()) + " -o unicsv -F - 2>&1")
           .c_str(),
       "r");
-  for (char buffer[4096]; const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe);)
-    read.append(buffer, count);
+  std::array<char, 4096> buffer{};
+  std::size_t count = 0;
+  while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+    read.append(buffer.data(), count);
   EXPECT_EQ(::pclose(pipe), 0) << read;
   std::erase(read, '\r');
   std::vector<std::string> lines;
