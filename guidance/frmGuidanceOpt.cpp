@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <system_error>
 
 #include "guidance/GuideAudio.hpp"
@@ -90,19 +91,20 @@ void frmGuidanceOpt::Layout() {
     control.SetContainer(sstabMain, tab);
     control.Place(left, top, width, height);
   };
+  // Inside a frame, or straight on a tab of the tab control.
   const auto caption = [this](int index, host::ui::Control& container, const char* text, int left,
-                              int top, int width) {
-    lblCaption[index].SetContainer(container);
+                              int top, int width, std::optional<int> tab = {}) {
+    lblCaption[index].SetContainer(container, tab);
     lblCaption[index].Place(left, top, width, 255);
     lblCaption[index].SetCaption(text);
   };
   const auto bar = [](ScrollBar& scroll, host::ui::Label& label, host::ui::Control& container,
-                      int top, int min, int max, int large) {
-    scroll.SetContainer(container);
+                      int top, int min, int max, int large, std::optional<int> tab = {}) {
+    scroll.SetContainer(container, tab);
     scroll.Place(1800, top, 2400, 255);
     scroll.SetRange(min, max);
     scroll.SetChanges(1, large);
-    label.SetContainer(container);
+    label.SetContainer(container, tab);
     label.Place(4320, top, 1500, 255);
   };
 
@@ -127,36 +129,26 @@ void frmGuidanceOpt::Layout() {
   bar(hsGuideLoSec, lblGuideLoSec, fmGuideETA, 300, 1, 300, 10);
   caption(3, fmGuideETA, "Hi speed warning", 120, 630, 1620);
   bar(hsGuideHiSec, lblGuideHiSec, fmGuideETA, 630, 1, 300, 10);
-  caption(4, sstabMain, "Hi speed over", 240, 2520, 1620);
-  lblCaption[4].SetContainer(sstabMain, 0);
-  bar(hsGuideHighSpeed, lblGuideHighSpeed, sstabMain, 2520, 10, 250, 10);
-  hsGuideHighSpeed.SetContainer(sstabMain, 0);
-  lblGuideHighSpeed.SetContainer(sstabMain, 0);
+  caption(4, sstabMain, "Hi speed over", 240, 2520, 1620, 0);
+  bar(hsGuideHighSpeed, lblGuideHighSpeed, sstabMain, 2520, 10, 250, 10, 0);
 
   // Route
   onTab(chkAutoRecalc, 1, 240, 540, 5700, 285);
   chkAutoRecalc.SetCaption("Re-calculate when position is off over");
-  bar(hsGuideRerouteThreshold, lblGuideRerouteThreshold, sstabMain, 900, 1, 500, 10);
-  hsGuideRerouteThreshold.SetContainer(sstabMain, 1);
-  lblGuideRerouteThreshold.SetContainer(sstabMain, 1);
+  bar(hsGuideRerouteThreshold, lblGuideRerouteThreshold, sstabMain, 900, 1, 500, 10, 1);
   onTab(chkSkip1stWp, 1, 240, 1380, 5700, 285);
   chkSkip1stWp.SetCaption("Treat starting waypoint a destination");
-  caption(5, sstabMain, "Route calculation", 240, 1860, 1620);
-  lblCaption[5].SetContainer(sstabMain, 1);
+  caption(5, sstabMain, "Route calculation", 240, 1860, 1620, 1);
   onTab(cboRouteCalc, 1, 1920, 1830, 2400, 315);
   for (const char* choice : {"Quickest", "Shortest", "Preferred"}) cboRouteCalc.AddItem(choice);
 
   // Voice
   onTab(chkGuideEnableTTS, 2, 240, 540, 5700, 285);
   chkGuideEnableTTS.SetCaption("Enable Text to speech");
-  caption(6, sstabMain, "Voice", 240, 960, 1500);
-  lblCaption[6].SetContainer(sstabMain, 2);
+  caption(6, sstabMain, "Voice", 240, 960, 1500, 2);
   onTab(cboGuideTTSVoice, 2, 1800, 930, 4200, 315);
-  caption(7, sstabMain, "Hide guidence window after", 240, 1500, 3000);
-  lblCaption[7].SetContainer(sstabMain, 2);
-  bar(hsHideTime, lblHideTime, sstabMain, 1800, 0, 300, 10);
-  hsHideTime.SetContainer(sstabMain, 2);
-  lblHideTime.SetContainer(sstabMain, 2);
+  caption(7, sstabMain, "Hide guidence window after", 240, 1500, 3000, 2);
+  bar(hsHideTime, lblHideTime, sstabMain, 1800, 0, 300, 10, 2);
   onTab(cmdAbbrv, 2, 240, 2400, 1500, 375);
   cmdAbbrv.SetCaption("Abbrv Mgr");
 
