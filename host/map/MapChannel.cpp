@@ -152,17 +152,25 @@ void MapChannel::OpenMap() {
 
 void MapChannel::SaveMapAs() {
   if (host_.ActiveMap() == nullptr) return;
-  auto file = desktop_.Dialogs().ChooseFile({.title = "Save Map As",
-                                             .filter = kMapFilter,
-                                             .initialPath = host_.DataFolder().string(),
-                                             .forSaving = true});
-  if (!file) return;
-  std::filesystem::path path(*file);
-  if (!path.has_extension()) path += ".orvomap";
+  const auto path = ChooseFileToSave("Save Map As", kMapFilter, kMapFileExtension);
+  if (!path) return;
   Try("Save Map As", [&] {
-    host_.SaveMapAs(path);
+    host_.SaveMapAs(*path);
     PublishFile();
   });
+}
+
+std::optional<std::filesystem::path> MapChannel::ChooseFileToSave(const char* title,
+                                                                  const char* filter,
+                                                                  const char* extension) {
+  const auto file = desktop_.Dialogs().ChooseFile({.title = title,
+                                                   .filter = filter,
+                                                   .initialPath = host_.DataFolder().string(),
+                                                   .forSaving = true});
+  if (!file) return std::nullopt;
+  std::filesystem::path path(*file);
+  if (!path.has_extension()) path += extension;
+  return path;
 }
 
 void MapChannel::CloseMap() {
@@ -172,14 +180,8 @@ void MapChannel::CloseMap() {
 void MapChannel::ExportGpx() {
   const MapDocument* map = host_.ActiveMap();
   if (map == nullptr) return;
-  auto file = desktop_.Dialogs().ChooseFile({.title = "Export GPX",
-                                             .filter = kGpxFilter,
-                                             .initialPath = host_.DataFolder().string(),
-                                             .forSaving = true});
-  if (!file) return;
-  std::filesystem::path path(*file);
-  if (!path.has_extension()) path += ".gpx";
-  Try("Export GPX", [&] { map::ExportGpx(*map, path); });
+  const auto path = ChooseFileToSave("Export GPX", kGpxFilter, ".gpx");
+  if (path) Try("Export GPX", [&] { map::ExportGpx(*map, *path); });
 }
 
 void MapChannel::ImportGpx() {

@@ -7,7 +7,9 @@
 //               {"type":"mapunit","unit":"km"|"miles"}
 // orvo -> page: {"type":"mapfile","file":"/path/of/the/map.orvomap"|null}
 //               {"type":"mapunit","unit":"km"|"miles"}, both also in the snapshot
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "host/map/MapHost.hpp"
@@ -30,6 +32,10 @@ class MapChannel {
   void SaveMapAs();
   void CloseMap();
   void ExportGpx();
+  // The file the user names in a save dialog in the data folder, given EXTENSION when it has
+  // none; nothing when the user cancels.
+  std::optional<std::filesystem::path> ChooseFileToSave(const char* title, const char* filter,
+                                                        const char* extension);
   // The waypoints of a GPX route (or its waypoints) become the active route's.
   void ImportGpx();
 
