@@ -13,17 +13,11 @@ using host::ui::Milliseconds;
 
 struct GuidanceWiring : testing::MainWindowFixture, ::testing::Test {
   GuidanceWiring() {
-    window = std::make_unique<frmAddIn>(MainWindowServices{.desktop = desktop,
-                                                           .settings = store,
-                                                           .verbose = verbose,
-                                                           .clock = clock,
-                                                           .timeZone = timeZone,
-                                                           .serialPort = port,
-                                                           .declination = declination,
-                                                           .map = &application,
-                                                           .mapView = &view,
-                                                           .route = &route,
-                                                           .mapHost = &mapHost});
+    MainWindowServices services = Services();
+    services.map = &application;
+    services.route = &route;
+    services.mapHost = &mapHost;
+    window = std::make_unique<frmAddIn>(services);
     window->Show();
     for (const auto& [name, lat] : {std::pair{"Home", 43.73}, {"Shop", 43.74}, {"Work", 43.75}})
       route.AddWaypoint({lat, 7.42}, name);

@@ -86,16 +86,21 @@ struct CountingMapFeatures final : tracking::MapActions, tracking::MapTracking {
 struct MainWindowFixture {
   MainWindowFixture() { Make(); }
 
+  // The fixture's parts as the main window's services; a test adds what it needs more.
+  addin::MainWindowServices Services() {
+    return {.desktop = desktop,
+            .settings = store,
+            .verbose = verbose,
+            .clock = clock,
+            .timeZone = timeZone,
+            .serialPort = port,
+            .declination = declination,
+            .mapView = &view};
+  }
+
   void Make() {
     window.reset();
-    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{.desktop = desktop,
-                                                                         .settings = store,
-                                                                         .verbose = verbose,
-                                                                         .clock = clock,
-                                                                         .timeZone = timeZone,
-                                                                         .serialPort = port,
-                                                                         .declination = declination,
-                                                                         .mapView = &view});
+    window = std::make_unique<addin::frmAddIn>(Services());
     window->UseMapActions(map);
     window->UseMapTracking(map);
   }
