@@ -13,9 +13,9 @@ namespace orvo::guidance {
 namespace {
 
 using host::map::GeoPoint;
+using host::map::testing::kCasino;
+using host::map::testing::kFontvieille;
 
-constexpr GeoPoint kCasino{43.7397, 7.4275};
-constexpr GeoPoint kFontvieille{43.7285, 7.4150};
 constexpr GeoPoint kLarvotto{43.7455, 7.4345};
 
 class MonacoGuidance : public ::testing::Test {

@@ -26,6 +26,10 @@ namespace orvo::host::map::testing {
 
 namespace fs = std::filesystem;
 
+// Places in Monaco the route tests drive between: on roads a car can use.
+inline constexpr GeoPoint kCasino{43.7397, 7.4275};
+inline constexpr GeoPoint kFontvieille{43.7285, 7.4150};
+
 // The route's waypoints by name, in order.
 inline std::vector<std::string> Names(const RoutePlan& plan) {
   std::vector<std::string> names;

@@ -20,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::Gunzip;
+using testing::kCasino;
 using testing::SharedMonaco;
 
 // Even-odd: whether POINT is inside RING, flipped once more for every ring it lies inside.
@@ -166,7 +167,6 @@ TEST(RegionSea, CoastlinesCloseWithTheSeaOnTheirRight) {
   }
 }
 
-constexpr GeoPoint kCasino{43.7397, 7.4275};
 // Monaco itself, well inside any sensible extract of it.
 constexpr GeoBounds kMonaco{7.40, 43.72, 7.44, 43.75};
 

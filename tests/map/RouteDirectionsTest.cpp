@@ -12,9 +12,10 @@
 namespace orvo::host::map {
 namespace {
 
-constexpr GeoPoint kCasino{43.7397, 7.4275};
+using testing::kCasino;
+using testing::kFontvieille;
+
 constexpr GeoPoint kPortHercule{43.7347, 7.4214};
-constexpr GeoPoint kFontvieille{43.7285, 7.4150};
 constexpr GeoPoint kAtSea{43.7000, 7.4700};
 
 class MonacoRoute : public ::testing::Test {

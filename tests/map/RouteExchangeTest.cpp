@@ -16,10 +16,11 @@
 namespace orvo::host::map {
 namespace {
 
+using testing::kCasino;
+using testing::kFontvieille;
+
 using orvo::testing::ShellQuote;
 
-constexpr GeoPoint kCasino{43.7397, 7.4275};
-constexpr GeoPoint kFontvieille{43.7285, 7.4150};
 
 std::string Gpx(const std::string& body) {
   return "<?xml version=\"1.0\"?>\n<gpx version=\"1.1\" "
