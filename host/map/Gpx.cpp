@@ -1,6 +1,5 @@
 #include "host/map/Gpx.hpp"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -9,6 +8,7 @@
 
 #include "host/map/RouteJson.hpp"
 #include "host/platform/Files.hpp"
+#include "host/platform/Text.hpp"
 
 namespace orvo::host::map {
 namespace {
@@ -164,11 +164,8 @@ std::vector<Waypoint> PointsIn(const boost::property_tree::ptree& gpx,
   const auto read = [&file](const boost::property_tree::ptree& node, std::size_t number) {
     // XML Schema decimals may stand between blanks.
     const auto attribute = [&node](const char* name) {
-      std::string value = node.get(std::string("<xmlattr>.") + name, "");
-      const auto first = value.find_first_not_of(" \t\r\n");
-      value.erase(0, std::min(first, value.size()));
-      value.erase(value.find_last_not_of(" \t\r\n") + 1);
-      return value;
+      return std::string(
+          platform::Trim(node.get(std::string("<xmlattr>.") + name, ""), " \t\r\n"));
     };
     const std::string lat = attribute("lat");
     const std::string lon = attribute("lon");
