@@ -26,11 +26,12 @@ using testing::SharedMonaco;
 // Even-odd: whether POINT is inside RING, flipped once more for every ring it lies inside.
 bool RingContains(const SeaLine& ring, const SeaPoint& point) {
   bool inside = false;
-  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++)
+  for (std::size_t i = 0, j = ring.size() - 1; i < ring.size(); j = i++) {
     if ((ring[i].y > point.y) != (ring[j].y > point.y) &&
         point.x <
             (ring[j].x - ring[i].x) * (point.y - ring[i].y) / (ring[j].y - ring[i].y) + ring[i].x)
       inside = !inside;
+  }
   return inside;
 }
 
@@ -246,7 +247,7 @@ TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
       {{43.7393, 7.4275}, false},  // the Casino square
       {{43.7314, 7.4200}, false},  // the Prince's Palace on the Rock
   };
-  for (int zoom = 12; zoom <= 16; ++zoom)
+  for (int zoom = 12; zoom <= 16; ++zoom) {
     for (const auto& [place, water] : places) {
       const TileAddress address = TileContaining(place, zoom);
       const auto tile = tiles.Tile(zoom, address.x, address.y);
@@ -255,6 +256,7 @@ TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
       EXPECT_EQ(InWaterAt(Gunzip(*tile).value(), address, place), water)
           << place.latitudeDegrees << "," << place.longitudeDegrees << " zoom " << zoom;
     }
+  }
 }
 
 TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
