@@ -78,12 +78,13 @@ describe('the driving assistant', () => {
     // From the drive's start west to the Jardin Exotique; the drive goes east along the port.
     const { page, main } = await start(['--waypoints', '43.7299,7.4170;43.7312,7.4115']);
     expect(storedRoute().calculated).toBe(true);
-    await switchGuidanceOn(page, main);
-    // R twice switches the off-track re-calculation on.
+    // R twice switches the off-track re-calculation on; guidance starts with it. (Before: the
+    // guidance window, always on top, may come up over the main window's caption.)
     await main.locator('.caption-bar').click();
     await page.keyboard.press('r');
     await page.keyboard.press('r');
     await expect.poll(() => page.locator('.panel[data-window="frmShortKeyFlash"]').innerText()).toContain('ON');
+    await switchGuidanceOn(page, main);
 
     // Guidance starts from the car's place; leaving the route starts it again from a later one.
     await expect.poll(() => storedRoute().waypoints[0]?.name, { timeout: 30000 }).toBe('Current Position');
