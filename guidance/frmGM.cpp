@@ -1,7 +1,9 @@
 #include "guidance/frmGM.hpp"
 
+#include <algorithm>
 #include <exception>
 
+#include "guidance/frmGuide.hpp"
 #include "host/ui/Desktop.hpp"
 #include "settings/WindowPlacement.hpp"
 
@@ -70,6 +72,11 @@ frmGM::frmGM(host::ui::Desktop& desktop, settings::SettingsStore& settings, Guid
 frmGM::~frmGM() = default;
 
 void frmGM::GMInit() {
+  if (!placed_) {
+    placed_ = true;
+    const int right = GetDesktop().Viewport().width - kMainWindowBand - kGuideWidth - kFirstStartGap;
+    Move(std::max(0, right - Width()), kFirstStartGap);
+  }
   initialised_ = true;
   Show();
   const std::vector<host::map::Waypoint>& waypoints = engine_.GoToWaypoints();

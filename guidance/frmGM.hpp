@@ -58,6 +58,7 @@ class frmGM final : public host::ui::Window, public GoToView {
   GoToOwner owner_;
   bool ready_ = false;
   bool controlsLive_ = false;
+  bool placed_ = false;       // the first showing has placed it
   bool initialised_ = false;  // GMInit has run: the window knows its main window
 };
 

@@ -22,7 +22,7 @@ constexpr double kArrived = 0.005;
 
 frmGuide::frmGuide(host::ui::Desktop& desktop, MMSetup& setup, settings::SettingsStore& store,
                    GuideLinks links)
-    : Window(desktop, "frmGuide", "Driving Assistant", 330, 166),
+    : Window(desktop, "frmGuide", "Driving Assistant", kGuideWidth, 166),
       Frame1(*this, "Frame1"),
       imgAct(*this, "imgAct"),
       lblInstruction(*this, "lblInstruction"),
@@ -35,10 +35,10 @@ frmGuide::frmGuide(host::ui::Desktop& desktop, MMSetup& setup, settings::Setting
       TimerExpireDisplay(*this, "TimerExpireDisplay", desktop.GetScheduler()),
       setup_(setup),
       links_(std::move(links)),
-      // A first start puts it at the page's top right, where it hides least of the map.
       placement_(*this, store,
-                 [](host::ui::ViewportPixels viewport) {
-                   return settings::FormPlacement::Point(std::max(0, viewport.width - 350), 12);
+                 [this](host::ui::ViewportPixels viewport) {
+                   return settings::FormPlacement::Point(
+                       std::max(0, viewport.width - kMainWindowBand - Width()), 12);
                  }),
       self_(std::make_shared<frmGuide*>(this)) {
   SetBorderless(true);

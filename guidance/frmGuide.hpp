@@ -18,6 +18,13 @@
 
 namespace orvo::guidance {
 
+// A first start lays the windows out along the page's top, right to left, 12 px apart: the main
+// window at the right edge (336 px wide), the guidance window, then the go-to window, which thus
+// stays clear of the page's route planner at the top left.
+inline constexpr int kFirstStartGap = 12;
+inline constexpr int kMainWindowBand = 336 + 2 * kFirstStartGap;
+inline constexpr int kGuideWidth = 330;
+
 // What the window needs of its owner besides the desktop, the settings and the store.
 struct GuideLinks {
   host::speech::SpeechEngine* speech = nullptr;  // none: the window stays silent

@@ -108,7 +108,7 @@ EspeakSpeech::~EspeakSpeech() {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
     waiting = std::exchange(waiting_, std::nullopt);
-    newest_ = 0;
+    *newest_ = 0;
   }
   wake_.notify_all();
   worker_.join();
@@ -121,7 +121,7 @@ std::uint64_t EspeakSpeech::Speak(std::string text, std::size_t voiceIndex, Done
   {
     const std::lock_guard lock(mutex_);
     id = ++lastId_;
-    newest_ = id;
+    *newest_ = id;
     replaced = std::exchange(waiting_, Request{id, std::move(text), voiceIndex, std::move(done)});
   }
   wake_.notify_all();
@@ -134,7 +134,7 @@ void EspeakSpeech::Cancel() {
   std::optional<Request> replaced;
   {
     const std::lock_guard lock(mutex_);
-    newest_ = 0;
+    *newest_ = 0;
     replaced = std::exchange(waiting_, std::nullopt);
   }
   if (replaced)
@@ -165,7 +165,7 @@ Speech EspeakSpeech::Synthesize(const Request& request) {
   }
   Synthesis synthesis;
   synthesis.id = request.id;
-  synthesis.newest = &newest_;
+  synthesis.newest = newest_.get();
   {
     const std::lock_guard lock(EspeakLock());
     const Voice& voice = voices_[request.voiceIndex];
@@ -194,8 +194,18 @@ Speech EspeakSpeech::Synthesize(const Request& request) {
 
 void EspeakSpeech::Finish(Done done, Speech speech) {
   if (!done) return;
-  if (!deliver_) return done(speech);
-  deliver_([done = std::move(done), speech = std::move(speech)] { done(speech); });
+  // Speech finished just before a newer request or a cancel must not play after it: whether it
+  // is still wanted is decided when it reaches the caller's thread.
+  auto answer = [done = std::move(done), speech = std::move(speech),
+                 newest = newest_]() mutable {
+    if (speech.outcome == Speech::Outcome::Spoken && newest->load() != speech.request) {
+      speech.outcome = Speech::Outcome::Cancelled;
+      speech.wav.clear();
+    }
+    done(speech);
+  };
+  if (!deliver_) return answer();
+  deliver_(std::move(answer));
 }
 
 }  // namespace orvo::host::speech

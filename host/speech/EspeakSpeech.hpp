@@ -51,8 +51,10 @@ class EspeakSpeech final : public SpeechEngine {
   std::vector<Voice> voices_;
   int sampleRate_ = 0;
 
-  // The number of the request that may go on, read by the synthesis callback: older ones stop.
-  std::atomic<std::uint64_t> newest_{0};
+  // The number of the request that may go on, read by the synthesis callback (older ones stop)
+  // and by a result's delivery, which may run after the engine is gone.
+  std::shared_ptr<std::atomic<std::uint64_t>> newest_ =
+      std::make_shared<std::atomic<std::uint64_t>>(0);
 
   std::mutex mutex_;
   std::condition_variable wake_;
