@@ -1,6 +1,6 @@
 import Feature from 'ol/Feature';
 import { describe, expect, it } from 'vitest';
-import { createStyle, PALETTES, roadWidth, type Theme } from './style';
+import { createStyle, PALETTES, type Theme } from './style';
 
 // The styles the map draws a tile feature with, as OpenLayers asks for them.
 const stylesOf = (theme: Theme, properties: Record<string, unknown>, zoom = 15) =>
@@ -31,11 +31,5 @@ describe('the map style', () => {
     expect(fill('motorway')).toBe(day.roads.motorway);
     for (const unknown of [{ layer: 'landuse', class: 'unknown' }, { layer: 'road', class: 'ferry' }, { layer: 'aeroway' }])
       expect(stylesOf('day', unknown)).toEqual([]);
-  });
-
-  it('widens roads with the zoom and keeps them visible and sane', () => {
-    expect(roadWidth('primary', 16)).toBeGreaterThan(roadWidth('primary', 15));
-    expect(roadWidth('service', 8)).toBe(0.6);
-    expect(roadWidth('motorway', 22)).toBe(40);
   });
 });
