@@ -64,5 +64,25 @@ TEST_F(GuidanceWiring, KeysAndTheCompassItemDriveTheEngine) {
   EXPECT_EQ(Names(), (std::vector<std::string>{"Home", "Shop", "Work"}));
 }
 
+// A first start lays the main, guidance and go-to windows out side by side along the page's top,
+// the go-to window clear of the page's route planner at the top left (10 to 310 px).
+TEST_F(GuidanceWiring, AFirstStartLaysTheWindowsOutSideBySide) {
+  desktop.SetViewport({1280, 800});
+  window->HandleShortKey(82, 0);
+  scheduler.Advance(Milliseconds(1000));
+  window->HandleShortKey(118, 0);
+  const host::ui::Window* windows[] = {window.get(), &window->Assistant()->GuideWindow(),
+                                       window->GoToWindow()};
+  for (const host::ui::Window* a : windows) {
+    ASSERT_TRUE(a->Visible()) << a->Name();
+    for (const host::ui::Window* b : windows)
+      EXPECT_TRUE(a == b || a->Left() + a->Width() <= b->Left() ||
+                  b->Left() + b->Width() <= a->Left() || a->Top() + a->Height() <= b->Top() ||
+                  b->Top() + b->Height() <= a->Top())
+          << a->Name() << " overlaps " << b->Name();
+  }
+  EXPECT_GE(window->GoToWindow()->Left(), 320);
+}
+
 }  // namespace
 }  // namespace orvo::addin
