@@ -4,8 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -23,6 +21,7 @@
 #include "host/ui/WebBridge.hpp"
 #include "host/ui/Window.hpp"
 #include "tests/PageClient.hpp"
+#include "tests/TestSupport.hpp"
 
 namespace orvo::host::ui {
 namespace {
@@ -94,10 +93,6 @@ class WebBridgeTest : public ::testing::Test {
   }
 
   void SetUp() override {
-    web_ = fs::temp_directory_path() /
-           ("orvo-web-" + std::to_string(::getpid()) + "-" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(web_);
     fs::create_directories(web_ / "site" / "assets");
     std::ofstream(web_ / "site" / "index.html") << "<!doctype html><title>ORVO</title>";
     std::ofstream(web_ / "site" / "assets" / "page.js") << "console.log('ORVO')";
@@ -119,7 +114,6 @@ class WebBridgeTest : public ::testing::Test {
       io_.stop();
       loop_.join();
     }
-    fs::remove_all(web_);
   }
 
   WebBridgeOptions Options() {
@@ -162,7 +156,8 @@ class WebBridgeTest : public ::testing::Test {
   std::optional<asio::executor_work_guard<asio::io_context::executor_type>> work_{
       asio::make_work_guard(io_)};
   std::thread loop_;
-  fs::path web_;
+  orvo::testing::TempFolder folder_;
+  const fs::path& web_ = folder_.Path();
 };
 
 TEST_F(WebBridgeTest, PagesGetASnapshotThenEveryChangeStayInStepAndSurviveMalformedMessages) {
