@@ -13,6 +13,8 @@ const CHIME = fileURLToPath(new URL('../../../data/DEFAULT.WAV', import.meta.url
 
 describe('ORVO windows in the page', () => {
   const it = scriptedPages(snapshot(), (page) => page.locator('.panel[data-window="frmAddIn"]').waitFor());
+  const z = (page: Page, name: string) =>
+    page.locator(`.panel[data-window="${name}"]`).evaluate((element) => Number(getComputedStyle(element).zIndex));
 
   it('draws the windows and controls of the snapshot', async ({ page }) => {
     const main = page.locator('.panel[data-window="frmAddIn"]');
@@ -31,9 +33,7 @@ describe('ORVO windows in the page', () => {
     expect(await main.locator('line[data-control="linSeparator"]').getAttribute('x2')).toBe('306');
     const flash = page.locator('.panel[data-window="frmShortKeyFlash"]');
     expect(await flash.locator('.caption-bar').isHidden()).toBe(true);
-    expect(Number(await flash.evaluate((element) => getComputedStyle(element).zIndex))).toBeGreaterThan(
-      Number(await main.evaluate((element) => getComputedStyle(element).zIndex)),
-    );
+    expect(await z(page, 'frmShortKeyFlash')).toBeGreaterThan(await z(page, 'frmAddIn'));
     expect(await page.locator('.host-menu-bar [data-command="orvonet"]').innerText()).toBe('Orvonet');
   });
 
@@ -105,9 +105,7 @@ describe('ORVO windows in the page', () => {
 
     fake.send({ type: 'window', window: 'frmShortKeyFlash', property: 'topMost', value: false });
     fake.send({ type: 'front', window: 'frmAddIn' });
-    const z = (name: string) =>
-      page.locator(`.panel[data-window="${name}"]`).evaluate((element) => Number(getComputedStyle(element).zIndex));
-    await expect.poll(async () => (await z('frmAddIn')) > (await z('frmShortKeyFlash'))).toBe(true);
+    await expect.poll(async () => (await z(page, 'frmAddIn')) > (await z(page, 'frmShortKeyFlash'))).toBe(true);
     fake.send({ type: 'close', window: 'frmShortKeyFlash' });
     await page.locator('.panel[data-window="frmShortKeyFlash"]').waitFor({ state: 'detached' });
   });
