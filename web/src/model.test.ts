@@ -53,12 +53,8 @@ describe('the page’s model of the desktop', () => {
 
   it('keeps the last lines of appended text by the same rule as orvo', () => {
     const cases: [string, number, string][] = [
-      ['', 2, ''],
-      ['a\nb\n', 2, 'a\nb\n'],
-      ['a\nb\nc\n', 2, 'b\nc\n'],
-      ['a\nb\nc\nunfinished', 2, 'b\nc\nunfinished'],
-      ['a\nb\n', 0, ''],
+      ['', 2, ''], ['a\nb\n', 2, 'a\nb\n'], ['a\nb\nc\n', 2, 'b\nc\n'], ['a\nb\nc\nunfinished', 2, 'b\nc\nunfinished'], ['a\nb\n', 0, ''],
     ];
-    for (const [text, keep, kept] of cases) expect(keepLastLines(text, keep)).toBe(kept);
+    for (const [text, keep, kept] of cases) expect(keepLastLines(text, keep), JSON.stringify([text, keep])).toBe(kept);
   });
 });

@@ -2,18 +2,13 @@ import { describe, expect, it } from 'vitest';
 import { accessKeyOf, parseCaption } from './accessKeys';
 
 describe('captions with access keys', () => {
-  it('underline the letter after & and drop the marker', () => {
-    expect(parseCaption('Orvo&net')).toEqual({ text: 'Orvonet', index: 4, key: 'n' });
-    expect(parseCaption('&GPS Start')).toEqual({ text: 'GPS Start', index: 0, key: 'g' });
-    expect(parseCaption('S&atellite').key).toBe('a');
-  });
-
-  it('keep && as an ampersand, use only the first marker, and accept captions without one', () => {
-    expect(parseCaption('Pins && &Routes')).toEqual({ text: 'Pins & Routes', index: 7, key: 'r' });
-    expect(parseCaption('&One &Two')).toEqual({ text: 'One Two', index: 0, key: 'o' });
-    expect(parseCaption('Speed:')).toEqual({ text: 'Speed:', index: -1, key: '' });
-    expect(parseCaption('Trailing&')).toEqual({ text: 'Trailing', index: -1, key: '' });
-    expect(parseCaption('')).toEqual({ text: '', index: -1, key: '' });
+  it('underline the letter after the first &, keep && as an ampersand, and accept captions without one', () => {
+    const cases: [string, string, number, string][] = [
+      ['Orvo&net', 'Orvonet', 4, 'n'], ['&GPS Start', 'GPS Start', 0, 'g'], ['S&atellite', 'Satellite', 1, 'a'],
+      ['Pins && &Routes', 'Pins & Routes', 7, 'r'], ['&One &Two', 'One Two', 0, 'o'],
+      ['Speed:', 'Speed:', -1, ''], ['Trailing&', 'Trailing', -1, ''], ['', '', -1, ''],
+    ];
+    for (const [caption, text, index, key] of cases) expect(parseCaption(caption), caption).toEqual({ text, index, key });
   });
 
   it('are picked by Alt with the letter, whatever the layout makes of it', () => {

@@ -7,15 +7,12 @@ describe('modal questions', () => {
   });
 
   it('join the chosen name to the folder shown, unless it is a full path', () => {
-    expect(joinPath('/home/driver', 'drive.nmea')).toBe('/home/driver/drive.nmea');
-    expect(joinPath('/', 'drive.nmea')).toBe('/drive.nmea');
-    expect(joinPath('/home/driver', '/tmp/x.nmea')).toBe('/tmp/x.nmea');
+    const joined = [joinPath('/home/driver', 'drive.nmea'), joinPath('/', 'drive.nmea'), joinPath('/home/driver', '/tmp/x.nmea')];
+    expect(joined).toEqual(['/home/driver/drive.nmea', '/drive.nmea', '/tmp/x.nmea']);
   });
 
   it('go up from the folder shown, down to the root', () => {
-    expect(parentFolder('/home/driver/trips/')).toBe('/home/driver');
-    expect(parentFolder('/home')).toBe('/');
-    expect(parentFolder('/')).toBe('/');
+    expect([parentFolder('/home/driver/trips/'), parentFolder('/home'), parentFolder('/')]).toEqual(['/home/driver', '/', '/']);
   });
 
   it('show sizes in bytes, KB and MB', () => {

@@ -23,23 +23,15 @@ describe('units of the windows', () => {
 });
 
 describe('scroll bars', () => {
-  it('step by the small or large change and stop at the ends', () => {
-    expect(steppedValue(2, 0, 10, 1, true)).toBe(3);
-    expect(steppedValue(2, 0, 10, 5, false)).toBe(0);
-    expect(steppedValue(10, 0, 10, 1, true)).toBe(10);
+  it('step by the small or large change, stop at the ends, and work the other way round when min is above max', () => {
+    // [value, min, max, change, up, the value after the step]
+    const steps = [[2, 0, 10, 1, true, 3], [2, 0, 10, 5, false, 0], [10, 0, 10, 1, true, 10], [5, 10, 0, 1, true, 4], [10, 10, 0, 1, false, 10]] as const;
+    for (const [value, min, max, change, up, after] of steps)
+      expect(steppedValue(value, min, max, change, up), `${value} ${up ? 'up' : 'down'} in ${min}..${max}`).toBe(after);
   });
 
-  it('work the other way round when min is above max', () => {
-    expect(steppedValue(5, 10, 0, 1, true)).toBe(4);
-    expect(steppedValue(10, 10, 0, 1, false)).toBe(10);
-    expect(fractionOfValue(10, 10, 0)).toBe(0);
-    expect(valueAtFraction(10, 0, 1)).toBe(0);
-  });
-
-  it('map the thumb position to whole values within the range', () => {
-    expect(valueAtFraction(0, 10, 0.26)).toBe(3);
-    expect(valueAtFraction(0, 10, 1.7)).toBe(10);
-    expect(fractionOfValue(5, 0, 10)).toBe(0.5);
-    expect(fractionOfValue(3, 3, 3)).toBe(0);
+  it('map the thumb position to whole values within the range, and back, either way round', () => {
+    expect([valueAtFraction(0, 10, 0.26), valueAtFraction(0, 10, 1.7), valueAtFraction(10, 0, 1)]).toEqual([3, 10, 0]);
+    expect([fractionOfValue(5, 0, 10), fractionOfValue(3, 3, 3), fractionOfValue(10, 10, 0)]).toEqual([0.5, 0, 0]);
   });
 });

@@ -2,21 +2,16 @@
 // drawn by the WebGL layer from the symbol atlas, and clicks, right-clicks and the balloon's
 // close box come back as `pin` messages.
 import type { Page } from 'playwright-core';
-import { beforeEach, describe, expect, it } from 'vitest';
+import { describe, expect } from 'vitest';
 import { snapshot } from './fixtures';
-import { scriptedPages, type FakeOrvo } from './scriptedOrvo';
+import { scriptedPages } from './sessions';
 
 const VIEW = { lat: 43.7384, lon: 7.4246, zoom: 15 };
 const R = 6378137;
 const RESOLUTION = (2 * Math.PI * R) / 256 / 2 ** VIEW.zoom;
 
 // The place under a pixel of the page, and back: the page's map is its whole stage.
-interface Stage {
-  x: number;
-  y: number;
-  width: number;
-  height: number;
-}
+type Stage = { x: number; y: number; width: number; height: number };
 const mercatorY = (lat: number) => R * Math.log(Math.tan(Math.PI / 4 + (lat * Math.PI) / 360));
 function placeAt(stage: Stage, px: number, py: number): [number, number] {
   const lon = VIEW.lon + (((px - stage.x - stage.width / 2) * RESOLUTION) / R) * (180 / Math.PI);
@@ -35,9 +30,7 @@ async function pixels(page: Page, x: number, y: number, size: number): Promise<(
     const image = new Image();
     image.src = `data:image/png;base64,${base64}`;
     await image.decode();
-    const canvas = document.createElement('canvas');
-    canvas.width = image.width;
-    canvas.height = image.height;
+    const canvas = Object.assign(document.createElement('canvas'), { width: image.width, height: image.height });
     const context = canvas.getContext('2d') as CanvasRenderingContext2D;
     context.drawImage(image, 0, 0);
     return Array.from(context.getImageData(0, 0, image.width, image.height).data);
@@ -56,28 +49,19 @@ function colourKind([r, g, b]: number[]): string {
 }
 
 describe('pushpins in the page', () => {
-  const session = scriptedPages({ ...snapshot([]), mapView: VIEW }, (page) =>
+  const it = scriptedPages({ ...snapshot([]), mapView: VIEW }, (page) =>
     expect.poll(() => page.evaluate(() => document.body.dataset.snapshots)).toBe('1'),
-  );
-  let page: Page;
-  let fake: FakeOrvo;
-  let stage: Stage;
-  beforeEach(async () => {
-    ({ page, fake } = session);
-    stage = (await page.locator('#map').boundingBox()) as Stage;
-  });
+  ).extend<{ stage: Stage }>({ stage: async ({ page }, use) => use((await page.locator('#map').boundingBox()) as Stage) });
 
-  it('draws 100,000 pins sent in parts, each symbol from its own cell, and finds the one clicked', async () => {
+  it('draws 100,000 pins sent in parts, each symbol from its own cell, and finds the one clicked', async ({ page, fake, stage }) => {
     // A field of blue squares from the lower half on, most of it beyond the view, 5,000 to a
     // part as a connecting page gets them.
     fake.send({ type: 'pins', reset: true });
     const top = Math.round(stage.y + stage.height / 2) + 20;
-    for (let part = 0; part < 20; part++) {
-      const add = [];
-      for (let i = part * 5000; i < (part + 1) * 5000; i++)
-        add.push(pin(stage, 1000 + i, stage.x + 20 + (i % 400) * 12, top + Math.floor(i / 400) * 12, 11));
-      fake.send({ type: 'pins', add });
-    }
+    const squares = Array.from({ length: 100_000 }, (_, i) =>
+      pin(stage, 1000 + i, stage.x + 20 + (i % 400) * 12, top + Math.floor(i / 400) * 12, 11),
+    );
+    for (let part = 0; part < 20; part++) fake.send({ type: 'pins', add: squares.slice(part * 5000, (part + 1) * 5000) });
     // Known symbols in a row above: grey, red, yellow, green circles and arrows N, E, S, W.
     const row = Math.round(stage.y + stage.height / 4);
     const column = (n: number) => Math.round(stage.x + 100 + n * 60);
@@ -91,29 +75,22 @@ describe('pushpins in the page', () => {
     // Each arrow is wider 4 px ahead of its middle (the head) than 4 px behind (the shaft).
     const arrows: [number, number, number][] = [[4, 0, -1], [5, 1, 0], [6, 0, 1], [7, -1, 0]];
     for (const [n, dx, dy] of arrows) {
-      const width = (ahead: number) => {
-        let count = 0;
-        for (let s = -12; s <= 12; s++) {
-          const px = column(n) + dx * ahead + (dy !== 0 ? s : 0);
-          const py = row + dy * ahead + (dx !== 0 ? s : 0);
-          if (colourKind(read(px, py)) === 'orange') count++;
-        }
-        return count;
-      };
+      // The orange pixels on the 25 across the arrow, AHEAD px before its middle.
+      const across = (ahead: number) =>
+        Array.from({ length: 25 }, (_, i) => [column(n) + dx * ahead + (dy ? i - 12 : 0), row + dy * ahead + (dx ? i - 12 : 0)]);
+      const width = (ahead: number) => across(ahead).filter(([px, py]) => colourKind(read(px, py)) === 'orange').length;
       expect(width(4), `arrow ${known[n]}`).toBeGreaterThan(width(-4) + 3);
     }
     // The field is drawn, and a click on one of its pins names that pin.
     const field = await pixels(page, stage.x + 20, top, 100);
-    let blue = 0;
-    for (let py = top; py < top + 100; py++)
-      for (let px = stage.x + 20; px < stage.x + 120; px++) if (colourKind(field(px, py)) === 'blue') blue++;
-    expect(blue).toBeGreaterThan(100 * 100 * 0.3);
+    const box = Array.from({ length: 100 * 100 }, (_, i) => field(stage.x + 20 + (i % 100), top + Math.floor(i / 100)));
+    expect(box.filter((rgb) => colourKind(rgb) === 'blue').length).toBeGreaterThan(100 * 100 * 0.3);
     expect(await page.evaluate(() => document.body.dataset.snapshots)).toBe('1');
     await page.mouse.click(stage.x + 20 + 12 * 57, top + 12 * 15 + 4);
     expect(await fake.next('pin')).toEqual({ type: 'pin', id: 1000 + 15 * 400 + 57, action: 'balloon', state: 2 });
   }, 180000); // software WebGL on a busy machine draws 100,000 pins slowly
 
-  it('opens and closes balloons, deletes a pin and edits its properties from the right-click menu', async () => {
+  it('opens and closes balloons, deletes a pin and edits its properties from the right-click menu', async ({ page, fake, stage }) => {
     const x = Math.round(stage.x + stage.width / 2);
     const y = Math.round(stage.y + stage.height / 2);
     const warnings: string[] = [];

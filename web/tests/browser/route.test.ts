@@ -1,18 +1,20 @@
-// The route planner against a real orvo and the Monaco region: waypoints found by name and added
-// by right-clicks on the map, the route calculated by Routino and drawn with its directions, the preference
-// and the order changed, a point at sea refused with a message, the route kept over a reload, a
-// route imported from GPX.
+// The route planner against a real orvo and the Monaco region, the route calculated by Routino;
+// a route imported from GPX.
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { describe, expect, it } from 'vitest';
-import { orvoWithRegions } from './sessions';
+import { dataHomeWithRegions } from './harness';
+import { browserPerTest } from './sessions';
 
 describe('the route planner', () => {
-  const session = orvoWithRegions((dataHome) => ['--map', join(dataHome, 'orvo/route.orvomap')]);
+  const session = browserPerTest();
 
   it('plans, calculates, reorders and keeps a route, and says why a point at sea cannot be reached', async () => {
+    const dataHome = dataHomeWithRegions();
+    session.removeLater(dataHome);
+    const orvo = await session.start({ dataHome, arguments: ['--map', join(dataHome, 'orvo/route.orvomap')] });
     const { page } = session.browser;
-    await page.goto(session.orvo.url);
+    await page.goto(orvo.url);
     await expect.poll(() => page.evaluate(() => document.body.dataset.route)).toBe('0:0');
     const stage = (await page.locator('#map').boundingBox())!;
     // Near the region's centre, right of the planner: streets of Monaco at zoom 14.
@@ -73,10 +75,10 @@ describe('the route planner', () => {
     // File > Import GPX...: another program's route becomes the map's; a broken file is refused.
     const gpx = (body: string) => `<?xml version="1.0"?><gpx version="1.1" xmlns="http://www.topografix.com/GPX/1/1">${body}</gpx>`;
     writeFileSync(
-      join(session.dataHome, 'orvo/trip.gpx'),
+      join(dataHome, 'orvo/trip.gpx'),
       gpx('<rte><rtept lat="43.7397" lon="7.4275"><name>Casino</name></rtept><rtept lat="43.7285" lon="7.4150"><name>Fontvieille</name></rtept></rte>'),
     );
-    writeFileSync(join(session.dataHome, 'orvo/broken.gpx'), gpx('<rte><rtept lat="north" lon="7"/></rte>'));
+    writeFileSync(join(dataHome, 'orvo/broken.gpx'), gpx('<rte><rtept lat="north" lon="7"/></rte>'));
     const importGpx = async (file: string) => {
       await page.keyboard.press('Alt+F');
       await page.locator('.host-file-menu .menu-item', { hasText: 'Import GPX...' }).click();

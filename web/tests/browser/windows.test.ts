@@ -1,22 +1,22 @@
-// The page draws what orvo sends and reports what the user does. Here the test plays orvo on
-// the WebSocket (the page itself still comes from a real orvo), so every message both ways can
-// be checked.
-import { mkdirSync, writeFileSync } from 'node:fs';
+// The page draws what orvo sends and reports what the user does, with the test playing orvo on
+// the WebSocket; it plays the guidance sounds in order, each to its end, and a beep for one that
+// cannot be played, and new speech cuts off the old.
+import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
+import { fileURLToPath } from 'node:url';
 import type { Page } from 'playwright-core';
-import { beforeEach, describe, expect, it } from 'vitest';
+import { describe, expect } from 'vitest';
 import { snapshot } from './fixtures';
-import { scriptedPages, type FakeOrvo } from './scriptedOrvo';
+import { drag, scriptedPages } from './sessions';
+
+const CHIME = fileURLToPath(new URL('../../../data/DEFAULT.WAV', import.meta.url));
 
 describe('ORVO windows in the page', () => {
-  const session = scriptedPages(snapshot(), (page) => page.locator('.panel[data-window="frmAddIn"]').waitFor());
-  let page: Page;
-  let fake: FakeOrvo;
-  beforeEach(() => {
-    ({ page, fake } = session);
-  });
+  const it = scriptedPages(snapshot(), (page) => page.locator('.panel[data-window="frmAddIn"]').waitFor());
+  const z = (page: Page, name: string) =>
+    page.locator(`.panel[data-window="${name}"]`).evaluate((element) => Number(getComputedStyle(element).zIndex));
 
-  it('draws the windows and controls of the snapshot', async () => {
+  it('draws the windows and controls of the snapshot', async ({ page }) => {
     const main = page.locator('.panel[data-window="frmAddIn"]');
     expect(await main.locator('.caption-text').innerText()).toBe('ORVO');
     expect(await main.locator('[data-control="lblSpeed"]').innerText()).toBe('47.3 km/h');
@@ -33,13 +33,11 @@ describe('ORVO windows in the page', () => {
     expect(await main.locator('line[data-control="linSeparator"]').getAttribute('x2')).toBe('306');
     const flash = page.locator('.panel[data-window="frmShortKeyFlash"]');
     expect(await flash.locator('.caption-bar').isHidden()).toBe(true);
-    expect(Number(await flash.evaluate((element) => getComputedStyle(element).zIndex))).toBeGreaterThan(
-      Number(await main.evaluate((element) => getComputedStyle(element).zIndex)),
-    );
+    expect(await z(page, 'frmShortKeyFlash')).toBeGreaterThan(await z(page, 'frmAddIn'));
     expect(await page.locator('.host-menu-bar [data-command="orvonet"]').innerText()).toBe('Orvonet');
   });
 
-  it('reports clicks, changes, keys and window moves, and shows only what orvo answers', async () => {
+  it('reports clicks, changes, keys and window moves, and shows only what orvo answers', async ({ page, fake }) => {
     const main = page.locator('.panel[data-window="frmAddIn"]');
     await main.locator('[data-control="chkTrkOnMap"]').click();
     expect(await fake.next('event', (m) => m.control === 'chkTrkOnMap' && m.event === 'click')).toMatchObject({ window: 'frmAddIn' });
@@ -73,12 +71,8 @@ describe('ORVO windows in the page', () => {
     expect(await fake.next('event', (m) => m.control === 'chkTrkOnMap' && m.event === 'click')).toBeTruthy();
     expect(fake.of('key').filter((key) => key.keyCode === 75)).toEqual([]);
 
-    const bar = await main.locator('.caption-bar').boundingBox();
-    if (!bar) throw new Error('no caption bar');
-    await page.mouse.move(bar.x + 40, bar.y + 10);
-    await page.mouse.down();
-    await page.mouse.move(bar.x + 40, bar.y + 160, { steps: 4 });
-    await page.mouse.up();
+    const bar = (await main.locator('.caption-bar').boundingBox())!;
+    await drag(page, bar.x + 40, bar.y + 10, 0, 150, 4);
     expect(await fake.next('move')).toMatchObject({ window: 'frmAddIn', left: 24, top: 174 });
     await main.locator('.close-box').click();
     expect(await fake.next('close')).toMatchObject({ window: 'frmAddIn' });
@@ -88,7 +82,7 @@ describe('ORVO windows in the page', () => {
     expect(await fake.next('command')).toMatchObject({ id: 'orvonet' });
   });
 
-  it('pops up menus, asks questions and follows the z-order orvo gives', async () => {
+  it('pops up menus, asks questions and follows the z-order orvo gives', async ({ page, fake }) => {
     fake.send({ type: 'popup', window: 'frmAddIn', menu: 'mnuCompass', x: 1500, y: 1500 });
     const menu = page.locator('.popup-menu[data-window="frmAddIn"]');
     await menu.waitFor();
@@ -111,14 +105,12 @@ describe('ORVO windows in the page', () => {
 
     fake.send({ type: 'window', window: 'frmShortKeyFlash', property: 'topMost', value: false });
     fake.send({ type: 'front', window: 'frmAddIn' });
-    const z = (name: string) =>
-      page.locator(`.panel[data-window="${name}"]`).evaluate((element) => Number(getComputedStyle(element).zIndex));
-    await expect.poll(async () => (await z('frmAddIn')) > (await z('frmShortKeyFlash'))).toBe(true);
+    await expect.poll(async () => (await z(page, 'frmAddIn')) > (await z(page, 'frmShortKeyFlash'))).toBe(true);
     fake.send({ type: 'close', window: 'frmShortKeyFlash' });
     await page.locator('.panel[data-window="frmShortKeyFlash"]').waitFor({ state: 'detached' });
   });
 
-  it('offers a multi-line box\'s whole text on a right click', async () => {
+  it('offers a multi-line box\'s whole text on a right click', async ({ page, fake }) => {
     fake.send({ type: 'set', window: 'frmAddIn', control: 'SSTab', property: 'tab', value: 3 });
     const log = page.locator('[data-control="txtLog"]');
     await log.waitFor();
@@ -130,24 +122,13 @@ describe('ORVO windows in the page', () => {
     await expect.poll(() => page.evaluate(() => navigator.clipboard.readText())).toBe('first line\nsecond line');
   });
 
-  it('chooses a file on the machine orvo runs on', async () => {
-    const folder = join(session.orvo.folder, 'trips');
+  it('chooses a file on the machine orvo runs on', async ({ orvo, page, fake }) => {
+    const folder = join(orvo.folder, 'trips');
     mkdirSync(join(folder, 'Monaco'), { recursive: true });
     writeFileSync(join(folder, 'drive.nmea'), '$GPRMC\n');
     writeFileSync(join(folder, 'notes.txt'), 'notes');
-    fake.send({
-      type: 'modal',
-      id: 3,
-      kind: 'file',
-      title: 'Open NMEA file',
-      filters: [
-        { name: 'NMEA (*.nmea)', patterns: ['*.nmea'] },
-        { name: 'All (*.*)', patterns: ['*.*'] },
-      ],
-      folder,
-      fileName: '',
-      forSaving: false,
-    });
+    const filters = [{ name: 'NMEA (*.nmea)', patterns: ['*.nmea'] }, { name: 'All (*.*)', patterns: ['*.*'] }];
+    fake.send({ type: 'modal', id: 3, kind: 'file', title: 'Open NMEA file', filters, folder, fileName: '', forSaving: false });
     const chooser = page.locator('.modal-backdrop[data-modal="3"]');
     const names = () => chooser.locator('.entry').evaluateAll((rows) => rows.map((row) => (row as HTMLElement).dataset.name));
     await expect.poll(names).toEqual(['Monaco', 'drive.nmea']);
@@ -164,5 +145,33 @@ describe('ORVO windows in the page', () => {
     await chooser.locator('.entry[data-name="drive.nmea"]').click();
     await chooser.locator('.dialog-button', { hasText: 'Open' }).click();
     expect(await fake.next('answer')).toEqual({ type: 'answer', id: 3, path: join(folder, 'drive.nmea') });
+  });
+
+  const played = (page: Page) =>
+    page.evaluate(() => (window.orvoGuideAudio ?? []).map((e) => `${e.kind} ${e.src ?? ''}`.trim()));
+
+  it('plays the sounds one after the other and beeps for one it cannot play', async ({ orvo, page, fake }) => {
+    const own = join(orvo.folder, 'my chime.wav');
+    copyFileSync(CHIME, own);
+    const ownAddress = `/userfile?path=${encodeURIComponent(own)}`;
+    fake.send({ type: 'sound', sounds: ['/data/DEFAULT.WAV', '/data/NOSUCH.WAV', ownAddress] });
+    const defaultThenMissing = ['play /data/DEFAULT.WAV', 'ended /data/DEFAULT.WAV', 'play /data/NOSUCH.WAV', 'beep'];
+    await expect.poll(() => played(page)).toEqual([...defaultThenMissing, `play ${ownAddress}`, `ended ${ownAddress}`]);
+  });
+
+  it('reports the mouse moving with a button down over a borderless window, which orvo drags', async ({ page, fake }) => {
+    const box = (await page.locator('.panel[data-window="frmShortKeyFlash"] [data-control="lblMsg"]').boundingBox())!;
+    await drag(page, box.x + 10, box.y + 5, 20, 10); // the first move, with no button, sends nothing
+    const moves = () =>
+      fake.of('event').filter((m) => m.event === 'mousemove' || m.event === 'mousedown').map((m) => [m.event, m.x, m.y]);
+    await expect.poll(moves).toEqual([['mousedown', 150, 75], ['mousemove', 450, 225]]);
+  });
+
+  it('cuts off the speech playing when new speech or a stop comes', async ({ page, fake }) => {
+    const wav = readFileSync(CHIME).toString('base64');
+    fake.send({ type: 'speech', wav });
+    fake.send({ type: 'speech', wav });
+    fake.send({ type: 'speech' });
+    await expect.poll(() => played(page)).toEqual(['speech', 'speechstop', 'speech', 'speechstop']);
   });
 });
