@@ -2,6 +2,7 @@
 // bundled Monaco extract imported by `orvo region import` with the real planetsplitter and
 // tilemaker, and the region it makes, its sea read back from the water layer of its tiles.
 #include <signal.h>
+#include <sys/wait.h>
 
 #include <cmath>
 #include <cstring>
@@ -12,7 +13,6 @@
 #include "host/map/MbTiles.hpp"
 #include "host/map/Region.hpp"
 #include "host/map/RegionSea.hpp"
-#include "tests/BuildPaths.hpp"
 #include "tests/map/MapTestSupport.hpp"
 
 namespace orvo::host::map {
@@ -95,8 +95,6 @@ bool InWaterAt(const std::string& tile, const TileAddress& address, const GeoPoi
   return false;
 }
 
-constexpr GeoBounds kBox{0.0, 0.0, 10.0, 10.0};
-
 bool InSea(const std::vector<SeaPolygon>& sea, const SeaPoint& point) {
   for (const SeaPolygon& polygon : sea) {
     if (!RingContains(polygon.outer, point)) continue;
@@ -108,54 +106,42 @@ bool InSea(const std::vector<SeaPolygon>& sea, const SeaPoint& point) {
   return false;
 }
 
+using Coast = std::vector<SeaLine>;
+using Points = std::vector<SeaPoint>;
 struct SeaCase {
   const char* what;
-  std::vector<SeaLine> coastline;
-  std::vector<SeaPoint> sea;
-  std::vector<SeaPoint> land;
+  Coast coastline;
+  Points sea, land;
 };
 
 TEST(RegionSea, CoastlinesCloseWithTheSeaOnTheirRight) {
   const SeaLine island{{4, 4}, {6, 4}, {6, 6}, {4, 6}, {4, 4}};  // anticlockwise: land inside
   const SeaLine lake{{4, 4}, {4, 6}, {6, 6}, {6, 4}, {4, 4}};    // clockwise: water inside
+  // Each case: its coastline ways, then points that must be sea, then points that must be land.
   const std::vector<SeaCase> cases{
       {"a coast running east", {{{-1, 5}, {11, 5}}}, {{5, 2}, {9.9, 0.1}}, {{5, 8}, {0.1, 9.9}}},
       {"a coast running west", {{{11, 5}, {-1, 5}}}, {{5, 8}}, {{5, 2}}},
       {"ways in any order", {{{5, 5}, {11, 5}}, {{-1, 5}, {5, 5}}}, {{5, 2}}, {{5, 8}}},
-      {"ends cut short inside go on to the nearest edge",
-       {{{0.5, 5}, {5, 4}, {9.5, 5}}},
-       {{5, 2}, {0.2, 4}},
-       {{5, 8}, {0.2, 6}}},
-      {"a bay open to the north",
-       {{{7, 11}, {7, 3}, {3, 3}, {3, 11}}},
-       {{5, 6}, {5, 9.9}},
-       {{1, 5}, {9, 5}, {5, 1}}},
-      {"a peninsula reaching in from the north",
-       {{{3, 11}, {3, 3}, {7, 3}, {7, 11}}},
-       {{1, 5}, {9, 5}, {5, 1}, {0.1, 9.9}},
-       {{5, 6}}},
-      {"a strait between two coasts",
-       {{{11, 3}, {-1, 3}}, {{-1, 7}, {11, 7}}},
-       {{5, 5}, {0.1, 5}},
-       {{5, 1}, {5, 9}}},
+      {"ends cut short inside go on to the nearest edge", Coast{{{0.5, 5}, {5, 4}, {9.5, 5}}},
+       Points{{5, 2}, {0.2, 4}}, Points{{5, 8}, {0.2, 6}}},
+      {"a bay open to the north", Coast{{{7, 11}, {7, 3}, {3, 3}, {3, 11}}},
+       Points{{5, 6}, {5, 9.9}}, Points{{1, 5}, {9, 5}, {5, 1}}},
+      {"a peninsula reaching in from the north", Coast{{{3, 11}, {3, 3}, {7, 3}, {7, 11}}},
+       Points{{1, 5}, {9, 5}, {5, 1}, {0.1, 9.9}}, Points{{5, 6}}},
+      {"a strait between two coasts", Coast{{{11, 3}, {-1, 3}}, {{-1, 7}, {11, 7}}},
+       Points{{5, 5}, {0.1, 5}}, Points{{5, 1}, {5, 9}}},
       {"an island in open sea", {island}, {{1, 1}, {5, 3}}, {{5, 5}}},
       {"water closed in by land", {lake}, {{5, 5}}, {{1, 1}}},
-      {"an island off a coast",
-       {{{-1, 5}, {11, 5}}, {{4, 1}, {6, 1}, {6, 2}, {4, 2}, {4, 1}}},
-       {{5, 0.5}, {5, 3}},
-       {{5, 1.5}, {5, 8}}},
-      {"an island cut by the box's edge",
-       {{{8, 4}, {12, 4}, {12, 6}, {8, 6}, {8, 4}}},
-       {{5, 5}, {9, 2}},
-       {{9, 5}}},
-      {"the box on a large island",
-       {{{-5, -5}, {15, -5}, {15, 15}, {-5, 15}, {-5, -5}}},
-       {},
-       {{5, 5}}},
+      {"an island off a coast", Coast{{{-1, 5}, {11, 5}}, {{4, 1}, {6, 1}, {6, 2}, {4, 2}, {4, 1}}},
+       Points{{5, 0.5}, {5, 3}}, Points{{5, 1.5}, {5, 8}}},
+      {"an island cut by the box's edge", Coast{{{8, 4}, {12, 4}, {12, 6}, {8, 6}, {8, 4}}},
+       Points{{5, 5}, {9, 2}}, Points{{9, 5}}},
+      {"the box on a large island", Coast{{{-5, -5}, {15, -5}, {15, 15}, {-5, 15}, {-5, -5}}},
+       Points{}, Points{{5, 5}}},
       {"no coastline", {}, {}, {{5, 5}}},
   };
   for (const SeaCase& test : cases) {
-    const std::vector<SeaPolygon> sea = BuildSea(test.coastline, kBox);
+    const std::vector<SeaPolygon> sea = BuildSea(test.coastline, {0.0, 0.0, 10.0, 10.0});
     for (const SeaPoint& point : test.sea)
       EXPECT_TRUE(InSea(sea, point)) << test.what << ": " << point.x << "," << point.y;
     for (const SeaPoint& point : test.land)
@@ -261,27 +247,22 @@ TEST_F(RegionImport, TheSeaIsWaterAndTheLandIsNot) {
 
 TEST_F(RegionImport, InterruptedImportLeavesNothingBehind) {
   orvo::testing::TempFolder home;
-  int pipeEnds[2];
-  ASSERT_EQ(::pipe(pipeEnds), 0);
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::dup2(pipeEnds[1], STDOUT_FILENO);
-    ::setenv("XDG_DATA_HOME", home.Path().c_str(), 1);
-    ::execl(ORVO_BINARY, "orvo", "region", "import", testing::MonacoSource().c_str(), "--name",
-            "cut", static_cast<char*>(nullptr));
-    ::_exit(127);
-  }
-  ::close(pipeEnds[1]);
-  FILE* output = ::fdopen(pipeEnds[0], "r");
-  std::array<char, 256> line{};  // interrupted once the routing step has begun
+  // The shell says its process id, then becomes the import.
+  using orvo::testing::ShellQuote;
+  const std::string command = "echo $$; XDG_DATA_HOME=" + ShellQuote(home.Path().string()) +
+                              " exec " + ShellQuote(ORVO_BINARY) + " region import " +
+                              ShellQuote(testing::MonacoSource().string()) + " --name cut";
+  FILE* output = ::popen(command.c_str(), "r");
+  std::array<char, 256> line{};
+  ASSERT_TRUE(std::fgets(line.data(), line.size(), output));
+  const pid_t importer = std::stoi(line.data());
+  // Interrupted once the routing step has begun.
   while (std::fgets(line.data(), line.size(), output) && !std::strstr(line.data(), "[1/5]")) {
   }
-  ::kill(child, SIGINT);
+  ::kill(importer, SIGINT);
   while (std::fgetc(output) != EOF) {
   }
-  std::fclose(output);
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  const int status = ::pclose(output);
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status;
   EXPECT_TRUE(fs::is_empty(home.Path() / "orvo/regions"));
 }
