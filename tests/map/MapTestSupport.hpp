@@ -4,13 +4,11 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/file.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <boost/beast/zlib/inflate_stream.hpp>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -48,6 +46,20 @@ inline void WriteFile(const fs::path& file, const std::string& text) {
 }
 inline fs::path MonacoSource() {
   return fs::path(ORVO_SOURCE_DIR) / "data/regions/monaco.osm.pbf";
+}
+
+// What gpsbabel, an independent reader, makes of GPX file GPX as unicsv (with OPTIONS, such as -r
+// for its routes), its lines ended with line feeds; throws when gpsbabel fails.
+inline std::string Gpsbabel(const fs::path& gpx, const std::string& options = "") {
+  const std::string command = "gpsbabel " + options + " -i gpx -f " +
+                              orvo::testing::ShellQuote(gpx.string()) + " -o unicsv -F - 2>&1";
+  std::string read;
+  FILE* pipe = ::popen(command.c_str(), "r");
+  for (char buffer[4096]; const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe);)
+    read.append(buffer, count);
+  if (::pclose(pipe) != 0) throw std::runtime_error(command + ": " + read);
+  std::erase(read, '\r');  // unicsv ends its lines with CR LF
+  return read;
 }
 
 // An MBTiles file with METADATA and one tile of text per XYZ address in TILES.

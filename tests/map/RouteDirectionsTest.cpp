@@ -1,11 +1,14 @@
 // Routes calculated by Routino over the Monaco region, seen through the active route: the
-// directions tree, the three preferences, stops, failures, the after-calculation event, and
-// `orvo route`.
+// directions tree, the three preferences, stops, failures, the after-calculation event, the
+// route exchanged as GPX and JSON, and `orvo route`.
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "host/map/DocumentRoute.hpp"
+#include "host/map/Gpx.hpp"
 #include "host/map/MapGeometry.hpp"
 #include "tests/map/MapTestSupport.hpp"
 
@@ -77,9 +80,8 @@ class MonacoRoute : public ::testing::Test {
       EXPECT_GE(flat[index]->timeSeconds, index > 0 ? flat[index - 1]->timeSeconds : 0.0);
     }
     EXPECT_NEAR(distance, route_.Distance(), 1e-9);
-    for (std::size_t index = 1; index < tree.size(); ++index) {
+    for (std::size_t index = 1; index < tree.size(); ++index)
       EXPECT_GT(tree[index].timeSeconds, tree[index - 1].timeSeconds);
-    }
     EXPECT_DOUBLE_EQ(tree.back().timeSeconds, route_.TimeSeconds());
   }
 
@@ -91,17 +93,14 @@ class MonacoRoute : public ::testing::Test {
 };
 
 TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
-  struct Case {
-    SegmentPreference preference;
-    DistanceUnit unit;
-  };
   std::map<SegmentPreference, double> kmBy;
-  for (const Case test : {Case{SegmentPreference::Quickest, DistanceUnit::Kilometres},
-                          Case{SegmentPreference::Shortest, DistanceUnit::Miles},
-                          Case{SegmentPreference::Preferred, DistanceUnit::Kilometres}}) {
-    SCOPED_TRACE(static_cast<int>(test.preference));
-    host_.SetUnit(test.unit);
-    Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}}, test.preference);
+  for (const auto& [preference, unit] :
+       {std::pair{SegmentPreference::Quickest, DistanceUnit::Kilometres},
+        std::pair{SegmentPreference::Shortest, DistanceUnit::Miles},
+        std::pair{SegmentPreference::Preferred, DistanceUnit::Kilometres}}) {
+    SCOPED_TRACE(static_cast<int>(preference));
+    host_.SetUnit(unit);
+    Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}}, preference);
     route_.Calculate();
     ExpectWellFormed(2);
     // Again, with the road points found the first time.
@@ -109,8 +108,8 @@ TEST_F(MonacoRoute, AcrossMonacoInEveryPreferenceAndUnit) {
     route_.Calculate();
     EXPECT_EQ(route_.Distance(), first);
     // 1.8 km as the crow flies; the roads wind.
-    const double km = route_.Distance() * (test.unit == DistanceUnit::Miles ? 1.609344 : 1.0);
-    kmBy[test.preference] = km;
+    const double km = route_.Distance() * (unit == DistanceUnit::Miles ? 1.609344 : 1.0);
+    kmBy[preference] = km;
     EXPECT_GT(km, 1.8);
     EXPECT_LT(km, 4.0);
     const std::vector<Direction> tree = route_.Directions();
@@ -175,9 +174,7 @@ TEST_F(MonacoRoute, AStopArrivesAndLeavesAndEditsMakeTheRouteUncalculated) {
          EXPECT_FALSE(route_.IsOptimized());
          route_.Optimize();
          EXPECT_TRUE(route_.IsOptimized());
-         std::vector<std::string> names;
-         for (const Waypoint& waypoint : route_.Waypoints()) names.push_back(waypoint.name);
-         EXPECT_EQ(names,
+         EXPECT_EQ(testing::Names(host_.ActiveMap()->Plan()),
                    (std::vector<std::string>{"Casino", "Port", "Fontvieille", "Fontvieille west"}));
        }},
       {"clear", [&] { route_.Clear(); }},
@@ -223,6 +220,55 @@ TEST_F(MonacoRoute, ImpossibleRoutesSayWhy) {
   EXPECT_TRUE(later.IsCalculated());
 }
 
+// The route exchanged with other programs: `orvo map route` shows it while ORVO holds the document,
+// and exported as GPX, gpsbabel reads it and it comes back as the same route.
+TEST_F(MonacoRoute, ACalculatedRouteGoesOutWithItsDirectionsAndRoadAndComesBackAsTheSameRoute) {
+  Plan({{"Casino", kCasino}, {"Fontvieille", kFontvieille}});
+  route_.Calculate();
+  host_.Flush();
+  const RouteCalculation calculated = *host_.ActiveMap()->Plan().Calculation();
+  std::size_t directionCount = 0;
+  for (const Direction& waypoint : calculated.directions)
+    directionCount += 1 + waypoint.nested.size();  // its steps: two levels only
+  ASSERT_GE(directionCount, 4u);
+
+  const auto file = folder_.Path() / "route.orvomap";
+  const auto shown = orvo::testing::RunOrvo({"map", "route", "--map", file.string()});
+  ASSERT_EQ(shown.exitCode, 0) << shown.err;
+  const auto json = nlohmann::json::parse(shown.out);
+  EXPECT_EQ(json["waypoints"][0]["name"], "Casino");
+  EXPECT_EQ(json["waypoints"][1]["type"], "end");
+  EXPECT_EQ(json["calculated"], true);
+  EXPECT_DOUBLE_EQ(json["distanceKm"].get<double>(), calculated.distanceKm);
+  EXPECT_EQ(json["directions"][1]["nested"].size(), 0u);  // the end's: nothing after it
+  EXPECT_EQ(json["directions"][0]["nested"].size(), calculated.directions[0].nested.size());
+
+  const auto gpx = folder_.Path() / "routed.gpx";
+  const auto exported =
+      orvo::testing::RunOrvo({"map", "export", "--map", file.string(), gpx.string()});
+  ASSERT_EQ(exported.exitCode, 0) << exported.err;
+  // After gpsbabel's header: the waypoints' route, then every direction in order, then the road
+  // as a track.
+  std::vector<std::string> lines;
+  std::istringstream routePoints(testing::Gpsbabel(gpx, "-r"));
+  for (std::string line; std::getline(routePoints, line);) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 1 + 2 + directionCount);
+  EXPECT_NE(lines[1].find("\"Casino\""), std::string::npos) << lines[1];
+  EXPECT_NE(lines[2].find("\"Fontvieille\""), std::string::npos) << lines[2];
+  EXPECT_NE(lines[3].find(calculated.directions[0].text), std::string::npos);
+  EXPECT_NE(lines.back().find("Arrive at Fontvieille"), std::string::npos);
+  const std::string track = testing::Gpsbabel(gpx, "-t");
+  EXPECT_EQ(static_cast<std::size_t>(std::count(track.begin(), track.end(), '\n')),
+            1 + calculated.path.size());
+
+  // Read back into another map, the waypoints' route is the route again (not the directions).
+  MapDocument other(folder_.Path() / "other.orvomap");
+  ASSERT_EQ(ImportGpxRoute(other.Plan(), gpx), 2u);
+  EXPECT_EQ(testing::Names(other.Plan()), (std::vector<std::string>{"Casino", "Fontvieille"}));
+  EXPECT_DOUBLE_EQ(other.Plan().Waypoints()[1].location.latitudeDegrees,
+                   kFontvieille.latitudeDegrees);
+}
+
 TEST(RouteCommand, PrintsTheDirectionsAsJsonAndFailsClearly) {
   const orvo::testing::Environment environment{
       {"XDG_DATA_HOME", testing::SharedMonaco::Get().DataHome().string()}};
@@ -240,22 +286,18 @@ TEST(RouteCommand, PrintsTheDirectionsAsJsonAndFailsClearly) {
   EXPECT_GT(first["nested"].size(), 1u);
   EXPECT_LT(json["distance"].get<double>(), 4.0 / 1.609344);
 
-  struct Case {
-    std::vector<std::string> arguments;
-    int exitCode;
-    std::string message;
-  };
-  const std::vector<Case> cases = {
+  // The arguments, the exit code, and a part of the message.
+  const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases = {
       {{"route", "43.7397,7.4275", "43.7,7.47"}, 1, "No road a car can use is near the waypoint"},
       {{"route", "43.7397,7.4275"}, 2, "a route needs at least two points"},
       {{"route", "43.7397,7.4275", "north"}, 2, "\"north\" is not a point LAT,LON"},
       {{"route", "1,2", "3,4", "--preference", "scenic"}, 2, "--preference is quickest"},
       {{"route", "1,2", "3,4", "--region", "atlantis"}, 1, "no region \"atlantis\""},
   };
-  for (const Case& test : cases) {
-    const auto failed = orvo::testing::RunOrvo(test.arguments, environment);
-    EXPECT_EQ(failed.exitCode, test.exitCode) << test.message;
-    EXPECT_NE(failed.err.find(test.message), std::string::npos) << failed.err;
+  for (const auto& [arguments, exitCode, message] : cases) {
+    const auto failed = orvo::testing::RunOrvo(arguments, environment);
+    EXPECT_EQ(failed.exitCode, exitCode) << message;
+    EXPECT_NE(failed.err.find(message), std::string::npos) << failed.err;
     EXPECT_TRUE(failed.out.empty());
   }
 }

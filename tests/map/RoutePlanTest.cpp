@@ -1,29 +1,29 @@
 // The active route without a region: editing the waypoints, their types, the best order of the
-// stops, the route surviving a restart and an older file, and directions from made-up legs.
+// stops, the route surviving a restart and an older file, a route read from GPX, and directions
+// from made-up legs.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include "host/map/DocumentRoute.hpp"
+#include "host/map/Gpx.hpp"
 #include "host/map/MapHost.hpp"
 #include "host/map/RouteDirections.hpp"
-#include "tests/TestSupport.hpp"
 #include "tests/map/MapTestSupport.hpp"
 
 namespace orvo::host::map {
 namespace {
 
 namespace fs = std::filesystem;
-
+using testing::kCasino;
+using testing::kFontvieille;
 using testing::Names;
 
 TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
-  struct Case {
-    const char* what;
-    std::function<void(RoutePlan&)> edit;
-    std::vector<std::string> names;
-  };
   using enum WaypointType;
-  const std::vector<Case> cases = {
+  // Each edit of the route A, B, C, D, and the names it leaves.
+  using Edit = std::function<void(RoutePlan&)>;
+  static const std::vector<std::size_t> kSwapBAndC{0, 2, 1, 3};
+  const std::vector<std::tuple<const char*, Edit, std::vector<std::string>>> cases = {
       {"end to the front", [](RoutePlan& p) { p.Move(3, 0); }, {"D", "A", "B", "C"}},
       {"start back", [](RoutePlan& p) { p.Move(0, 2); }, {"B", "C", "A", "D"}},
       {"delete a stop", [](RoutePlan& p) { p.Delete(1); }, {"A", "C", "D"}},
@@ -31,11 +31,7 @@ TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
       {"start to end", [](RoutePlan& p) { p.SetType(0, End); }, {"B", "C", "D", "A"}},
       {"start to stop", [](RoutePlan& p) { p.SetType(0, Stop); }, {"B", "A", "C", "D"}},
       {"end to stop", [](RoutePlan& p) { p.SetType(3, Stop); }, {"A", "B", "D", "C"}},
-      {"reorder",
-       [](RoutePlan& p) {
-         p.Reorder({0, 2, 1, 3});
-       },
-       {"A", "C", "B", "D"}},
+      {"reorder", [](RoutePlan& p) { p.Reorder(kSwapBAndC); }, {"A", "C", "B", "D"}},
       {"an unnamed waypoint takes the lowest free number",
        [](RoutePlan& p) {
          p.Add({43.7, 7.4}, "");
@@ -45,19 +41,19 @@ TEST(RoutePlan, EditsKeepTypesByPositionAndReportEachRealChange) {
        },
        {"A", "B", "C", "D", "Waypoint 2", "Waypoint 1"}},
   };
-  for (const Case& test : cases) {
+  for (const auto& [what, edit, names] : cases) {
     int changes = 0;
     RoutePlan plan([&changes] { ++changes; });
     for (const char* name : {"A", "B", "C", "D"}) plan.Add({43.7, 7.4}, name);
     changes = 0;
-    test.edit(plan);
-    EXPECT_EQ(Names(plan), test.names) << test.what;
-    EXPECT_GE(changes, 1) << test.what;
+    edit(plan);
+    EXPECT_EQ(Names(plan), names) << what;
+    EXPECT_GE(changes, 1) << what;
     const auto& waypoints = plan.Waypoints();
-    EXPECT_EQ(waypoints.front().type, Start) << test.what;
-    EXPECT_EQ(waypoints.back().type, End) << test.what;
+    EXPECT_EQ(waypoints.front().type, Start) << what;
+    EXPECT_EQ(waypoints.back().type, End) << what;
     for (std::size_t index = 1; index + 1 < waypoints.size(); ++index)
-      EXPECT_EQ(waypoints[index].type, Stop) << test.what;
+      EXPECT_EQ(waypoints[index].type, Stop) << what;
   }
 
   // What changes nothing reports nothing; what is impossible says so.
@@ -90,18 +86,15 @@ TEST(RoutePlan, BestStopOrderKeepsTheEndsAndFindsTheShortestDrive) {
       for (std::size_t b = 0; b < at.size(); ++b) cost[a][b] = std::abs(at[a] - at[b]);
     return cost;
   };
-  struct Case {
-    std::vector<double> positions;
-    std::vector<std::size_t> order;
-  };
-  const std::vector<Case> cases = {
+  // The positions, and the order that visits them.
+  const std::vector<std::pair<std::vector<double>, std::vector<std::size_t>>> cases = {
       {{0, 3, 1, 2, 9}, {0, 2, 3, 1, 4}},
       {{0, 5, 4, 3, 2, 1, 6}, {0, 5, 4, 3, 2, 1, 6}},
       {{0, 2, 1}, {0, 1, 2}},  // one stop: nothing to order
       // More stops than are searched exactly: still the line's order.
       {{0, 7, 3, 9, 1, 5, 2, 8, 4, 6, 10, 11}, {0, 4, 6, 2, 8, 5, 9, 1, 7, 3, 10, 11}},
   };
-  for (const Case& test : cases) EXPECT_EQ(BestStopOrder(line(test.positions)), test.order);
+  for (const auto& [positions, order] : cases) EXPECT_EQ(BestStopOrder(line(positions)), order);
 
   // One-way costs: the exact search follows them.
   const std::vector<std::vector<double>> oneWay = {
@@ -188,6 +181,69 @@ TEST_F(RouteDocument, AFormatOneDocumentKeepsItsPinsAndGainsARoute) {
   const MapDocument reader(file, MapDocument::Access::ReadOnly);
   EXPECT_EQ(Names(reader.Plan()), std::vector<std::string>{"new waypoint"});
   EXPECT_EQ(reader.PushpinCount(), 1u);
+}
+
+std::string Gpx(const std::string& body) {
+  return "<?xml version=\"1.0\"?>\n<gpx version=\"1.1\" "
+         "xmlns=\"http://www.topografix.com/GPX/1/1\">" +
+         body + "</gpx>\n";
+}
+
+TEST_F(RouteDocument, AGpxImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRouteOnBadInput) {
+  struct Case {
+    const char* what;
+    std::string text;
+    std::vector<std::string> names;  // empty: refused
+    const char* message = "";
+  };
+  const std::string rte =
+      "<rte><rtept lat=\"43.73\" lon=\"7.42\"><name>Fish &amp; Chips</name></rtept>"
+      "<rtept lat=\" 43.74 \" lon=\"7.43\"/><rtept lat=\"-43.75\" lon=\"-7.44\">"
+      "<name>End</name></rtept></rte>";
+  const std::vector<Case> cases = {
+      {"a route before waypoints",
+       Gpx("<wpt lat=\"1\" lon=\"2\"><name>W</name></wpt>" + rte),
+       {"Fish & Chips", "Waypoint 1", "End"}},
+      {"an empty route is passed over",
+       Gpx("<rte><name>empty</name></rte>" + rte),
+       {"Fish & Chips", "Waypoint 1", "End"}},
+      {"waypoints without a route",
+       Gpx("<wpt lat=\"43.7\" lon=\"7.4\"><name>A</name></wpt><wpt lat=\"43.8\" "
+           "lon=\"7.5\"><name>B</name></wpt>"),
+       {"A", "B"}},
+      {"not XML", "<gpx><rte>", {}, "(line"},
+      {"not GPX", "<kml><Placemark/></kml>", {}, "not a GPX file"},
+      {"nothing in it", Gpx("<trk/>"), {}, "no route and no waypoints"},
+      {"a latitude off the globe",
+       Gpx("<rte><rtept lat=\"43\" lon=\"7\"/><rtept lat=\"95\" lon=\"7\"/></rte>"),
+       {},
+       "point 2 (lat \"95\", lon \"7\") is not a place on the globe"},
+      {"a point without its longitude", Gpx("<wpt lat=\"43\"/>"), {}, "point 1"},
+  };
+  MapDocument map(file);
+  const auto gpx = folder.Path() / "route.gpx";
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    map.Plan().Clear();
+    map.Plan().Add(kCasino, "Kept");
+    map.Plan().Add(kFontvieille, "Also kept");
+    testing::WriteFile(gpx, c.text);
+    if (c.names.empty()) {
+      try {
+        ImportGpxRoute(map.Plan(), gpx);
+        ADD_FAILURE() << "imported";
+      } catch (const GpxError& error) {
+        EXPECT_NE(std::string(error.what()).find(c.message), std::string::npos) << error.what();
+      }
+      EXPECT_EQ(Names(map.Plan()), (std::vector<std::string>{"Kept", "Also kept"}));
+      continue;
+    }
+    EXPECT_EQ(ImportGpxRoute(map.Plan(), gpx), c.names.size());
+    EXPECT_EQ(Names(map.Plan()), c.names);
+    EXPECT_EQ(map.Plan().Waypoints().front().type, WaypointType::Start);
+    EXPECT_EQ(map.Plan().Waypoints().back().type, WaypointType::End);
+  }
+  EXPECT_THROW(ImportGpxRoute(map.Plan(), folder.Path() / "missing.gpx"), GpxError);
 }
 
 // Directions from made-up Routino legs: each junction kind and turn angle to its action and
