@@ -1,9 +1,14 @@
+// The sentence decoders on made-up sentences, one rule at a time, and the fix as JSON; the
+// receiver captures are run whole in ReceiverLogTest.
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "gps/FixJson.hpp"
 #include "gps/NmeaParser.hpp"
@@ -81,8 +86,7 @@ TEST(ParseRMC, DatesAndTimes) {
       {0, "000000", "010203", "2003-02-01T00:00:00"},
       {0, "235959", "311299", "1999-12-31T23:59:59"},
       {0, "120000", "010190", "1990-01-01T12:00:00"},
-      {0, "120000", "010189", "2089-01-01T12:00:00"},  // years below 90 are 2000 to 2089
-      {0, "120000", "311289", "2089-12-31T12:00:00"},
+      {0, "120000", "010189", "2089-01-01T12:00:00"},     // years below 90 are 2000 to 2089
       {0, "235959.00", "010203", "2003-02-01T23:59:59"},  // cut to six characters
       {0, "235959.999", "010203", "2003-02-01T23:59:59"},
       {0, "93000", "010203", "2003-02-01T00:00:00"},      // five characters: date only
@@ -111,36 +115,27 @@ TEST(ParseRMC, DatesAndTimes) {
 }
 
 TEST(ParseGGA, TimeOfDayWrapsAroundMidnightAndNeedsExactlySixCharacters) {
-  struct Case {
-    std::int32_t standardBias;
-    const char* time;
-    const char* expectedText;
-    const char* expected;
+  // The zone's standard bias, the time (kept as its text, whatever it holds), and the time read.
+  const std::tuple<std::int32_t, const char*, const char*> cases[] = {
+      {300, "010000", "1899-12-30T20:00:00"},   // UTC-5: the evening before
+      {-120, "230000", "1899-12-30T01:00:00"},  // UTC+2: past midnight
+      {0, "235959.00", "2026-01-01T00:00:00"},  // fractional seconds: no time
+      {0, "12351", "2026-01-01T00:00:00"},     {0, "", "2026-01-01T00:00:00"},
   };
-  const Case cases[] = {
-      {300, "010000", "010000", "1899-12-30T20:00:00"},      // UTC-5: the evening before
-      {-120, "230000", "230000", "1899-12-30T01:00:00"},     // UTC+2: past midnight
-      {0, "235959.00", "235959.00", "2026-01-01T00:00:00"},  // fractional seconds: no time
-      {0, "12351", "12351", "2026-01-01T00:00:00"},         {0, "", "", "2026-01-01T00:00:00"},
-  };
-  for (const Case& c : cases) {
-    Receiver receiver(c.standardBias);
+  for (const auto& [standardBias, time, expected] : cases) {
+    Receiver receiver(standardBias);
     const std::string sentence =
-        std::string("$GPGGA,") + c.time + ",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47";
+        std::string("$GPGGA,") + time + ",4807.040,N,01131.002,E,1,08,0.9,545.4,M,46.9,M,,*47";
     receiver.Send({sentence.c_str()});
-    EXPECT_EQ(receiver.Fix().UtcTimeText, c.expectedText);
-    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), c.expected) << sentence;
+    EXPECT_EQ(receiver.Fix().UtcTimeText, time);
+    EXPECT_EQ(receiver.Fix().GpsDateTime.ToIso(), expected) << sentence;
     EXPECT_TRUE(receiver.Fix().NewFix) << "set even without a usable time";
   }
 }
 
 TEST(FixMode, FromQualityStatusAndFixType) {
-  struct Case {
-    std::vector<const char*> sentences;
-    std::int16_t expected;
-    double elevation;
-  };
-  const Case cases[] = {
+  // The sentences sent, then the fix mode and the elevation they leave.
+  const std::tuple<std::vector<const char*>, std::int16_t, double> cases[] = {
       {{"$GPRMC,123519,V,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixModeNoFix, kNoValue},
       {{"$GPRMC,123519,A,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixMode2D, kNoValue},
       {{"$GPRMC,123519,a,4807.038,N,01131.000,E,0,0,230394,,*00"}, kFixMode2D, kNoValue},
@@ -160,11 +155,11 @@ TEST(FixMode, FromQualityStatusAndFixType) {
       {{"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,-12.0,M,,,,*00", kRmc}, kFixMode2D, -12.0},
       {{"$GPGGA,123519,4807.038,N,01131.000,E,0,08,0.9,12.0,M,,,,*00", kRmc}, kFixModeNoFix, 12.0},
   };
-  for (const Case& c : cases) {
+  for (const auto& [sentences, expected, elevation] : cases) {
     Receiver receiver;
-    for (const char* sentence : c.sentences) receiver.Send({sentence});
-    EXPECT_EQ(receiver.Fix().FixMode, c.expected) << c.sentences.back();
-    EXPECT_EQ(receiver.Fix().Elevation, c.elevation) << c.sentences.back();
+    for (const char* sentence : sentences) receiver.Send({sentence});
+    EXPECT_EQ(receiver.Fix().FixMode, expected) << sentences.back();
+    EXPECT_EQ(receiver.Fix().Elevation, elevation) << sentences.back();
   }
 }
 
@@ -242,37 +237,56 @@ TEST(ParseGSV, FillsSlotsOverCyclesAndKeepsThoseBeyondAShorterCycle) {
   EXPECT_TRUE(receiver.messages.empty());
 }
 
+// Each sentence fails with the message; its bit of SentencesSeen stays clear.
 TEST(Failures, ADecoderStopsAtItsFirstErrorKeepingWhatItStored) {
-  struct Case {
-    const char* sentence;
-    const char* message;
-    std::int32_t seen;  // SentencesSeen after the sentence (its bit stays clear)
-  };
-  const Case cases[] = {
-      {"$GPRMC,123519,A", "ParseRMC: field 9 missing", 0},
-      {"$GPRMC", "ParseRMC: field 1 missing", 0},
+  const std::pair<const char*, const char*> cases[] = {
+      {"$GPRMC,123519,A", "ParseRMC: field 9 missing"},
+      {"$GPRMC", "ParseRMC: field 1 missing"},
       {"$GPRMC,123519,A,48x7.038,N,01131.000,E,0,0,230394,,*00",
-       "ParseRMC: Type mismatch: \"x7.038\" is not a number", 0},
+       "ParseRMC: Type mismatch: \"x7.038\" is not a number"},
       {"$GPRMC,256070,A,4807.038,N,01131.000,E,0,0,230394,,*00",
-       "ParseRMC: Type mismatch: \"25:60:70\" is not a time of day", 0},
+       "ParseRMC: Type mismatch: \"25:60:70\" is not a time of day"},
       {"$GPRMC,123519,A,4807.038,N,01131.000,E,0,0,2x0394,,*00",
-       "ParseRMC: Type mismatch: \"2x\" is not a number", 0},
-      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08", "ParseGGA: field 9 missing", 0},
-      {"$GPGSA,A,3,04,05*39", "ParseGSA: field 5 missing", 0},
-      {"$GPGSV,4,4,13,06,12,040,30*70", "ParseGSV: slot 12 out of range", 0},
-      {"$GPGSV,1,1,02,01,10,100,31,02,20,200*70", "ParseGSV: field 11 missing", 0},
-      {"$GPGSV,1,x,02,01,10,100,31*70", "ParseGSV: Type mismatch: \"x\" is not a number", 0},
-      {"$GPGSV,1,1,99999*70", "ParseGSV: Overflow: 99999 does not fit in 16 bits", 0},
+       "ParseRMC: Type mismatch: \"2x\" is not a number"},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08", "ParseGGA: field 9 missing"},
+      {"$GPGSA,A,3,04,05*39", "ParseGSA: field 5 missing"},
+      {"$GPGSV,4,4,13,06,12,040,30*70", "ParseGSV: slot 12 out of range"},
+      {"$GPGSV,1,1,02,01,10,100,31,02,20,200*70", "ParseGSV: field 11 missing"},
+      {"$GPGSV,1,x,02,01,10,100,31*70", "ParseGSV: Type mismatch: \"x\" is not a number"},
+      {"$GPGSV,1,1,99999*70", "ParseGSV: Overflow: 99999 does not fit in 16 bits"},
   };
-  for (const Case& c : cases) {
+  for (const auto& [sentence, message] : cases) {
+    SCOPED_TRACE(sentence);
     Receiver receiver;
-    receiver.Send({c.sentence});
-    EXPECT_EQ(receiver.Fix().SentencesSeen, c.seen) << c.sentence;
-    EXPECT_EQ(receiver.Parser().FailureCount(), 1U) << c.sentence;
-    ASSERT_EQ(receiver.messages.size(), 1U) << c.sentence;
-    EXPECT_EQ(receiver.messages[0].substr(0, std::string(c.message).size()), c.message);
-    EXPECT_NE(receiver.messages[0].find(c.sentence), std::string::npos) << "quotes the sentence";
+    receiver.Send({sentence});
+    EXPECT_EQ(receiver.Fix().SentencesSeen, 0);
+    EXPECT_EQ(receiver.Parser().FailureCount(), 1U);
+    ASSERT_EQ(receiver.messages.size(), 1U);
+    EXPECT_EQ(receiver.messages[0].substr(0, std::string(message).size()), message);
+    EXPECT_NE(receiver.messages[0].find(sentence), std::string::npos) << "quotes the sentence";
   }
+}
+
+// The golden files of ReceiverLogTest hold every field; a satellite numbered 0 is rare there.
+TEST(FixJson, ASatelliteNumberedZeroIsAValueAndAnEmptySlotIsNull) {
+  GpsFix fix;
+  fix.SatId[0] = 0;
+  const nlohmann::json json = FixToJson(fix);
+  EXPECT_EQ(json["SatId"][0], 0);
+  EXPECT_TRUE(json["SatId"][1].is_null());
+}
+
+TEST(FixJson, SentencesThatAreNotUtf8StillGiveValidAsciiJson) {
+  using namespace std::string_literals;
+  const std::string sentence = "$GPTXT,caf\xc3\xa9,\xff\xfe,\x00,\x01\x7f"s;
+  std::ostringstream out;
+  WriteSentenceRecord(out, sentence, GpsFix{});
+  const std::string line = out.str();
+  ASSERT_EQ(line.back(), '\n');
+  for (const char c : line)
+    EXPECT_TRUE(c != 0 && static_cast<unsigned char>(c) < 128) << static_cast<int>(c);
+  const nlohmann::json record = nlohmann::json::parse(line);
+  EXPECT_EQ(record["sentence"], "$GPTXT,caf\xc3\xa9,\xef\xbf\xbd\xef\xbf\xbd,\x00,\x01\x7f"s);
 }
 
 }  // namespace
