@@ -3,14 +3,9 @@
 // input (the .log.chk files). Also the command's handling of bad input.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -67,17 +62,14 @@ TEST(ReceiverLogs, OutputEqualsTheGoldenFiles) {
     EXPECT_EQ(run.err, "") << log;
     const std::vector<std::string> expected = Lines(ReadFile(golden));
     const std::vector<std::string> actual = Lines(run.out);
-    const std::size_t common = std::min(expected.size(), actual.size());
-    const auto firstDifference = std::mismatch(
-        expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(common), actual.begin());
-    if (firstDifference.first != expected.begin() + static_cast<std::ptrdiff_t>(common)) {
-      ADD_FAILURE() << log.filename() << " line " << (firstDifference.first - expected.begin() + 1)
-                    << "\nexpected " << *firstDifference.first << "\nactual   "
-                    << *firstDifference.second
+    const auto [want, got] =
+        std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
+    if (want != expected.end() || got != actual.end()) {
+      ADD_FAILURE() << log.filename() << " line " << (want - expected.begin() + 1) << "\nexpected "
+                    << (want != expected.end() ? *want : "(no more lines)") << "\nactual   "
+                    << (got != actual.end() ? *got : "(no more lines)")
                     << "\n(after a deliberate change: scripts/regenerate-golden)";
-      continue;
     }
-    EXPECT_EQ(actual.size(), expected.size()) << log.filename() << ": sentence count differs";
   }
 }
 
@@ -92,26 +84,15 @@ struct Position {
   double longitude;
 };
 
-bool Near(const Position& a, const Position& b) {
-  return std::fabs(a.latitude - b.latitude) <= kToleranceDegrees &&
-         std::fabs(a.longitude - b.longitude) <= kToleranceDegrees;
-}
-
 bool AnyNear(const Position& p, const std::vector<Position>& set) {
-  return std::any_of(set.begin(), set.end(), [&](const Position& q) { return Near(p, q); });
+  return std::any_of(set.begin(), set.end(), [&](const Position& q) {
+    return std::fabs(p.latitude - q.latitude) <= kToleranceDegrees &&
+           std::fabs(p.longitude - q.longitude) <= kToleranceDegrees;
+  });
 }
 
 void AddDistinct(std::vector<Position>& set, const Position& p) {
   if (!AnyNear(p, set)) set.push_back(p);
-}
-
-std::vector<std::string> Split(const std::string& text, char separator) {
-  std::vector<std::string> parts;
-  std::string part;
-  std::istringstream in(text);
-  while (std::getline(in, part, separator)) parts.push_back(part);
-  if (!text.empty() && text.back() == separator) parts.emplace_back();
-  return parts;
 }
 
 // The position in fields [first, first + 3] (ddmm.mm, N/S, dddmm.mm, E/W), when well formed.
@@ -143,7 +124,9 @@ CarriedPositions PositionsInSentences(const fs::path& log) {
     if (dollar == std::string::npos || line.size() < dollar + 6) continue;
     line = line.substr(dollar, line.find_first_of("*\r", dollar) - dollar);
     const std::string type = line.substr(3, 3);
-    const std::vector<std::string> fields = Split(line, ',');
+    std::vector<std::string> fields;
+    std::istringstream in(line);
+    for (std::string field; std::getline(in, field, ',');) fields.push_back(field);
     if (type == "GGA") {
       if (const auto p = FieldPosition(fields, 2)) AddDistinct(carried.gga, *p);
     } else if (type == "RMC") {
@@ -164,31 +147,16 @@ std::vector<Position> GpsdPositions(const fs::path& check) {
   return positions;
 }
 
-// The few fields the position check needs from a line of `orvo parse` output. Read by name
-// rather than with a JSON parser, which is slow in the sanitizer build over thousands of lines;
-// a quoted name followed by a colon cannot occur in the sentence text, where quotes are escaped.
-struct FixPosition {
-  int fixMode = 0;
-  std::string latText;
-  std::string lngText;
-  Position position{};
-};
-
-std::string TextAfter(const std::string& line, const std::string& key, const char* end) {
-  const auto from = line.find(key);
-  if (from == std::string::npos) return {};
-  const auto begin = from + key.size();
-  return line.substr(begin, line.find_first_of(end, begin) - begin);
-}
-
-FixPosition ReadFixPosition(const std::string& line) {
-  FixPosition fix;
-  fix.fixMode = std::stoi(TextAfter(line, "\"FixMode\":", ",}"));
-  fix.latText = TextAfter(line, "\"LatText\":\"", "\"");
-  fix.lngText = TextAfter(line, "\"LngText\":\"", "\"");
-  fix.position = {std::stod(TextAfter(line, "\"Latitude\":", ",}")),
-                  std::stod(TextAfter(line, "\"Longitude\":", ",}"))};
-  return fix;
+// The value of field NAME in a line of `orvo parse` output. Read by name rather than with a JSON
+// parser, which is slow in the sanitizer build over thousands of lines; a quoted name followed
+// by a colon cannot occur in the sentence text, where quotes are escaped.
+std::string Field(const std::string& line, const std::string& name) {
+  auto begin = line.find("\"" + name + "\":");
+  if (begin == std::string::npos) return {};
+  begin += name.size() + 3;
+  const bool text = line[begin] == '"';  // then up to its closing quote
+  begin += text ? 1 : 0;
+  return line.substr(begin, line.find_first_of(text ? "\"" : ",}", begin) - begin);
 }
 
 TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
@@ -203,10 +171,11 @@ TEST(ReceiverLogs, PositionsAgreeWithGpsd) {
     std::vector<Position> ours;         // every position ORVO held
     std::vector<Position> oursWithFix;  // those while it had a 2-D or 3-D fix
     for (const std::string& line : Lines(ReadFile(log.string() + ".jsonl"))) {
-      const FixPosition fix = ReadFixPosition(line);
-      if (fix.latText.size() < 3 || fix.lngText.size() < 4) continue;
-      AddDistinct(ours, fix.position);
-      if (fix.fixMode >= 2) AddDistinct(oursWithFix, fix.position);
+      if (Field(line, "LatText").size() < 3 || Field(line, "LngText").size() < 4) continue;
+      const Position position{std::stod(Field(line, "Latitude")),
+                              std::stod(Field(line, "Longitude"))};
+      AddDistinct(ours, position);
+      if (std::stoi(Field(line, "FixMode")) >= 2) AddDistinct(oursWithFix, position);
     }
 
     const CarriedPositions carried = PositionsInSentences(log);
@@ -245,12 +214,8 @@ TEST(ParseCommand, StandardInputGivesTheSameAsTheFileAndBareLineFeedsCanBeRestor
 }
 
 TEST(ParseCommand, RefusesWhatItCannotDo) {
-  struct Case {
-    std::string arguments;
-    int exitCode;
-    std::string message;
-  };
-  const Case cases[] = {
+  // The arguments, the exit code, and a part of the message.
+  const std::tuple<std::string, int, std::string> cases[] = {
       {"/nonexistent/capture.nmea", 1, "cannot open /nonexistent/capture.nmea: No such file"},
       {Quote(kReceivers.string()), 1, "cannot read " + kReceivers.string() + ": Is a directory"},
       {"--dtr -", 2, "need --serial"},
@@ -263,11 +228,11 @@ TEST(ParseCommand, RefusesWhatItCannotDo) {
       {Quote((kReceivers / "quirk-lf-line-ends.log").string()), 1,
        "CR LF (for captures stored with LF only: --restore-crlf)"},
   };
-  for (const Case& c : cases) {
-    const CommandResult run = RunParse(c.arguments);
-    EXPECT_EQ(run.exitCode, c.exitCode) << c.arguments;
-    EXPECT_NE(run.err.find(c.message), std::string::npos) << c.arguments << ": " << run.err;
-    EXPECT_EQ(run.out, "") << c.arguments;
+  for (const auto& [arguments, exitCode, message] : cases) {
+    const CommandResult run = RunParse(arguments);
+    EXPECT_EQ(run.exitCode, exitCode) << arguments;
+    EXPECT_NE(run.err.find(message), std::string::npos) << arguments << ": " << run.err;
+    EXPECT_EQ(run.out, "") << arguments;
   }
   const CommandResult help = RunParse("--help");
   EXPECT_EQ(help.exitCode, 0);
