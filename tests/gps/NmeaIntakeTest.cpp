@@ -88,11 +88,8 @@ TEST_F(IntakeTest, SentencesSplitAnywhereAcrossChunks) {
 }
 
 TEST_F(IntakeTest, TypeIsCharactersFourToSixWithCase) {
-  struct Case {
-    std::string sentence;
-    std::int32_t seen;
-  };
-  const Case cases[] = {
+  // Each sentence and the SentencesSeen bit it sets (none: a type the parser does not take).
+  const std::pair<std::string, std::int32_t> cases[] = {
       {"$GNRMC,123519,A,4807.038,N,01131.000,E,0,0,230394,,*00", kSeenRMC},
       {"$GLGSV,1,1,01,65,10,100,31*70", kSeenGSV},
       {"$BDGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1*39", kSeenGSA},
@@ -104,14 +101,14 @@ TEST_F(IntakeTest, TypeIsCharactersFourToSixWithCase) {
       {"$GP", 0},
       {"$", 0},
   };
-  for (const Case& c : cases) {
+  for (const auto& [sentence, seen] : cases) {
     NmeaParser parser(zone_, clock_);
     RecordingListener listener;
     NmeaIntake intake(parser, &listener);
-    EXPECT_TRUE(intake.ProcessData(c.sentence + kCrLf));
-    EXPECT_EQ(listener.sentences, std::vector<std::string>{c.sentence});
-    EXPECT_EQ(parser.Fix().SentencesSeen, c.seen) << c.sentence;
-    EXPECT_EQ(intake.Counters().sentencesOfOtherTypes, c.seen == 0 ? 1U : 0U);
+    EXPECT_TRUE(intake.ProcessData(sentence + kCrLf));
+    EXPECT_EQ(listener.sentences, std::vector<std::string>{sentence});
+    EXPECT_EQ(parser.Fix().SentencesSeen, seen) << sentence;
+    EXPECT_EQ(intake.Counters().sentencesOfOtherTypes, seen == 0 ? 1U : 0U);
   }
 }
 

@@ -22,10 +22,8 @@ struct Playback : ::testing::Test, orvo::testing::MainWindowFixture {
     std::ofstream(path, std::ios::binary) << text;
     return path;
   }
-  std::string Captured() const {
-    std::ifstream in(capture, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    return text.substr(2);  // the line end that proved the capture file writable
+  std::string Captured() const {  // less the line end that proved the capture file writable
+    return orvo::testing::ReadFile(capture).substr(2);
   }
   std::filesystem::path capture = folder.Path() / "fed.nmea";
   frmPlayback& playback = window->Playback();

@@ -2,10 +2,6 @@
 // fix, an "ASTRAL" receiver is answered, and a port that cannot open is reported.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <pty.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
 #include <thread>
