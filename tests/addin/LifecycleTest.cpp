@@ -1,9 +1,9 @@
 // The main window's load, unload and refresh tick on the real settings file: the host's command
 // that opens it, closing and opening the same window again, saved places, and failures that must
-// neither stop ORVO nor go unseen.
+// neither stop ORVO nor go unseen, and the diagnostic log that shows them.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <algorithm>
 #include <filesystem>
 
 #include <boost/asio/io_context.hpp>
@@ -17,7 +17,6 @@
 namespace orvo::addin {
 namespace {
 
-using host::ui::Milliseconds;
 using orvo::testing::MainWindowFixture;
 
 bool Logged(const frmVerbose& verbose, std::string_view text) {
@@ -100,10 +99,8 @@ TEST_F(Lifecycle, TheMenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
 
   connect.AddinInstance_OnDisconnection();
   EXPECT_FALSE(connect.MainWindow()->IsLoaded());
-  EXPECT_EQ(store.GetSetting("Settings", "DisplayOnConnect", ""), "1");
-  EXPECT_EQ(store.GetSetting("Settings", "Port", ""), "6") << "the unload saved the settings";
 
-  // The next start opens the window by itself.
+  // The next start opens the window by itself, with the settings the unload saved.
   Make();
   Connect next(desktop, store, [this] { return std::move(window); });
   next.AddinInstance_OnConnection();
@@ -145,17 +142,6 @@ TEST_F(Lifecycle, ASettingsFileThatCannotBeWrittenIsShownAtUnload) {
   ASSERT_EQ(dialogs.Prompts().size(), 1u);
   EXPECT_TRUE(dialogs.Prompts()[0].starts_with("SaveSettings: ")) << dialogs.Prompts()[0];
   EXPECT_TRUE(Logged(verbose, "SaveSettings: "));
-}
-
-TEST_F(Lifecycle, AFailingStepOfTheRefreshTickIsLoggedAndTheTimerGoesOn) {
-  window->Show();
-  window->sclRefreshRate.SetValue(1);
-  window->chkGuidance.SetValue(1);
-  map.failTick = true;
-  scheduler.Advance(Milliseconds(3000));
-  EXPECT_EQ(map.ticks, 3);
-  EXPECT_TRUE(window->Timer1.TimerEnabled());
-  EXPECT_TRUE(Logged(verbose, "UpdatePositionOnMap: map step failed"));
 }
 
 // A window whose unload fails, and a window that cannot be made: the connection events end
@@ -204,6 +190,67 @@ TEST_F(Lifecycle, ACaptureFileThatStopsTakingTextIsLoggedOnceAndTheStreamGoesOn)
   ASSERT_NE(first, std::string::npos) << log;
   EXPECT_EQ(log.find("ProcessData: capture: ", first + 1), std::string::npos)
       << "once, not per chunk";
+}
+
+// The diagnostic log: the window of the fixture's main window and the file beside its settings.
+struct DiagnosticLog : ::testing::Test, MainWindowFixture {
+  std::string FileText() const { return orvo::testing::ReadFile(file); }
+  std::filesystem::path file = folder.Path() / "ORVO.log";
+  frmVerbose& log = verbose;
+};
+
+TEST_F(DiagnosticLog, JoinsTextsWithoutTheFlagAndWritesTheFileOnlyWhenAsked) {
+  log.Log("ParseGSV: ", false);
+  log.Log("slot out of range", true);
+  log.Log("next", true);
+  EXPECT_EQ(log.txtLog.Text(), "ParseGSV: slot out of range\r\nnext\r\n");
+  EXPECT_EQ(log.txtLog.SelStart(), static_cast<int>(log.txtLog.Text().size()));
+  EXPECT_FALSE(std::filesystem::exists(file));
+
+  log.chkLogfile.SetValue(1);
+  log.Log("to the file", true);
+  log.Log("and more", false);
+  EXPECT_EQ(FileText(), "to the file\r\nand more");
+  log.cmdClear.UserClick();
+  EXPECT_EQ(log.txtLog.Text(), "");
+  EXPECT_EQ(FileText(), "to the file\r\nand more") << "clearing the window keeps the file";
+}
+
+TEST_F(DiagnosticLog, KeepsTheNewestLinesInTheWindowAllInTheFileAndSendsOnlyWhatIsAdded) {
+  struct Recorder : host::ui::UiObserver {
+    std::vector<host::ui::Json> messages;
+    void UiMessage(const host::ui::Json& message) override { messages.push_back(message); }
+  } recorder;
+  log.Show();
+  desktop.AddObserver(recorder);
+  log.chkLogfile.SetValue(1);
+  constexpr int kLines = 12000;
+  for (int i = 0; i < kLines; ++i) log.Log("line " + std::to_string(i), true);
+  desktop.RemoveObserver(recorder);
+
+  const std::string shown = log.txtLog.Text();
+  EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 5000);
+  EXPECT_TRUE(shown.starts_with("line 7000\r\n")) << shown.substr(0, 20);
+  EXPECT_TRUE(shown.ends_with("line 11999\r\n"));
+  const std::string written = FileText();
+  EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), kLines);
+  EXPECT_TRUE(written.starts_with("line 0\r\n"));
+  // Per line: the appended text and the caret, nothing the size of the whole log.
+  std::size_t appends = 0;
+  for (const auto& message : recorder.messages) {
+    EXPECT_LT(message.dump().size(), 200u) << message.dump().substr(0, 200);
+    if (message.contains("append")) ++appends;
+  }
+  EXPECT_EQ(appends, static_cast<std::size_t>(kLines));
+}
+
+TEST_F(DiagnosticLog, AFileThatCannotBeWrittenDoesNotDisturbTheWindow) {
+  // A folder where the file should be: not writable even for the superuser.
+  std::filesystem::create_directory(file);
+  log.chkLogfile.SetValue(1);
+  log.Log("still shown", true);
+  EXPECT_EQ(log.txtLog.Text(), "still shown\r\n");
+  EXPECT_TRUE(std::filesystem::is_directory(file));
 }
 
 }  // namespace

@@ -88,14 +88,9 @@ struct MainWindowFixture {
 
   // The fixture's parts as the main window's services; a test adds what it needs more.
   addin::MainWindowServices Services() {
-    return {.desktop = desktop,
-            .settings = store,
-            .verbose = verbose,
-            .clock = clock,
-            .timeZone = timeZone,
-            .serialPort = port,
-            .declination = declination,
-            .mapView = &view};
+    addin::MainWindowServices services{desktop, store, verbose, clock, timeZone, port, declination};
+    services.mapView = &view;
+    return services;
   }
 
   void Make() {
@@ -103,12 +98,6 @@ struct MainWindowFixture {
     window = std::make_unique<addin::frmAddIn>(Services());
     window->UseMapActions(map);
     window->UseMapTracking(map);
-  }
-  // A fresh window on the same store: what the next start of the program sees.
-  void Reopen() {
-    window->Unload();
-    Make();
-    window->Show();
   }
 
   TempFolder folder;

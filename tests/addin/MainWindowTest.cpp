@@ -1,7 +1,11 @@
+// The main window on test doubles: its settings, the receiver, the capture, the refresh timer and
+// the short keys.
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <tuple>
 
+#include "addin/frmShortKeyFlash.hpp"
+#include "host/map/MapView.hpp"
 #include "tests/addin/MainWindowFixture.hpp"
 
 namespace orvo::addin {
@@ -10,10 +14,11 @@ namespace {
 using host::ui::Milliseconds;
 using orvo::testing::MainWindowFixture;
 
-struct MainWindow : ::testing::Test, MainWindowFixture {};
+struct MainWindow : ::testing::Test, MainWindowFixture {
+  void SetUp() override { window->Show(); }
+};
 
 TEST_F(MainWindow, FirstRunWithAnEmptyStoreShowsTheDefaults) {
-  window->Show();
   EXPECT_EQ(window->receiver.txtBaud.Text(), "4800,n,8,1");
   EXPECT_EQ(window->lblRefreshRate.Caption(), "2 sec");
   EXPECT_EQ(window->lblTrackFactor.Caption(), "Auto");
@@ -24,8 +29,6 @@ TEST_F(MainWindow, FirstRunWithAnEmptyStoreShowsTheDefaults) {
 }
 
 TEST_F(MainWindow, EverySettingSurvivesUnloadAndLoad) {
-  desktop.SetViewport({1280, 800});
-  window->Show();
   window->receiver.cboPort.SetText("5");
   window->receiver.txtBaud.SetText("9600,e,7,2");
   window->receiver.chkDTR.SetValue(0);
@@ -40,8 +43,9 @@ TEST_F(MainWindow, EverySettingSurvivesUnloadAndLoad) {
   window->chkAlwaysTop.SetValue(0);
   window->mnuPosPPStyleGPS.UserClick();
   window->receiver.txtRecOutFileName.SetText((folder.Path() / "drive.nmea").string());
-  window->Move(40, 30);
-  Reopen();
+  window->Unload();
+  Make();  // a fresh window on the same store: what the next start of the program sees
+  window->Show();
 
   EXPECT_EQ(window->receiver.cboPort.Text(), "5");
   EXPECT_EQ(window->receiver.txtBaud.Text(), "9600,e,7,2");
@@ -57,14 +61,12 @@ TEST_F(MainWindow, EverySettingSurvivesUnloadAndLoad) {
   EXPECT_EQ(window->chkTrail.Value(), 0);
   EXPECT_FALSE(window->TopMost());
   EXPECT_EQ(window->PosPPStyle(), 0);
-  EXPECT_EQ(window->Left(), 40);
-  EXPECT_EQ(store.GetSetting("Settings", "GPSStart", ""), "False");
-  EXPECT_EQ(store.GetSetting("TraceOpt", "ThreasholdKnot", ""), "0.00216");
   EXPECT_EQ(store.GetSetting("TraceOpt", "ByMoving", ""), "True");
   EXPECT_FALSE(store.Find("Settings", "LenDetectRepeat")) << "loaded only, never saved";
 }
 
 TEST_F(MainWindow, DamagedValuesFallBackToTheirDefaultsAndAreLogged) {
+  window->Unload();
   store.SaveSetting("Settings", "CommaReset1", "True");
   store.SaveSetting("Settings", "Refresh", "lots");
   store.SaveSetting("Settings", "UnitSpeed", "99999");
@@ -75,7 +77,6 @@ TEST_F(MainWindow, DamagedValuesFallBackToTheirDefaultsAndAreLogged) {
 }
 
 TEST_F(MainWindow, ReceiverStartsStopsAndReportsPortsThatCannotOpen) {
-  window->Show();
   window->SSTab.SetTab(frmAddIn::kTabSettings);
   window->receiver.cmdGPSAction.UserClick();
   EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Stop &GPS");
@@ -100,8 +101,7 @@ TEST_F(MainWindow, ReceiverStartsStopsAndReportsPortsThatCannotOpen) {
     EXPECT_EQ(window->receiver.cmdGPSAction.Caption(), "Start &GPS");
     EXPECT_FALSE(port.open) << "a failed start leaves no port open";
     EXPECT_FALSE(window->GpsRunning());
-    ASSERT_EQ(dialogs.Prompts().size(), 1u);
-    EXPECT_EQ(dialogs.Prompts()[0], "Can't open comm port");
+    EXPECT_EQ(dialogs.Prompts(), std::vector<std::string>{"Can't open comm port"});
     dialogs.Forget();
   }
 
@@ -116,7 +116,6 @@ TEST_F(MainWindow, ReceiverStartsStopsAndReportsPortsThatCannotOpen) {
 }
 
 TEST_F(MainWindow, AnAstralReceiverIsAnsweredOnlyWhenItNamesItself) {
-  window->Show();
   window->receiver.cmdGPSAction.UserClick();
   port.Receive("no word here");
   EXPECT_EQ(port.written, "");
@@ -125,20 +124,18 @@ TEST_F(MainWindow, AnAstralReceiverIsAnsweredOnlyWhenItNamesItself) {
 }
 
 TEST_F(MainWindow, CaptureRefusesBadNamesAndKeepsEveryChunkExactly) {
-  window->Show();
-  window->receiver.txtRecOutFileName.SetText("   ");
-  window->receiver.chkRecord.UserClick();
-  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
-  EXPECT_EQ(dialogs.Prompts(),
-            std::vector<std::string>{"Please specify a output file name first."});
-  dialogs.Forget();
-
-  window->receiver.txtRecOutFileName.SetText(
-      (folder.Path() / "no-such-folder" / "x.nmea").string());
-  window->receiver.chkRecord.UserClick();
-  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
-  EXPECT_EQ(dialogs.Prompts(),
-            std::vector<std::string>{"NMEA Capture: Can't open file to write. "});
+  // A name refused, and what the user is told.
+  const std::pair<std::string, std::string> refused[] = {
+      {"   ", "Please specify a output file name first."},
+      {(folder.Path() / "no-such-folder" / "x.nmea").string(),
+       "NMEA Capture: Can't open file to write. "}};
+  for (const auto& [name, prompt] : refused) {
+    window->receiver.txtRecOutFileName.SetText(name);
+    window->receiver.chkRecord.UserClick();
+    EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
+    EXPECT_EQ(dialogs.Prompts(), std::vector<std::string>{prompt});
+    dialogs.Forget();
+  }
 
   const auto file = folder.Path() / "capture.nmea";
   window->receiver.txtRecOutFileName.SetText(file.string());
@@ -153,21 +150,177 @@ TEST_F(MainWindow, CaptureRefusesBadNamesAndKeepsEveryChunkExactly) {
   window->receiver.chkRecord.UserClick();
   EXPECT_TRUE(window->receiver.txtRecOutFileName.Enabled());
   window->ProcessData("after capture");
-  std::ifstream in(file, std::ios::binary);
-  const std::string captured((std::istreambuf_iterator<char>(in)),
-                             std::istreambuf_iterator<char>());
-  EXPECT_EQ(captured, expected);
+  EXPECT_EQ(orvo::testing::ReadFile(file), expected);
 }
 
-TEST_F(MainWindow, RefreshRateDrivesTheTimer) {
-  window->Show();
-  int& ticks = map.ticks;
+TEST_F(MainWindow, RefreshRateDrivesTheTimerWhichAFailingStepNeitherStopsNorHides) {
+  map.failTick = true;
   window->sclRefreshRate.SetValue(3);
   scheduler.Advance(Milliseconds(9000));
-  EXPECT_EQ(ticks, 3);
+  EXPECT_EQ(map.ticks, 3);
+  EXPECT_NE(verbose.txtLog.Text().find("UpdatePositionOnMap: map step failed"), std::string::npos);
   window->sclRefreshRate.SetValue(0);
   scheduler.Advance(Milliseconds(9000));
-  EXPECT_EQ(ticks, 3);
+  EXPECT_EQ(map.ticks, 3);
+}
+
+struct Keyboard : MainWindow {
+  void Press(int keyCode, int shift = 0) {
+    desktop.Dispatch(
+        {{"type", "key"}, {"window", "frmAddIn"}, {"keyCode", keyCode}, {"shift", shift}});
+  }
+  // The flash window's texts, or nothing when it is not showing.
+  std::optional<std::pair<std::string, std::string>> Flash() const {
+    auto* flash = dynamic_cast<frmShortKeyFlash*>(desktop.FindWindow("frmShortKeyFlash"));
+    if (flash == nullptr) return std::nullopt;
+    return std::make_pair(flash->lblFn.Caption(), flash->lblMsg.Caption());
+  }
+  using Texts = std::pair<std::string, std::string>;
+};
+
+TEST_F(Keyboard, DigitsAndLettersSwitchTabs) {
+  const std::vector<std::pair<int, int>> keysToTabs = {{'2', 1}, {'1', 0}, {'A', 1}, {'T', 0},
+                                                       {'3', 2}, {'O', 2}, {'4', 3}, {'S', 3}};
+  for (const auto& [key, tab] : keysToTabs) {
+    Press(key);
+    EXPECT_EQ(window->SSTab.Tab(), tab) << "key " << key;
+  }
+  EXPECT_FALSE(Flash()) << "tab keys flash nothing";
+}
+
+TEST_F(Keyboard, TogglesFlashTheirNewState) {
+  // The key, the box it toggles, and the flash.
+  const std::tuple<int, host::ui::CheckBox*, Texts> cases[] = {
+      {'I', &window->chkTrail, {"Plot Trail", "OFF"}},
+      {'I', &window->chkTrail, {"Plot Trail", "ON"}},
+      {'K', &window->chkTrkOnMap, {"Track Position", "OFF"}},
+      {'N', &window->chkAlwaysTop, {"Always on Top", "OFF"}},
+      {118, &window->chkGuidance, {"Driving Assistant", "ON"}},
+  };
+  for (const auto& [key, box, flash] : cases) {
+    const int before = box->Value();
+    Press(key, 1);  // Shift changes nothing
+    EXPECT_NE(box->Value(), before);
+    EXPECT_EQ(Flash(), flash);
+  }
+  EXPECT_FALSE(window->sclTrackFactor.Enabled()) << "K ran the tracking box's own handling";
+  EXPECT_FALSE(window->TopMost()) << "N ran the always-on-top handling";
+}
+
+TEST_F(Keyboard, CaptureKeyReportsWhatTheBoxEndedAs) {
+  Press(116);  // F5 without a capture file: refused, the box stays clear
+  EXPECT_EQ(window->receiver.chkRecord.Value(), 0);
+  EXPECT_EQ(Flash(), Texts("NMEA Capture", "OFF"));
+}
+
+TEST_F(Keyboard, ReceiverKeyFlashesTheOutcome) {
+  Press('G');
+  EXPECT_EQ(Flash(), Texts("GPS", "Started"));
+  Press('G');
+  EXPECT_EQ(Flash(), Texts("GPS", "Stoped"));  // so does a failed start (the browser test)
+}
+
+TEST_F(Keyboard, ScrollBarKeysStopAtTheirEndsAndStillFlash) {
+  window->sclRefreshRate.SetValue(31);
+  Press(190);
+  EXPECT_EQ(Flash(), Texts("GPS Refresh", "32 sec"));
+  Press(190);
+  EXPECT_EQ(window->sclRefreshRate.Value(), 32);
+  EXPECT_EQ(Flash(), Texts("GPS Refresh", "32 sec"));
+  window->sclRefreshRate.SetValue(1);
+  Press(188);
+  EXPECT_EQ(Flash(), Texts("GPS Refresh", " AUTO "));
+  EXPECT_EQ(window->lblRefreshRate.Caption(), "GPS Auto");
+
+  Press(107);
+  EXPECT_EQ(Flash(), Texts("Track Refresh", "1"));
+  Press(189);
+  EXPECT_EQ(Flash(), Texts("Track Refresh", "AUTO"));
+  window->chkTrkOnMap.SetValue(0);
+  Press(187);
+  EXPECT_EQ(window->sclTrackFactor.Value(), 0) << "tracking off: the factor stays";
+  EXPECT_EQ(Flash(), Texts("Track Refresh", "AUTO"));
+}
+
+TEST_F(Keyboard, FlashStaysSevenHundredMillisecondsAfterTheLastMessage) {
+  Press('I');
+  scheduler.Advance(Milliseconds(500));
+  Press('I');
+  scheduler.Advance(Milliseconds(500));
+  EXPECT_TRUE(Flash()) << "the second message restarted the count";
+  scheduler.Advance(Milliseconds(200));
+  EXPECT_FALSE(Flash());
+  Press('I');
+  desktop.Dispatch({{"type", "key"}, {"window", "frmShortKeyFlash"}, {"keyCode", 65}});
+  EXPECT_FALSE(Flash()) << "a key released on the flash closes it";
+  Press('I');
+  auto* flash = dynamic_cast<frmShortKeyFlash*>(desktop.FindWindow("frmShortKeyFlash"));
+  flash->Frame1.UserClick();
+  EXPECT_FALSE(Flash());
+}
+
+TEST_F(Keyboard, SingleRCalculatesARouteLaterAndDoubleRSwitchesRecalculation) {
+  int& routes = map.routes;
+  Press('R');
+  scheduler.Advance(Milliseconds(999));
+  EXPECT_EQ(routes, 0);
+  scheduler.Advance(Milliseconds(1));
+  EXPECT_EQ(routes, 1);
+
+  Press('R');
+  scheduler.Advance(Milliseconds(400));
+  Press('R');
+  scheduler.Advance(Milliseconds(2000));
+  EXPECT_EQ(routes, 1) << "a double press calculates nothing";
+  EXPECT_TRUE(window->GuidanceState().offTrackRecalc);
+  EXPECT_EQ(Flash(), std::nullopt) << "the flash is long gone after two seconds";
+  Press('R');
+  Press('R');
+  EXPECT_FALSE(window->GuidanceState().offTrackRecalc);
+  EXPECT_EQ(Flash(), Texts("Off-track re-calc", "OFF"));
+}
+
+TEST_F(Keyboard, TypingIntoTheTextBoxesTriggersNothing) {
+  for (const char* box : {"txtBaud", "txtRecOutFileName"}) {
+    desktop.Dispatch(
+        {{"type", "event"}, {"window", "frmAddIn"}, {"control", box}, {"event", "focus"}});
+    for (int key : {int{'2'}, int{'G'}, int{'I'}, 116, 190}) Press(key);
+    EXPECT_EQ(window->SSTab.Tab(), 0);
+    EXPECT_EQ(window->chkTrail.Value(), 1);
+    EXPECT_FALSE(Flash());
+    desktop.Dispatch(
+        {{"type", "event"}, {"window", "frmAddIn"}, {"control", box}, {"event", "blur"}});
+  }
+  Press('2');
+  EXPECT_EQ(window->SSTab.Tab(), 1);
+  Press(32);
+  Press(191);
+  EXPECT_FALSE(Flash()) << "keys outside 33..190 are ignored";
+}
+
+TEST_F(Keyboard, XAndZZoomTheMapBesideOrvo) {
+  view.SetInitialView(43.7384, 7.4246, 14);
+  window->UseMapActions(window->Map());
+  const std::vector<std::pair<int, double>> keysToZoom = {
+      {'Z', 15}, {'Z', 16}, {'X', 15}, {'X', 14}, {'X', 13}};
+  for (const auto& [key, zoom] : keysToZoom) {
+    Press(key, 1);
+    EXPECT_DOUBLE_EQ(view.State().zoom, zoom) << "key " << static_cast<char>(key);
+  }
+  EXPECT_FALSE(Flash()) << "zooming flashes nothing";
+}
+
+TEST_F(Keyboard, CompassKeysReachTheMapActions) {
+  Press('C');
+  Press('P');
+  EXPECT_EQ(map.locates, 1);
+  EXPECT_EQ(map.pins, 1);
+  window->mnuCompassLocate.SetEnabled(false);
+  window->mnuCompassPushAPin.SetEnabled(false);
+  Press('C');
+  Press('P');
+  EXPECT_EQ(map.locates, 1) << "a disabled menu item is skipped";
+  EXPECT_EQ(map.pins, 1);
 }
 
 }  // namespace

@@ -46,12 +46,10 @@ class FakeRoute final : public host::map::ActiveRoute {
     calculated = false;
   }
   void SetPreferredDeparture(std::size_t position, double seconds) override {
-    Check(position);
-    waypoints[position].preferredDeparture = seconds;
+    waypoints.at(position).preferredDeparture = seconds;
   }
   void SetSegmentPreference(std::size_t position, host::map::SegmentPreference p) override {
-    Check(position);
-    waypoints[position].preference = p;
+    waypoints.at(position).preference = p;
   }
   void Clear() override {
     waypoints.resize(keepOnClear ? std::min<std::size_t>(1, waypoints.size()) : 0);

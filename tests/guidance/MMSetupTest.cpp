@@ -18,29 +18,19 @@ using host::platform::NumberLocale;
 const NumberLocale kPoint{".", ","};
 const NumberLocale kComma{",", "."};
 
-// The thirteen scalars in one comparable value.
-auto Scalars(const MMSetup& s) {
-  return std::make_tuple(s.gbGMSkip1stWp, s.bgGuideUsingDist, s.dgGuideLowDist, s.dgGuideHiDist,
-                         s.dgGuideHiKnot, s.bgGuideTTS, s.lgGuideTTSVoice, s.bgGuideAutoRecalcOn,
-                         s.dgGuideAutoRecalcThreshold, s.dgGuideHiHour, s.dgGuideLoHour,
-                         s.giRouteCalc, s.lgGuideHide);
+// The thirteen scalars in one value, to compare or to assign.
+template <typename Setup>
+auto Scalars(Setup& s) {
+  return std::tie(s.gbGMSkip1stWp, s.bgGuideUsingDist, s.dgGuideLowDist, s.dgGuideHiDist,
+                  s.dgGuideHiKnot, s.bgGuideTTS, s.lgGuideTTSVoice, s.bgGuideAutoRecalcOn,
+                  s.dgGuideAutoRecalcThreshold, s.dgGuideHiHour, s.dgGuideLoHour, s.giRouteCalc,
+                  s.lgGuideHide);
 }
 
 // Every scalar off its default, and some sounds and pictures.
 void ChangeAll(MMSetup& setup) {
-  setup.gbGMSkip1stWp = false;
-  setup.bgGuideUsingDist = true;
-  setup.dgGuideLowDist = 0.25;
-  setup.dgGuideHiDist = 1.5;
-  setup.dgGuideHiKnot = 20.5;
-  setup.bgGuideTTS = true;
-  setup.lgGuideTTSVoice = 3;
-  setup.bgGuideAutoRecalcOn = true;
-  setup.dgGuideAutoRecalcThreshold = 0.07;
-  setup.dgGuideHiHour = 0.01;
-  setup.dgGuideLoHour = 0.005;
-  setup.giRouteCalc = 2;
-  setup.lgGuideHide = 45;
+  Scalars(setup) = std::make_tuple(false, true, 0.25, 1.5, 20.5, true, 3, true, 0.07, 0.01, 0.005,
+                                   std::int16_t{2}, 45);
   setup.DirectionTypeTable[9].Wav = "";
   setup.ActionTypeTable[3].Wav = "/sounds/left.wav";
   setup.ActionTypeTable[12].Picture = "/pictures/out.gif";
@@ -121,20 +111,16 @@ TEST_F(GuidanceSettings, SaveWritesEveryKeyInOrderAndTheLoadReadsItBackInBothNot
 }
 
 TEST_F(GuidanceSettings, OldStoredTextsAndDamagedValuesAreReadOrFallBackToTheirDefaults) {
-  const struct {
-    const char* key;
-    const char* stored;
-    bool reported;
-  } cases[] = {
-      {"gbGMSkip1stWp", "0", false},        // booleans as numbers ...
-      {"bgGuideTTS", "true", false},        // ... or in any case
-      {"bgGuideUsingDist", "maybe", true},  // default false
-      {"dgGuideHiKnot", "fast", true},      // default 34.7
-      {"dgGuideLowDist", "0,04", false},    // a comma user's old threshold-style text
-      {"giRouteCalc", "70000", true},       // does not fit 16 bits: default 0
-      {"lgGuideHide", "12", false},
+  const std::pair<const char*, const char*> stored[] = {
+      {"gbGMSkip1stWp", "0"},         // booleans as numbers ...
+      {"bgGuideTTS", "true"},         // ... or in any case
+      {"bgGuideUsingDist", "maybe"},  // reported; default false
+      {"dgGuideHiKnot", "fast"},      // reported; default 34.7
+      {"dgGuideLowDist", "0,04"},     // a comma user's old threshold-style text
+      {"giRouteCalc", "70000"},       // reported; does not fit 16 bits: default 0
+      {"lgGuideHide", "12"},
   };
-  for (const auto& c : cases) store.SaveSetting(kGuidanceSection, c.key, c.stored);
+  for (const auto& [key, text] : stored) store.SaveSetting(kGuidanceSection, key, text);
   MMSetup setup = Setup(kComma);
   setup.LoadGuidanceSettings(store);
   EXPECT_EQ(std::make_tuple(setup.gbGMSkip1stWp, setup.bgGuideTTS, setup.bgGuideUsingDist,
@@ -162,10 +148,8 @@ TEST_F(GuidanceSettings, ResetAllRestoresTheFactoryValuesButKeepsFourAndHidesAft
 }
 
 TEST_F(GuidanceSettings, PhraselogyLinesSplitAtCrLfOnly) {
-  const struct {
-    const char* bytes;
-    std::vector<std::pair<std::string, std::string>> rules;
-  } cases[] = {
+  using Rules = std::vector<std::pair<std::string, std::string>>;
+  const std::pair<const char*, Rules> cases[] = {
       {"", {}},
       {"# comment=x\r\na=b=c\r\nno equals sign", {{"a", "b"}}},
       {"  Bd  =  Boulevard  \r\nAv.=\r\nSt=   \r\n=orphan\r\n",
@@ -175,14 +159,14 @@ TEST_F(GuidanceSettings, PhraselogyLinesSplitAtCrLfOnly) {
       {"a=b\nc=d", {{"a", "b\nc"}}},
       {"\tt\t=\tu\t", {{"\tt\t", "\tu\t"}}},
   };
-  for (const auto& c : cases) {
-    WritePhraselogy(c.bytes);
+  for (const auto& [bytes, expected] : cases) {
+    WritePhraselogy(bytes);
     MMSetup setup = Setup(kPoint);
     setup.LoadGuidanceSettings(store);
-    std::vector<std::pair<std::string, std::string>> rules;
+    Rules rules;
     for (std::size_t i = 0; i < setup.Abbreviations.AbbrevCount(); ++i)
       rules.emplace_back(setup.Abbreviations.AbbrevFrom[i], setup.Abbreviations.AbbrevTo[i]);
-    EXPECT_EQ(rules, c.rules) << c.bytes;
+    EXPECT_EQ(rules, expected) << bytes;
   }
   // No file, or one that cannot be read, leaves no rules; only the unreadable one is reported.
   fs::remove(folder.Path() / "phraselogy.ini");
@@ -205,10 +189,8 @@ TEST(Abbreviations, TheShippedPhraselogyMakesInstructionsReadRight) {
   MMSetup setup(data, kPoint);
   setup.LoadAbbreviations();
   EXPECT_GT(setup.Abbreviations.AbbrevCount(), 40u);
-  const struct {
-    const char* written;
-    const char* spoken;
-  } cases[] = {
+  // As written, and as spoken.
+  const std::pair<const char*, const char*> cases[] = {
       {"Turn left onto Boulevard Albert 1er", " Turn left onto Boulevard Albert premier"},
       {"At the roundabout take the 2nd exit onto Avenue de la Costa",
        " At the roundabout take the 2nd exit onto Avenue de la Costa"},
@@ -228,7 +210,7 @@ TEST(Abbreviations, TheShippedPhraselogyMakesInstructionsReadRight) {
        " Turn right onto Avenue du 8 Mai 1945 toward Saint-Michel"},
       {"Turn left onto Rue Grimaldi in 500 ft", " Turn left onto Rue Grimaldi in 500 feet"},
   };
-  for (const auto& c : cases) EXPECT_EQ(setup.ApplyAbbreviations(c.written), c.spoken);
+  for (const auto& [written, spoken] : cases) EXPECT_EQ(setup.ApplyAbbreviations(written), spoken);
 }
 
 TEST(Abbreviations, RulesReplaceEveryOccurrenceInAnyCaseOneAfterAnother) {

@@ -91,8 +91,6 @@ class FakeActiveMap final : public host::map::ActiveMap {
     pins_.erase(id);
   }
 
-  // The user deletes a pin by hand.
-  void DeleteByHand(host::map::PushpinId id) { DeletePushpin(id); }
   bool Exists(host::map::PushpinId id) const { return pins_.count(id) != 0; }
   const Pin* Named(const std::string& name) {
     const auto pin = FindPushpin(name);
@@ -103,7 +101,6 @@ class FakeActiveMap final : public host::map::ActiveMap {
   std::vector<Pin> Pins() const {
     std::map<host::map::PushpinId, Pin> ordered(pins_.begin(), pins_.end());
     std::vector<Pin> pins;
-    pins.reserve(ordered.size());
     for (const auto& [id, pin] : ordered) pins.push_back(pin);
     return pins;
   }

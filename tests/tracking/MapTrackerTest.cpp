@@ -1,6 +1,8 @@
 // Map tracking and the compass's menu on the main window's controls over the in-memory map.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/tracking/TrackingFixture.hpp"
 #include "tracking/PinSymbols.hpp"
 
@@ -8,6 +10,11 @@ namespace orvo::tracking {
 namespace {
 
 using orvo::testing::TrackingFixture;
+
+// A pop-up menu the page is told to open, and where.
+host::ui::Json Popup(const char* menu, int x, int y) {
+  return {{"type", "popup"}, {"window", "frmAddIn"}, {"menu", menu}, {"x", x}, {"y", y}};
+}
 
 struct MapTracking : ::testing::Test, TrackingFixture {
   MapTracking() { window.chkTrail.SetValue(0); }
@@ -17,30 +24,24 @@ struct MapTracking : ::testing::Test, TrackingFixture {
 };
 
 TEST(PositionPinSymbol, HeadingSectorsRoundHalfToEvenAndWrapNorth) {
-  const struct {
-    double course;
-    std::int16_t symbol;
-  } cases[] = {{0, 120},     {22.4, 120},  {22.5, 120}, {22.6, 128}, {45, 128},  {67.5, 123},
-               {90, 123},    {135, 130},   {180, 121},  {225, 131},  {270, 122}, {315, 129},
-               {337.4, 129}, {337.5, 120}, {359, 120},  {360, 120}};
-  for (const auto& c : cases) EXPECT_EQ(HeadingSymbol(c.course), c.symbol) << c.course;
+  const std::pair<double, std::int16_t> cases[] = {
+      {0, 120},     {22.4, 120},  {22.5, 120}, {22.6, 128}, {45, 128},  {67.5, 123},
+      {90, 123},    {135, 130},   {180, 121},  {225, 131},  {270, 122}, {315, 129},
+      {337.4, 129}, {337.5, 120}, {359, 120},  {360, 120}};
+  for (const auto& [course, symbol] : cases) EXPECT_EQ(HeadingSymbol(course), symbol) << course;
   EXPECT_THROW(HeadingSymbol(405), std::out_of_range) << "sector 9 is a bounds error";
 }
 
 TEST(PositionPinSymbol, StyleSpeedFloorAndFixState) {
-  const struct {
-    std::int16_t style;
-    int fixMode;
-    double knots;
-    std::int16_t symbol;
-  } cases[] = {
+  // The style, the fix mode, the speed in knots, and the symbol.
+  const std::tuple<std::int16_t, int, double, std::int16_t> cases[] = {
       {1, 3, 0.38, 123},  // exactly the floor: the arrow (course 90)
       {1, 3, 0.37, 30},  {1, 2, 0.37, 26}, {1, 1, 0.0, 25}, {0, 3, 50, 30},
       {0, 2, 50, 26},    {0, 1, 50, 25},   {2, 3, 50, 30},  // an unknown style shows the state
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(PositionPinSymbol(c.style, c.fixMode, c.knots, 90), c.symbol)
-        << c.style << " " << c.fixMode << " " << c.knots;
+  for (const auto& [style, fixMode, knots, symbol] : cases)
+    EXPECT_EQ(PositionPinSymbol(style, fixMode, knots, 90), symbol)
+        << style << " " << fixMode << " " << knots;
   EXPECT_THROW(PositionPinSymbol(0, 4, 0, 0), std::out_of_range);
 }
 
@@ -118,31 +119,18 @@ TEST_F(MapTracking, AutoFollowRecentresOnlyWithinSeventyPixelsOfAnEdge) {
   window.sclTrackFactor.SetValue(0);
   // 10000 pixels per degree on an 800 x 600 map centred on (0, 0): the pin at (0, 0) is at
   // (400, 300); each pixel is 0.0001 degrees.
-  const struct {
-    int x;
-    int y;
-    bool recentres;
-  } cases[] = {{70, 300, false}, {69, 300, true},  {730, 300, false}, {731, 300, true},
-               {400, 70, false}, {400, 69, true},  {400, 530, false}, {400, 531, true},
-               {-5, 700, true},  {400, 300, false}};
-  for (const auto& c : cases) {
+  // The pin's pixel, and whether the map recentres.
+  const std::tuple<int, int, bool> cases[] = {
+      {70, 300, false}, {69, 300, true},   {730, 300, false}, {731, 300, true}, {400, 70, false},
+      {400, 69, true},  {400, 530, false}, {400, 531, true},  {-5, 700, true},  {400, 300, false}};
+  for (const auto& [x, y, recentres] : cases) {
     Map().centreLatitude = 0;
     Map().centreLongitude = 0;
-    SetFix((300 - c.y) / 10000.0, (c.x - 400) / 10000.0);
+    SetFix((300 - y) / 10000.0, (x - 400) / 10000.0);
     const int before = Map().goToCount;
     tracker.UpdatePositionOnMap();
-    EXPECT_EQ(Map().goToCount > before, c.recentres) << c.x << "," << c.y;
+    EXPECT_EQ(Map().goToCount > before, recentres) << x << "," << y;
   }
-}
-
-// The timer itself is driven in the main window's test; here what the bars' ends are called.
-TEST_F(MapTracking, ScrollBarsNameTheirAutomaticEnds) {
-  window.sclTrackFactor.SetValue(0);
-  EXPECT_EQ(window.lblTrackFactor.Caption(), "Auto");
-  window.sclRefreshRate.SetValue(0);
-  EXPECT_EQ(window.lblRefreshRate.Caption(), "GPS Auto");
-  window.sclRefreshRate.SetValue(32);
-  EXPECT_EQ(window.lblRefreshRate.Caption(), "32 sec");
 }
 
 TEST_F(MapTracking, CursorMenuChecksOneStyleAndOpensBelowItsButton) {
@@ -158,22 +146,14 @@ TEST_F(MapTracking, CursorMenuChecksOneStyleAndOpensBelowItsButton) {
   EXPECT_FALSE(window.mnuPosPPStyleGPS.Checked());
 
   window.cmdCurPPSel.UserClick();
-  const auto popups = pages.OfType("popup");
-  ASSERT_EQ(popups.size(), 1u);
-  EXPECT_EQ(popups[0]["menu"], "mnuPosPPStyle");
-  EXPECT_EQ(popups[0]["x"], 180);
-  EXPECT_EQ(popups[0]["y"], 2580 + 400);
+  EXPECT_EQ(pages.OfType("popup"), std::vector{Popup("mnuPosPPStyle", 180, 2580 + 400)});
 }
 
 struct Compass : ::testing::Test, TrackingFixture {};
 
 TEST_F(Compass, RouteItemNeedsARouteThatIsMoreThanTheCurrentPosition) {
-  const struct {
-    bool mapOpen;
-    std::vector<std::string> waypoints;
-    bool failRoute;
-    bool enabled;
-  } cases[] = {
+  // The map open, its route's waypoints, the route failing, the item enabled.
+  const std::tuple<bool, std::vector<std::string>, bool, bool> cases[] = {
       {true, {}, false, false},
       {true, {"Current Position"}, false, false},
       {true, {"Current Position", "Casino"}, false, true},
@@ -182,14 +162,14 @@ TEST_F(Compass, RouteItemNeedsARouteThatIsMoreThanTheCurrentPosition) {
       {false, {"Casino"}, false, false},
       {true, {"Casino"}, true, false},  // a host error leaves the route empty
   };
-  for (const auto& c : cases) {
-    application.open = c.mapOpen;
-    Map().waypoints = c.waypoints;
-    Map().failRoute = c.failRoute;
-    window.mnuCompassCalcRouteFromHere.SetEnabled(!c.enabled);
+  for (const auto& [mapOpen, waypoints, failRoute, enabled] : cases) {
+    application.open = mapOpen;
+    Map().waypoints = waypoints;
+    Map().failRoute = failRoute;
+    window.mnuCompassCalcRouteFromHere.SetEnabled(!enabled);
     compass.ApplyEnabling();
-    EXPECT_EQ(window.mnuCompassCalcRouteFromHere.Enabled(), c.enabled)
-        << c.waypoints.size() << (c.mapOpen ? " open" : " closed");
+    EXPECT_EQ(window.mnuCompassCalcRouteFromHere.Enabled(), enabled)
+        << waypoints.size() << (mapOpen ? " open" : " closed");
   }
 }
 
@@ -245,11 +225,7 @@ TEST_F(Compass, HoverHighlightsTheRingAndReleaseOpensTheMenuAtTheUpperRightCorne
   EXPECT_EQ(window.shpD.Properties()["style"], 0);
   EXPECT_TRUE(window.mnuCompassCalcRouteFromHere.Enabled());
   EXPECT_TRUE(window.mnuCompassPushAPin.Enabled());
-  const auto popups = pages.OfType("popup");
-  ASSERT_EQ(popups.size(), 1u);
-  EXPECT_EQ(popups[0]["menu"], "mnuCompass");
-  EXPECT_EQ(popups[0]["x"], 3960 + 660);
-  EXPECT_EQ(popups[0]["y"], 2970);
+  EXPECT_EQ(pages.OfType("popup"), std::vector{Popup("mnuCompass", 3960 + 660, 2970)});
 }
 
 }  // namespace

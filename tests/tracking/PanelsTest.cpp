@@ -13,9 +13,18 @@
 namespace orvo::tracking {
 namespace {
 
+using host::platform::NumberLocale;
 using orvo::testing::MainWindowFixture;
 
+NumberLocale Point() {
+  return {".", ","};
+}
+NumberLocale Comma() {
+  return {",", "."};
+}
+
 struct Panels : ::testing::Test, MainWindowFixture {
+  void SetUp() override { window->Show(); }
   void Feed(const std::string& text) {
     // One sentence is dispatched per call; empty calls dispatch the rest, as playback does.
     window->ProcessData(text);
@@ -26,24 +35,21 @@ struct Panels : ::testing::Test, MainWindowFixture {
 // Speed (whole and tenths), elevation and longitude in each row's units and decimal separator.
 TEST_F(Panels, ReadingsFollowTheChosenUnitsAndTheUsersDecimalSeparator) {
   const struct {
-    const char* decimal;
+    NumberLocale (*locale)();
     std::int16_t speedUnit, unit;  // unit: of elevation (0 ft, else m) and position
     std::vector<std::string> shown;
   } cases[] = {
-      {".", 0, 0, {"115", "1", "4,050.2 ft", "011\u00B031.000W"}},
-      {".", 1, 1, {"185", "2", "1,234.5 m", "-11.51667 \u00B0 "}},
-      {".", 7, 5, {"0", "0", "1,234.5 m", ""}},  // outside the tables: empty text shows as 0 0
+      {Point, 0, 0, {"115", "1", "4,050.2 ft", "011\u00B031.000W"}},
+      {Point, 1, 1, {"185", "2", "1,234.5 m", "-11.51667 \u00B0 "}},
+      {Point, 7, 5, {"0", "0", "1,234.5 m", ""}},  // outside the tables: empty text shows as 0 0
       // A literal '.' is looked for in the speed, on purpose: a comma user sees 0 0.
-      {",", 1, 1, {"0", "0", "1.234,5 m", "-11,51667 \u00B0 "}},
+      {Comma, 1, 1, {"0", "0", "1.234,5 m", "-11,51667 \u00B0 "}},
   };
   for (const auto& c : cases) {
+    addin::MainWindowServices services = Services();
+    services.numberLocale = c.locale;
     window.reset();
-    using host::platform::NumberLocale;
-    window = std::make_unique<addin::frmAddIn>(addin::MainWindowServices{
-        desktop, store, verbose, clock, timeZone, port, declination,
-        c.decimal[0] == ',' ? +[] { return NumberLocale{",", "."}; } : +[] {
-          return NumberLocale{".", ","};
-        }});
+    window = std::make_unique<addin::frmAddIn>(services);
     window->Show();
     window->readings.SetUnitSpeed(c.speedUnit);
     window->readings.SetUnitElv(c.unit == 0 ? 0 : 1);
@@ -71,7 +77,6 @@ TEST_F(Panels, ReadingsFollowTheChosenUnitsAndTheUsersDecimalSeparator) {
 }
 
 TEST_F(Panels, MagneticHeadingSubtractsTheDeclinationAndSaysWhenThereIsNone) {
-  window->Show();
   window->readings.SetUnitHeading(1);
   EXPECT_EQ(window->readings.lblCourse[2].BackColor(), "#ffff80");
   const auto headingFor = [&](const char* course, std::optional<double> declinationDegrees) {
@@ -91,7 +96,6 @@ TEST_F(Panels, MagneticHeadingSubtractsTheDeclinationAndSaysWhenThereIsNone) {
 }
 
 TEST_F(Panels, NoFixDimsTheReadingsAndShowsNoTime) {
-  window->Show();
   window->RefreshTick();
   EXPECT_EQ(window->readings.lblCourse[0].Caption(), "0");
   EXPECT_FALSE(window->readings.lblLat[0].Enabled());
@@ -119,7 +123,6 @@ TEST_F(Panels, NoFixDimsTheReadingsAndShowsNoTime) {
 }
 
 TEST_F(Panels, SkyPlotAndSatelliteListDrawWhatTheReceiverReports) {
-  window->Show();
   window->SSTab.SetTab(addin::frmAddIn::kTabSatellite);
   Feed(
       "$GPGSV,2,1,06,01,90,045,40,02,00,090,,03,00,180,00,04,45,270,*70\r\n"

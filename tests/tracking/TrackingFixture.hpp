@@ -19,54 +19,36 @@ class TrackingWindow final : public host::ui::Window {
  public:
   using ScrollBar = host::ui::ScrollBar;
   explicit TrackingWindow(host::ui::Desktop& desktop)
-      : Window(desktop, "frmAddIn", "ORVO", 336, 430),
-        chkTrkOnMap(*this, "chkTrkOnMap"),
-        sclTrackFactor(*this, "sclTrackFactor", ScrollBar::Orientation::Horizontal),
-        lblTrackFactor(*this, "lblTrackFactor"),
-        sclRefreshRate(*this, "sclRefreshRate", ScrollBar::Orientation::Horizontal),
-        lblRefreshRate(*this, "lblRefreshRate"),
-        Timer1(*this, "Timer1", desktop.GetScheduler()),
-        chkTrail(*this, "chkTrail"),
-        chkAlwaysTop(*this, "chkAlwaysTop"),
-        cmdTraceOption(*this, "cmdTraceOption"),
-        cmdClearTrail(*this, "cmdClearTrail"),
-        cmdCurPPSel(*this, "cmdCurPPSel"),
-        lblCompass(*this, "lblCompass"),
-        shpD(*this, "shpD"),
-        mnuPosPPStyle(*this, "mnuPosPPStyle", "Cursor"),
-        mnuPosPPStyleHeading(*this, "mnuPosPPStyleHeading", "Heading", &mnuPosPPStyle),
-        mnuPosPPStyleGPS(*this, "mnuPosPPStyleGPS", "GPS State", &mnuPosPPStyle),
-        mnuCompass(*this, "mnuCompass", "Compass"),
-        mnuCompassLocate(*this, "mnuCompassLocate", "&Current Position...(C)", &mnuCompass),
-        mnuCompassCalcRouteFromHere(*this, "mnuCompassCalcRouteFromHere",
-                                    "Calc &Route from here...(R)", &mnuCompass),
-        mnuCompassPushAPin(*this, "mnuCompassPushAPin", "&Push a pin here...(P)", &mnuCompass),
-        mnuCompassSyncTime(*this, "mnuCompassSyncTime", "&Sync System Time", &mnuCompass) {
+      : Window(desktop, "frmAddIn", "ORVO", 336, 430) {
     cmdCurPPSel.Place(180, 2580, 1560, 400);
     lblCompass.Place(3960, 2970, 660, 660);
   }
 
-  host::ui::CheckBox chkTrkOnMap;
-  host::ui::ScrollBar sclTrackFactor;
-  host::ui::Label lblTrackFactor;
-  host::ui::ScrollBar sclRefreshRate;
-  host::ui::Label lblRefreshRate;
-  host::ui::Timer Timer1;
-  host::ui::CheckBox chkTrail;
-  host::ui::CheckBox chkAlwaysTop;
-  host::ui::Button cmdTraceOption;
-  host::ui::Button cmdClearTrail;
-  host::ui::Button cmdCurPPSel;
-  host::ui::Label lblCompass;
-  host::ui::Shape shpD;
-  host::ui::MenuItem mnuPosPPStyle;
-  host::ui::MenuItem mnuPosPPStyleHeading;
-  host::ui::MenuItem mnuPosPPStyleGPS;
-  host::ui::MenuItem mnuCompass;
-  host::ui::MenuItem mnuCompassLocate;
-  host::ui::MenuItem mnuCompassCalcRouteFromHere;
-  host::ui::MenuItem mnuCompassPushAPin;
-  host::ui::MenuItem mnuCompassSyncTime;
+  host::ui::CheckBox chkTrkOnMap{*this, "chkTrkOnMap"};
+  ScrollBar sclTrackFactor{*this, "sclTrackFactor", ScrollBar::Orientation::Horizontal};
+  host::ui::Label lblTrackFactor{*this, "lblTrackFactor"};
+  ScrollBar sclRefreshRate{*this, "sclRefreshRate", ScrollBar::Orientation::Horizontal};
+  host::ui::Label lblRefreshRate{*this, "lblRefreshRate"};
+  host::ui::Timer Timer1{*this, "Timer1", GetDesktop().GetScheduler()};
+  host::ui::CheckBox chkTrail{*this, "chkTrail"};
+  host::ui::CheckBox chkAlwaysTop{*this, "chkAlwaysTop"};
+  host::ui::Button cmdTraceOption{*this, "cmdTraceOption"};
+  host::ui::Button cmdClearTrail{*this, "cmdClearTrail"};
+  host::ui::Button cmdCurPPSel{*this, "cmdCurPPSel"};
+  host::ui::Label lblCompass{*this, "lblCompass"};
+  host::ui::Shape shpD{*this, "shpD"};
+  host::ui::MenuItem mnuPosPPStyle{*this, "mnuPosPPStyle", "Cursor"};
+  host::ui::MenuItem mnuPosPPStyleHeading{*this, "mnuPosPPStyleHeading", "Heading", &mnuPosPPStyle};
+  host::ui::MenuItem mnuPosPPStyleGPS{*this, "mnuPosPPStyleGPS", "GPS State", &mnuPosPPStyle};
+  host::ui::MenuItem mnuCompass{*this, "mnuCompass", "Compass"};
+  host::ui::MenuItem mnuCompassLocate{*this, "mnuCompassLocate", "&Current Position...(C)",
+                                      &mnuCompass};
+  host::ui::MenuItem mnuCompassCalcRouteFromHere{*this, "mnuCompassCalcRouteFromHere",
+                                                 "Calc &Route from here...(R)", &mnuCompass};
+  host::ui::MenuItem mnuCompassPushAPin{*this, "mnuCompassPushAPin", "&Push a pin here...(P)",
+                                        &mnuCompass};
+  host::ui::MenuItem mnuCompassSyncTime{*this, "mnuCompassSyncTime", "&Sync System Time",
+                                        &mnuCompass};
 };
 
 // Readings with fixed texts, as the main window's formatters would give them.
@@ -111,6 +93,10 @@ struct TrackingFixture {
     fix.Course = course;
   }
   FakeActiveMap& Map() { return application.map; }
+  // PINS pins on the map, saved in the trail's cache.
+  void Place(int pins) {
+    for (int pin = 0; pin < pins; ++pin) trail.SavePPinCache(Map().AddPushpin({1, 1, 0}, {}));
+  }
   std::vector<std::string> Log() const { return log; }
 
   host::ui::ManualScheduler scheduler;

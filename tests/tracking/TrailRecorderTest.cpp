@@ -1,15 +1,18 @@
-// The trail of pins behind the position, and the dialog of its options.
+// The trail of pins behind the position, the dialog of its options, the ring of the pins it keeps
+// and their clearing.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <fstream>
 #include <string>
+#include <tuple>
 
 #include "gps/NmeaIntake.hpp"
 #include "host/platform/Clock.hpp"
 #include "tests/BuildPaths.hpp"
 #include "tests/tracking/TrackingFixture.hpp"
 #include "tracking/PinSymbols.hpp"
+#include "tracking/frmProgress.hpp"
 #include "tracking/frmTraceSettings.hpp"
 
 namespace orvo::tracking {
@@ -17,6 +20,8 @@ namespace {
 
 using host::platform::DateValue;
 using host::ui::Milliseconds;
+using host::ui::MsgBoxResult;
+using orvo::testing::FakeActiveMap;
 using orvo::testing::TrackingFixture;
 
 struct TrailDriver : TrackingFixture {
@@ -38,26 +43,22 @@ struct TrailDriver : TrackingFixture {
 struct Trail : ::testing::Test, TrailDriver {};
 
 TEST(TrailDistance, SumsBothDifferencesInMinutesOfArc) {
-  // From a pin placed at (43.7, 7.4), the default threshold 0.00216 minutes of arc.
-  const struct {
-    double dLat;
-    double dLng;
-    bool plots;
-    bool thresholdIsTheMove = false;
-  } cases[] = {
-      {0.00004, 0, true},        // 0.0024
-      {0.00002, 0.00002, true},  // 0.0024 by the sum rule, only 0.0017 as the crow flies
-      {0.00003, 0, false},       // 0.0018
-      {0, -0.00004, true},
+  // A move from a pin placed at (43.7, 7.4), whether it plots, and whether the threshold is the
+  // move itself rather than the default 0.00216 minutes of arc.
+  const std::tuple<double, double, bool, bool> cases[] = {
+      {0.00004, 0, true, false},        // 0.0024
+      {0.00002, 0.00002, true, false},  // 0.0024 by the sum rule, only 0.0017 as the crow flies
+      {0.00003, 0, false, false},       // 0.0018
+      {0, -0.00004, true, false},
       {0.00004, 0, false, true},  // a move exactly as long as the threshold
   };
-  for (const auto& c : cases) {
+  for (const auto& [dLat, dLng, plots, thresholdIsTheMove] : cases) {
     auto trail = std::make_unique<TrailDriver>();
-    if (c.thresholdIsTheMove)
-      trail->options.threasholdKnot = (std::abs(43.7 - (43.7 + c.dLat)) + std::abs(c.dLng)) * 60;
+    if (thresholdIsTheMove)
+      trail->options.threasholdKnot = (std::abs(43.7 - (43.7 + dLat)) + std::abs(dLng)) * 60;
     trail->TickAt(43.7, 7.4);  // from (0, 0): queues a pin there
-    trail->TickAt(43.7 + c.dLat, 7.4 + c.dLng);
-    EXPECT_EQ(trail->trail.Pending().has_value(), c.plots) << c.dLat << " " << c.dLng;
+    trail->TickAt(43.7 + dLat, 7.4 + dLng);
+    EXPECT_EQ(trail->trail.Pending().has_value(), plots) << dLat << " " << dLng;
   }
 }
 
@@ -82,16 +83,11 @@ TEST_F(Trail, APinIsPlacedOneTickLaterWhereItWasQueuedAndStandingStillPlotsNothi
 
 TEST_F(Trail, NamingByNothingTimeOrCounterAndTheCounterRestartsAfterAConfirmedClear) {
   options.byMoving = false;
-  options.ppName = 0;
-  TickAt(43.7, 7.4, 20, 0);
-  options.ppName = 1;
-  TickAt(43.7, 7.4, 20, 1);
-  options.ppName = 2;
-  TickAt(43.7, 7.4, 20, 2);
-  TickAt(43.7, 7.4, 20, 3);
-  options.ppName = 9;  // unknown: the last name again
-  TickAt(43.7, 7.4, 20, 4);
-  TickAt(43.7, 7.4, 20, 5);
+  const std::int16_t naming[] = {0, 1, 2, 2, 9, 9};  // 9, unknown: the last name again
+  for (int second = 0; second < 6; ++second) {
+    options.ppName = naming[second];
+    TickAt(43.7, 7.4, 20, second);
+  }
   std::vector<std::string> names;
   for (const auto& pin : TrailPins()) names.push_back(pin.name);
   EXPECT_EQ(names, (std::vector<std::string>{"Pushpin 1", "2026-06-14 09:30:01", "ORVO_0", "ORVO_1",
@@ -110,11 +106,8 @@ TEST_F(Trail, NamingByNothingTimeOrCounterAndTheCounterRestartsAfterAConfirmedCl
 
 TEST_F(Trail, NotesInBothFormatsWithTheChosenItems) {
   fix.GpsDateTime = DateValue::FromCivil(2026, 6, 14, 9, 31, 57);
-  const struct {
-    std::int16_t items;
-    std::int16_t format;
-    const char* note;
-  } cases[] = {
+  // The items, the format, and the note.
+  const std::tuple<std::int16_t, std::int16_t, const char*> cases[] = {
       {31, 0,
        "2026-06-14 09:31:57\r\nLatitude: 43\u00B044.2431N\r\nLongitude: 7\u00B025.4590E\r\n"
        "Elevation: 98.4 ft\r\nSpeed:  24.9 MPH\r\nHeading: 78.2"},
@@ -125,10 +118,10 @@ TEST_F(Trail, NotesInBothFormatsWithTheChosenItems) {
       {0, 0, ""},
       {31, 2, ""},
   };
-  for (const auto& c : cases) {
-    options.noteOpt = c.items;
-    options.noteFormat = c.format;
-    EXPECT_EQ(trail.BuildPinNote(), c.note) << c.items << "/" << c.format;
+  for (const auto& [items, format, note] : cases) {
+    options.noteOpt = items;
+    options.noteFormat = format;
+    EXPECT_EQ(trail.BuildPinNote(), note) << items << "/" << format;
   }
 }
 
@@ -204,10 +197,7 @@ TEST_F(Trail, DemoDrivePlotsAPinPerMovingSecondAndMarksTheRedLight) {
 }
 
 // The trace options dialog, loaded as the main window hands it over.
-struct TraceDialog : ::testing::Test {
-  host::ui::ManualScheduler scheduler;
-  host::ui::ScriptedDialogs dialogs;
-  host::ui::Desktop desktop{scheduler, dialogs};
+struct TraceDialog : ::testing::Test, TrackingFixture {
   frmTraceSettings dialog{desktop};
 };
 
@@ -262,12 +252,7 @@ TEST_F(TraceDialog, ArrowStepsSpeedUpTenPercentPerQuickChangeAcrossBothBars) {
 }
 
 TEST(EditTraceOptions, OkStoresTheDialogsValuesCancelOnlyTheSymbolSetClicked) {
-  const struct {
-    bool ok;
-    bool byMoving;
-    std::int16_t symbolBase;
-  } cases[] = {{true, false, 8}, {false, true, 8}};
-  for (const auto& c : cases) {
+  for (const bool ok : {true, false}) {
     testing::TrackingFixture fixture;
     fixture.window.chkAlwaysTop.SetValue(1);
     fixture.window.SetTopMost(true);
@@ -280,16 +265,140 @@ TEST(EditTraceOptions, OkStoresTheDialogsValuesCancelOnlyTheSymbolSetClicked) {
       topMostWhileOpen = fixture.window.TopMost();
       dialog->chkTracebyMoving.UserClick();
       dialog->optPPSymbol[1].UserClick();
-      (c.ok ? dialog->OKButton : dialog->CancelButton).UserClick();
+      (ok ? dialog->OKButton : dialog->CancelButton).UserClick();
     });
     fixture.window.cmdTraceOption.UserClick();
     EXPECT_FALSE(topMostWhileOpen);
     EXPECT_TRUE(fixture.window.TopMost());
-    EXPECT_EQ(fixture.options.byMoving, c.byMoving);
-    EXPECT_EQ(fixture.options.symbolBase, c.symbolBase);
-    EXPECT_EQ(fixture.options.threasholdKnot == 0.00216, !c.ok)
-        << "OK converts the shown 13 ft back";
+    EXPECT_EQ(fixture.options.byMoving, !ok);
+    EXPECT_EQ(fixture.options.symbolBase, 8) << "the symbol set is taken at its click";
+    EXPECT_EQ(fixture.options.threasholdKnot == 0.00216, !ok) << "OK converts the shown 13 ft back";
     EXPECT_EQ(fixture.desktop.FindWindow("frmTraceSettings"), nullptr);
+  }
+}
+
+// Each row saves one pin per limit in turn (for a limit of -1 the user deletes the one before the
+// last by hand instead), then checks which pins (1-based) are still on the map.
+TEST(PinCache, TheRingDeletesTheOldestPinAndFollowsItsLimit) {
+  const struct {
+    const char* what;
+    std::vector<int> limits;
+    std::vector<int> onMap;
+    int count, upperBound, nextIndex;
+  } cases[] = {
+      {"three keep two, the oldest going first", {3, 3, 3, 3}, {3, 4}, 3, 3, 1},
+      // Slots 3..9 (pins 4..10) go at once; pin 11 takes slot 3; slot 0 (freed at pin 10) is
+      // next, then slot 1 (pin 2) is the oldest.
+      {"lowered", {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 4, 4}, {3, 11, 12}, 4, 4, 1},
+      // Count becomes 4 with two pins: empty slots pass through the ring.
+      {"a short unlimited one capped", {0, 0, 4, 4}, {2, 3, 4}, 4, 4, 0},
+      // Raised to 6, the next pin goes to slot count = 3; unlimited again appends after it.
+      {"raised", {3, 3, 3, 6, 6, 6, 0}, {2, 3, 4, 5, 6, 7}, 7, 506, 7},
+      // Pin 2, the oldest, was deleted by hand: its slot is simply emptied.
+      {"the oldest deleted by hand", {3, 3, 3, -1, 3}, {3, 4}, 3, 3, 1},
+  };
+  for (const auto& c : cases) {
+    FakeActiveMap map;
+    PinCache ring;
+    for (const int limit : c.limits) {
+      if (limit < 0)
+        map.DeletePushpin(map.added - 1);  // by hand
+      else
+        ring.Save(map.AddPushpin({43.7, 7.4, 0}, std::nullopt), limit);
+    }
+    std::vector<int> alive;
+    for (int pin = 1; pin <= map.added; ++pin)
+      if (map.Exists(pin)) alive.push_back(pin);
+    EXPECT_EQ(alive, c.onMap) << c.what;
+    EXPECT_EQ(ring.Count(), c.count) << c.what;
+    EXPECT_EQ(ring.UpperBound(), c.upperBound) << c.what;
+    EXPECT_EQ(ring.NextIndex(), c.nextIndex) << c.what;
+  }
+  FakeActiveMap map;
+  EXPECT_THROW(PinCache().Save(map.AddPushpin({43.7, 7.4, 0}, std::nullopt), -1),
+               std::invalid_argument);
+}
+
+int ProgressWindowsOpened(const testing::PageMessages& pages) {
+  int opened = 0;
+  for (const auto& message : pages.OfType("open"))
+    opened += message["window"]["name"] == "frmProgress" ? 1 : 0;
+  return opened;
+}
+
+struct Clearing : ::testing::Test, TrackingFixture {};
+
+TEST_F(Clearing, TwentyFivePinsReportProgressEveryOtherPinWithTheWindowUp) {
+  Place(25);
+  window.chkAlwaysTop.SetValue(1);
+  window.SetTopMost(true);
+  trail.ClearPushPins();
+  // The percents shown and the main window's top-most state, in the order the page heard them.
+  std::vector<std::string> told;
+  for (const auto& message : pages.messages) {
+    const std::string type = message.value("type", "");
+    if (type == "window" && message["window"] == "frmAddIn" && message["property"] == "topMost")
+      told.push_back(message["value"] ? "top" : "not top");
+    if (type == "set" && message.value("control", "") == "lblPercent")
+      told.push_back(message["value"]);
+  }
+  // Step 2: percent i x 10 / 2 at i = 0, 2, 4, ... (0 is the loaded window's own; 110 and 120
+  // are clamped to 100 and change nothing). Not topmost while clearing.
+  EXPECT_EQ(told,
+            (std::vector<std::string>{"top", "not top", "10 %", "20 %", "30 %", "40 %", "50 %",
+                                      "60 %", "70 %", "80 %", "90 %", "100 %", "top"}));
+  EXPECT_EQ(desktop.FindWindow("frmProgress"), nullptr);
+  EXPECT_EQ(ProgressWindowsOpened(pages), 1);
+  EXPECT_EQ(Map().PinCount(), 0u);
+  EXPECT_EQ(trail.Cache().Count(), 0);
+  EXPECT_EQ(trail.Cache().UpperBound(), 0);
+  const auto cursors = pages.OfType("cursor");
+  ASSERT_EQ(cursors.size(), 2u);
+  EXPECT_EQ(cursors[0]["cursor"], "wait");
+  EXPECT_EQ(cursors[1]["cursor"], "default");
+}
+
+TEST_F(Clearing, CancelClickedWhileTheLoopRunsStopsItAndTheCacheKeepsItsCount) {
+  Place(100);
+  // The click waits on the event loop; the loop lets it in at its first step.
+  scheduler.Post([this] {
+    auto* progress = dynamic_cast<frmProgress*>(desktop.FindWindow("frmProgress"));
+    ASSERT_NE(progress, nullptr);
+    progress->cmdCancel.UserClick();
+  });
+  trail.ClearPushPins();
+  EXPECT_EQ(Map().PinCount(), 99u);
+  EXPECT_EQ(trail.Cache().Count(), 100);
+  EXPECT_FALSE(trail.Cache().Slot(0));
+  EXPECT_TRUE(trail.Cache().Slot(1));
+  EXPECT_EQ(desktop.FindWindow("frmProgress"), nullptr);
+
+  // A second clear finishes the job; the slot already emptied is no error.
+  trail.ClearPushPins();
+  EXPECT_EQ(Map().PinCount(), 0u);
+  EXPECT_EQ(trail.Cache().Count(), 0);
+  EXPECT_TRUE(dialogs.Messages().empty());
+}
+
+TEST_F(Clearing, UnloadAsksOnlyWithPinsYesDeletesThemNoLeavesThemOnTheMap) {
+  // The map open, the pins, the answer to the question (none: not asked), the pins left.
+  const std::tuple<bool, int, std::optional<MsgBoxResult>, std::size_t> cases[] = {
+      {true, 0, std::nullopt, 0},
+      {true, 4, MsgBoxResult::Yes, 0},
+      {true, 4, MsgBoxResult::No, 4},
+      {false, 4, std::nullopt, 4},  // no map: the cache is forgotten without a question
+  };
+  for (const auto& [mapOpen, pins, answer, pinsLeft] : cases) {
+    TrackingFixture fixture;
+    fixture.Place(pins);
+    fixture.application.open = mapOpen;
+    if (answer) fixture.dialogs.QueueAnswer(*answer);
+    fixture.trail.SettleTrailOnUnload();
+    EXPECT_EQ(fixture.dialogs.Messages().size(), answer ? 1u : 0u);
+    EXPECT_EQ(fixture.Map().PinCount(), pinsLeft);
+    EXPECT_EQ(fixture.trail.Cache().Count(), 0);
+    EXPECT_EQ(ProgressWindowsOpened(fixture.pages), answer == MsgBoxResult::Yes ? 1 : 0)
+        << "only deleting shows the progress window";
   }
 }
 
