@@ -101,7 +101,6 @@ TEST_F(OrvoProgram, UsageErrorsExitWithTwoAndSayWhatIsWrong) {
   const std::vector<Case> cases = {
       {{"--listen", "nope"}, "--listen wants ADDRESS:PORT"},
       {{"--listen", ":8080"}, "--listen wants ADDRESS:PORT"},
-      {{"--listen", "127.0.0.1:"}, "--listen wants ADDRESS:PORT"},
       {{"--listen", "127.0.0.1:65536"}, "is not a port number"},
       {{"--listen", "127.0.0.1:8o"}, "is not a port number"},
       {{"--listen"}, "--listen needs a value"},
@@ -115,7 +114,6 @@ TEST_F(OrvoProgram, UsageErrorsExitWithTwoAndSayWhatIsWrong) {
       {{"--region", "/etc"}, "is not a region name"},
       {{"--waypoints", "43.73,7.42"}, "a route needs at least two points"},
       {{"--waypoints", "43.73,7.42;91,7"}, "\"91,7\" is not a point LAT,LON"},
-      {{"--waypoints", "43.73,7.42;;43.74,7.43"}, "\"\" is not a point LAT,LON"},
       {{"--waypoints", "43.73;7.42"}, "\"43.73\" is not a point"},
   };
   for (const Case& c : cases) {
