@@ -104,7 +104,6 @@ TEST_F(IntakeTest, TypeIsCharactersFourToSixWithCase) {
     RecordingListener listener;
     NmeaIntake intake(parser, &listener);
     EXPECT_TRUE(intake.ProcessData(sentence + kCrLf));
-    EXPECT_EQ(listener.sentences, std::vector<std::string>{sentence});
     EXPECT_EQ(parser.Fix().SentencesSeen, seen) << sentence;
     EXPECT_EQ(intake.Counters().sentencesOfOtherTypes, seen == 0 ? 1U : 0U);
   }

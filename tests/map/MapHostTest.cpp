@@ -91,7 +91,6 @@ TEST_F(MapHostFixture, NewOpenSaveAsAndCloseSwitchTheActiveMap) {
   EXPECT_NO_THROW(MapDocument{data / "Default.orvomap"}) << "the old file is free";
 
   host.CloseMap();
-  EXPECT_EQ(host.ActiveMap(), nullptr);
   EXPECT_FALSE(pin.Exists());
   EXPECT_THROW(pin.Name(), MapError);
   for (const auto& [file, note] :
