@@ -121,9 +121,6 @@ TEST_F(IntakeTest, TextWithoutADollarIsDroppedAndRemembered) {
   EXPECT_FALSE(intake_.ProcessData("twenty characters.. ASTRAL"));
   EXPECT_FALSE(intake_.NonNmeaTextMentionsAstral());
   EXPECT_EQ(intake_.Counters().chunksWithoutSentenceStart, 3U);
-  // Text before a "$" goes with the sentence it precedes.
-  EXPECT_TRUE(intake_.ProcessData("\xb5\x62\x01garbage" + kRmc + kCrLf));
-  EXPECT_EQ(intake_.CurrentSentence(), kRmc);
 }
 
 TEST_F(IntakeTest, BacklogSkipsToTheNewestSentenceOfTheOldestType) {
