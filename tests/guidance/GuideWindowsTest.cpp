@@ -1,6 +1,5 @@
-// The guidance window and the guidance options dialog on a desktop with a stepped clock,
-// scripted dialogs, a real settings file, and the real espeak-ng whose results come back to the
-// test's own thread.
+// The guidance window and the guidance options dialog on a stepped clock, a real settings file
+// and the real espeak-ng, whose results come back to the test's own thread.
 #include <gtest/gtest.h>
 
 #include <chrono>
