@@ -364,7 +364,6 @@ TEST_F(Options, ControlsShowTheSettingsAndTheMethodShowsItsFrame) {
   EXPECT_TRUE(d.fmGuideDist.Visible());
   EXPECT_FALSE(d.fmGuideETA.Visible());
   EXPECT_EQ(d.hsGuideLowDist.Value(), 3);
-  EXPECT_EQ(d.lblGuideLowDist.Caption(), "0.03 mi");
   EXPECT_EQ(d.hsGuideHighSpeed.Value(), 40);
   EXPECT_EQ(d.hsGuideLoSec.Value(), 15);  // 15.12 s shown whole
   EXPECT_EQ(d.chkSkip1stWp.Value(), 1);
