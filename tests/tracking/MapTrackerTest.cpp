@@ -36,8 +36,8 @@ TEST(PositionPinSymbol, StyleSpeedFloorAndFixState) {
   // The style, the fix mode, the speed in knots, and the symbol.
   const std::tuple<std::int16_t, int, double, std::int16_t> cases[] = {
       {1, 3, 0.38, 123},  // exactly the floor: the arrow (course 90)
-      {1, 3, 0.37, 30},  {0, 3, 50, 30}, {0, 2, 50, 26}, {0, 1, 50, 25},
-      {2, 3, 50, 30},  // an unknown style shows the state
+      {1, 3, 0.37, 30},  {0, 3, 50, 30}, {0, 2, 50, 26},
+      {0, 1, 50, 25},    {2, 3, 50, 30},  // an unknown style shows the state
   };
   for (const auto& [style, fixMode, knots, symbol] : cases)
     EXPECT_EQ(PositionPinSymbol(style, fixMode, knots, 90), symbol)
