@@ -1,6 +1,5 @@
-// The main window's load, unload and refresh tick on the real settings file: the host's command
-// that opens it, closing and opening the same window again, saved places, and failures that must
-// neither stop ORVO nor go unseen, and the diagnostic log that shows them.
+// The main window's load and unload on the real settings file, failures that must neither stop
+// ORVO nor go unseen, and the diagnostic log that shows them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -95,23 +94,21 @@ TEST_F(Lifecycle, TheMenuCommandOpensTheWindowAndTheNextStartRemembersIt) {
   ASSERT_NE(connect.MainWindow(), nullptr);
   EXPECT_TRUE(connect.MainWindow()->Visible());
   EXPECT_TRUE(connect.DisplayOnConnect());
-  connect.MainWindow()->receiver.cboPort.SetText("6");
 
   connect.AddinInstance_OnDisconnection();
   EXPECT_FALSE(connect.MainWindow()->IsLoaded());
 
-  // The next start opens the window by itself, with the settings the unload saved.
+  // The next start opens the window by itself (its settings: EverySettingSurvivesUnloadAndLoad).
   Make();
   Connect next(desktop, store, [this] { return std::move(window); });
   next.AddinInstance_OnConnection();
   next.AddinInstance_OnStartupComplete();
-  ASSERT_NE(next.MainWindow(), nullptr);
-  EXPECT_EQ(next.MainWindow()->receiver.cboPort.Text(), "6");
+  EXPECT_NE(next.MainWindow(), nullptr);
   EXPECT_EQ(windowsMade, 1);
 }
 
 // Places are checked against a viewport a page reported, never against a guess; a place nobody
-// moved is never written back.
+// moved is never written back. A moved place kept over a restart: orvo.test.ts.
 TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
   store.SaveSetting("FormLoc", "frmAddIn-X", "1500");
   store.SaveSetting("FormLoc", "frmAddIn-Y", "100");
@@ -127,10 +124,6 @@ TEST_F(Lifecycle, SavedPlacesWaitForThePagesViewportAndAreNotOverwritten) {
   window->Unload();
   window->Show();
   EXPECT_EQ(window->Left(), 1500) << "with a viewport known, placed at once";
-
-  desktop.Dispatch({{"type", "move"}, {"window", "frmAddIn"}, {"left", 300}, {"top", 60}});
-  window->Unload();
-  EXPECT_EQ(store.GetSetting("FormLoc", "frmAddIn-X", ""), "300") << "the user's place is saved";
 }
 
 TEST_F(Lifecycle, ASettingsFileThatCannotBeWrittenIsShownAtUnload) {
