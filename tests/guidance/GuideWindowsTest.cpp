@@ -312,26 +312,26 @@ TEST_F(Options, EachControlWritesItsSettingAtOnceInTheHostsUnit) {
   using O = frmGuidanceOpt;
   const struct {
     bool km;
-    host::ui::ScrollBar O::*bar;
     int value;
+    host::ui::ScrollBar O::*bar;
     host::ui::Label O::*label;
     std::string shown;
     double MMSetup::*setting;  // none: the hide time, checked below
     double stored;
   } cases[] = {
-      {true, &O::hsGuideLowDist, 5, &O::lblGuideLowDist, "0.05 km", &MMSetup::dgGuideLowDist, 0.05},
-      {false, &O::hsGuideHiDist, 125, &O::lblGuideHiDist, "1.25 mi", &MMSetup::dgGuideHiDist, 1.25},
-      {false, &O::hsGuideHighSpeed, 40, &O::lblGuideHighSpeed, "40 MPH", &MMSetup::dgGuideHiKnot,
+      {true, 5, &O::hsGuideLowDist, &O::lblGuideLowDist, "0.05 km", &MMSetup::dgGuideLowDist, 0.05},
+      {false, 125, &O::hsGuideHiDist, &O::lblGuideHiDist, "1.25 mi", &MMSetup::dgGuideHiDist, 1.25},
+      {false, 40, &O::hsGuideHighSpeed, &O::lblGuideHighSpeed, "40 MPH", &MMSetup::dgGuideHiKnot,
        40 / O::kMphPerKnot},
-      {true, &O::hsGuideHighSpeed, 90, &O::lblGuideHighSpeed, "90 KmH", &MMSetup::dgGuideHiKnot,
+      {true, 90, &O::hsGuideHighSpeed, &O::lblGuideHighSpeed, "90 KmH", &MMSetup::dgGuideHiKnot,
        90 / O::kKmhPerKnot},
-      {true, &O::hsGuideLoSec, 18, &O::lblGuideLoSec, "18 seconds.", &MMSetup::dgGuideLoHour,
+      {true, 18, &O::hsGuideLoSec, &O::lblGuideLoSec, "18 seconds.", &MMSetup::dgGuideLoHour,
        0.005},
-      {true, &O::hsGuideHiSec, 36, &O::lblGuideHiSec, "36 seconds.", &MMSetup::dgGuideHiHour, 0.01},
-      {true, &O::hsGuideRerouteThreshold, 12, &O::lblGuideRerouteThreshold, "0.12 km",
+      {true, 36, &O::hsGuideHiSec, &O::lblGuideHiSec, "36 seconds.", &MMSetup::dgGuideHiHour, 0.01},
+      {true, 12, &O::hsGuideRerouteThreshold, &O::lblGuideRerouteThreshold, "0.12 km",
        &MMSetup::dgGuideAutoRecalcThreshold, 0.12},
-      {true, &O::hsHideTime, 0, &O::lblHideTime, "Not hide.", nullptr, 0},
-      {true, &O::hsHideTime, 45, &O::lblHideTime, "45 seconds.", nullptr, 0},
+      {true, 0, &O::hsHideTime, &O::lblHideTime, "Not hide.", nullptr, 0},
+      {true, 45, &O::hsHideTime, &O::lblHideTime, "45 seconds.", nullptr, 0},
   };
   for (const auto& c : cases) {
     kilometres = c.km;

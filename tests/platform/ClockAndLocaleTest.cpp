@@ -73,18 +73,6 @@ TEST(TimeZoneBias, FollowsTheZoneOnBothSidesOfAChange) {
   }
 }
 
-TEST(LinuxSystemClock, ReadsTheLocalTime) {
-  const ScopedEnvironment zone("TZ", "UTC0");
-  const LinuxSystemClock clock;
-  const std::time_t before = std::time(nullptr);
-  const DateValue now = clock.Now();
-  const std::time_t after = std::time(nullptr);
-  // Whole seconds since 1970 from the day number: 25569 is 1 January 1970.
-  const double seconds = (now.OleDays() - 25569.0) * 86400.0;
-  EXPECT_GE(seconds, static_cast<double>(before) - 0.5);
-  EXPECT_LE(seconds, static_cast<double>(after) + 0.5);
-}
-
 // Runs `body` in a child process that has given up the right to set the clock (CAP_SYS_TIME),
 // so the refusal is tested even where the tests run with that right, and the machine's clock
 // can never be changed by a test. Returns what the child wrote to the pipe.

@@ -110,13 +110,5 @@ TEST(DateValue, FormattingRoundsToTheNearestSecond) {
             "07:07:07");
 }
 
-TEST(DateValue, CombinesADayWithATimeOfDay) {
-  const DateValue day = DateValue::FromCivil(2003, 2, 1, 17, 0, 0);
-  const DateValue combined = DateValue::Combine(day, DateValue::ParseTime("12:35:19"));
-  EXPECT_EQ(combined.ToCivil(), Civil(2003, 2, 1, 12, 35, 19));
-  EXPECT_EQ(DateValue::Combine(DateValue(), DateValue::ParseTime("06:00:00")).OleDays(), 0.25);
-  EXPECT_EQ(DateValue::Combine(DateValue(-1.0), DateValue(0.25)).ToCivil(), Civil(1899, 12, 29, 6));
-}
-
 }  // namespace
 }  // namespace orvo::host::platform

@@ -145,31 +145,6 @@ TEST_F(SimulatedDrive, SentencesReadBackThroughOrvosReceiverCode) {
   }
 }
 
-// Altitude from the route when every point has one; stops at the ends wait before setting off
-// and after arriving; a repeated point is dropped; the southern and western hemispheres.
-TEST(NmeaSimulator, AltitudeStopsAtTheEndsAndHemispheres) {
-  std::vector<RoutePoint> route{{43.73, 7.42, 10.0}, {43.73, 7.42, 10.0}, {43.731, 7.42, 110.0}};
-  SimulationOptions options;
-  options.leadInSeconds = options.leadOutSeconds = 0;
-  options.stops = {{43.73, 7.42, 6.0}, {43.731, 7.42, 4.0}};
-  const NmeaSimulator climbing(route, options);
-  EXPECT_EQ(climbing.Route().size(), 2U);
-  const auto epochs = climbing.Run();
-  ASSERT_GT(epochs.size(), 12U);
-  for (std::size_t k = 0; k < epochs.size(); ++k) {
-    const bool waiting = k <= 6 || k >= epochs.size() - 5;  // arrival, then 4 s
-    EXPECT_EQ(epochs[k].speedMps == 0.0, waiting) << k;
-    EXPECT_NEAR(epochs[k].altitudeM,
-                10.0 + 100.0 * epochs[k].distanceAlongRouteM / climbing.RouteLengthM(), 1e-6);
-  }
-  EXPECT_EQ(epochs.back().distanceAlongRouteM, climbing.RouteLengthM());
-
-  const auto south = ReadThroughOrvo(
-      NmeaSimulator({{-53.1, -70.9, std::nullopt}, {-53.1, -70.899, std::nullopt}}, {}).NmeaText());
-  EXPECT_NEAR(south.front().Latitude, -53.1, 1e-6);
-  EXPECT_NEAR(south.front().Longitude, -70.9, 1e-6);
-}
-
 TEST(NmeaSimulator, RefusesRoutesAndOptionsItCannotDrive) {
   const std::vector<RoutePoint> route{{43.73, 7.42, std::nullopt}, {43.731, 7.42, std::nullopt}};
   SimulationOptions farStop, lateLoss, emptyLoss;

@@ -101,6 +101,7 @@ class FakeActiveMap final : public host::map::ActiveMap {
   std::vector<Pin> Pins() const {
     std::map<host::map::PushpinId, Pin> ordered(pins_.begin(), pins_.end());
     std::vector<Pin> pins;
+    pins.reserve(ordered.size());
     for (const auto& [id, pin] : ordered) pins.push_back(pin);
     return pins;
   }

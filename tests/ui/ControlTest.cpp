@@ -8,12 +8,6 @@
 namespace orvo::host::ui {
 namespace {
 
-class Recorder : public UiObserver {
- public:
-  void UiMessage(const Json& message) override { messages.push_back(message); }
-  std::vector<Json> messages;
-};
-
 class TestWindow : public Window {
  public:
   explicit TestWindow(Desktop& desktop)
@@ -57,14 +51,11 @@ struct ControlFixture : ::testing::Test {
   ScriptedDialogs dialogs;
   Desktop desktop{scheduler, dialogs};
   TestWindow window{desktop};
-  Recorder recorder;
   std::vector<std::string> diagnostics;
   void SetUp() override {
-    desktop.AddObserver(recorder);
     desktop.diagnostics = [this](std::string_view text) { diagnostics.emplace_back(text); };
     window.Show();
   }
-  void TearDown() override { desktop.RemoveObserver(recorder); }
   void Send(const Json& event) { desktop.Dispatch(event); }
   void User(const char* control, const char* event, Json value = nullptr) {
     Send(Event("frmTest", control, event, std::move(value)));
@@ -126,14 +117,6 @@ TEST_F(ControlFixture, MalformedEventsAreReportedAndIgnored) {
   Send({{"type", "key"}, {"window", "frmTest"}, {"keyCode", 71}, {"shift", 1}});
   ASSERT_EQ(window.keys.size(), 1u);
   EXPECT_EQ(window.keys[0], std::make_pair(71, 1));
-}
-
-TEST_F(ControlFixture, UnloadClosesTheWindowInEveryPage) {
-  recorder.messages.clear();
-  window.Unload();
-  ASSERT_FALSE(recorder.messages.empty());
-  EXPECT_EQ(recorder.messages.back()["type"], "close");
-  EXPECT_TRUE(desktop.Windows().empty());
 }
 
 }  // namespace
