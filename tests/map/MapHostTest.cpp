@@ -369,7 +369,7 @@ TEST_F(MapViewFixture, MovesEveryPageAndZoomsInWholeSteps) {
 }
 
 // The map objects tracking uses: pixels in the reported view, and pin handles that throw
-// PushpinGone once deleted (by the page too: map.test.ts deletes the position pin).
+// PushpinGone once deleted (by the page too: drive.test.ts deletes the position pin).
 TEST_F(MapViewFixture, TheMapObjectsWorkOnTheReportedViewTheHostsUnitAndTheOpenDocument) {
   orvo::testing::TempFolder folder;
   MapHost host(folder.Path());
