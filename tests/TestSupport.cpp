@@ -2,9 +2,11 @@
 
 #include <sys/wait.h>
 
+#include <array>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -67,6 +69,19 @@ std::string ReadFile(const fs::path& file) {
   std::ostringstream content;
   content << stream.rdbuf();
   return content.str();
+}
+
+OrvoRun RunCommand(const std::string& command) {
+  OrvoRun run;
+  FILE* pipe = ::popen(command.c_str(), "r");
+  if (pipe == nullptr) return run;
+  std::array<char, 4096> buffer{};
+  std::size_t count = 0;
+  while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
+    run.out.append(buffer.data(), count);
+  const int status = ::pclose(pipe);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return run;
 }
 
 OrvoRun RunOrvoCommandLine(std::string_view arguments, const Environment& environment,

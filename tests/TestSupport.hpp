@@ -41,6 +41,7 @@ class ScopedEnvironment {
   std::optional<std::string> previous_;
 };
 
+// A program's run: its exit code and outputs.
 struct OrvoRun {
   int exitCode = -1;  // -1 when the program did not exit normally (a crash)
   std::string out;
@@ -59,6 +60,10 @@ OrvoRun RunOrvoCommandLine(std::string_view arguments, const Environment& enviro
 
 // Runs the event loop until `done` holds; the deadline only stops a broken test from hanging.
 bool RunUntil(boost::asio::io_context& io, const std::function<bool()>& done);
+
+// Runs COMMAND with /bin/sh: its exit code (-1 when it did not exit normally) and what it wrote to
+// standard output.
+OrvoRun RunCommand(const std::string& command);
 
 // `text` as one word for /bin/sh.
 std::string ShellQuote(std::string_view text);

@@ -53,13 +53,10 @@ inline fs::path MonacoSource() {
 inline std::string Gpsbabel(const fs::path& gpx, const std::string& options = "") {
   const std::string command = "gpsbabel " + options + " -i gpx -f " +
                               orvo::testing::ShellQuote(gpx.string()) + " -o unicsv -F - 2>&1";
-  std::string read;
-  FILE* pipe = ::popen(command.c_str(), "r");
-  for (char buffer[4096]; const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe);)
-    read.append(buffer, count);
-  if (::pclose(pipe) != 0) throw std::runtime_error(command + ": " + read);
-  std::erase(read, '\r');  // unicsv ends its lines with CR LF
-  return read;
+  orvo::testing::OrvoRun run = orvo::testing::RunCommand(command);
+  if (run.exitCode != 0) throw std::runtime_error(command + ": " + run.out);
+  std::erase(run.out, '\r');  // unicsv ends its lines with CR LF
+  return run.out;
 }
 
 // An MBTiles file with METADATA and one tile of text per XYZ address in TILES.

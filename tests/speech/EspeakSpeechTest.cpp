@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <condition_variable>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <mutex>
 #include <set>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "host/speech/EspeakSpeech.hpp"
 #include "tests/TestSupport.hpp"
@@ -55,15 +54,13 @@ Wav Measure(const std::string& bytes) {
   const auto path = folder.Path() / "speech.wav";
   std::ofstream(path, std::ios::binary) << bytes;
   const std::string file = orvo::testing::ShellQuote(path.string());
-  FILE* sox = popen(("sox --i -s " + file + " && sox --i -r " + file + " && sox " + file +
-                     " -n stat 2>&1").c_str(), "r");
-  std::string text;
-  for (char line[128]; sox && fgets(line, sizeof line, sox);) text += line;
-  if (sox) pclose(sox);
+  const std::string text = orvo::testing::RunCommand("sox --i -s " + file + " && sox --i -r " +
+                                                     file + " && sox " + file + " -n stat 2>&1")
+                               .out;
   Wav wav;
   std::istringstream(text) >> wav.samples >> wav.sampleRate;
-  for (auto [label, value] : {std::pair{"Length (seconds):", &wav.seconds},
-                              std::pair{"RMS     amplitude:", &wav.rms}})
+  for (auto [label, value] :
+       {std::pair{"Length (seconds):", &wav.seconds}, std::pair{"RMS     amplitude:", &wav.rms}})
     if (const auto at = text.find(label); at != std::string::npos)
       *value = std::stod(text.substr(at + std::strlen(label)));
   // The header's sample count agrees with the file's length: 44 bytes of header, 16-bit mono.
