@@ -233,7 +233,6 @@ TEST_F(Guide, HidesAfterItsTimeUnlessZeroAndClosesByEnterOrDoubleClick) {
       {3, nullptr},
       {0, [](frmGuide& g) { g.KeyUp(13, 0); }},
       {0, [](frmGuide& g) { g.lblInstruction.UserDoubleClick(); }},
-      {0, [](frmGuide& g) { g.imgAct.UserDoubleClick(); }},
   };
   for (const auto& [hide, act] : cases) {
     setup.lgGuideHide = hide;
